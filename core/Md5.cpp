@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "core/Func.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QtEndian>
+
+#include <array>
+#include <cctype>
+#include <cstdio>
+
+QByteArray Md5Hash(QByteArray data)
+{
+    const QByteArray digest = QCryptographicHash::hash(data, QCryptographicHash::Md5);
+    // Little-endian words on purpose: published manifests carry this form, not the usual one.
+    const auto word = [&digest](int index) {
+        return qFromLittleEndian<quint32>(digest.constData() + index * 4);
+    };
+    std::array<char, 33> text{};
+    (void)std::snprintf(text.data(), text.size(), "%08x%08x%08x%08x", word(0), word(1), word(2),
+                        word(3));
+    return text.data();
+}
+
+bool CheckFileMd5(QString path, QByteArray md5)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    return Md5Hash(file.readAll()) == md5;
+}
+
+QMap<QString, tagDownloadFileInfo> CheckMd5(QMap<QString, tagDownloadFileInfo> update,
+                                            QString localManifest, QDir root)
+{
+    QMap<QString, tagDownloadFileInfo> local;
+    QFile manifest(localManifest);
+    if (manifest.open(QIODevice::ReadOnly)) {
+        local = ParseMd5File(manifest.readAll());
+        manifest.close();
+    }
+
+    QMap<QString, tagDownloadFileInfo> result;
+    for (const tagDownloadFileInfo &record : qAsConst(update)) {
+        const auto known = local.constFind(record.path);
+        const bool upToDate = known != local.constEnd()
+                                  ? known->md5 == record.md5
+                                  : CheckFileMd5(root.absoluteFilePath(record.path), record.md5);
+        if (!upToDate) {
+            result.insert(record.path, record);
+        }
+    }
+    return result;
+}
+
+char *strupr(char *text)
+{
+    for (char *at = text; at && *at; ++at) {
+        *at = static_cast<char>(std::toupper(static_cast<unsigned char>(*at)));
+    }
+    return text;
+}
+
+char *strlwr(char *text)
+{
+    for (char *at = text; at && *at; ++at) {
+        *at = static_cast<char>(std::tolower(static_cast<unsigned char>(*at)));
+    }
+    return text;
+}

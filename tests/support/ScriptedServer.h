@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QSslConfiguration>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+class QTcpSocket;
+
+/// One connection to a ScriptedServer, handed to its handler on a thread of the connection's own.
+class ScriptedConnection {
+public:
+    ScriptedConnection(QTcpSocket &socket, const std::function<bool()> &stopped);
+
+    /// Sends exactly these bytes and waits until the system took them. False when the peer is gone.
+    bool send(const QByteArray &bytes);
+    /// Waits; returns early when the server stops or the peer has gone away.
+    void pause(int milliseconds);
+    /// Waits until the peer has gone away or the server stops.
+    void hang();
+    /// Ends the connection in good order after what was sent.
+    void close();
+    /// Drops the connection with a reset, what is still under way included.
+    void reset();
+
+    /// Returns one whole request, head and body as the head's Content-Length says; empty when the
+    /// peer has gone away or the server stops.
+    QByteArray readRequest();
+
+private:
+    QTcpSocket &m_socket;
+    const std::function<bool()> &m_stopped;
+    QByteArray m_buffer;
+};
+
+/// A loopback server that sends exactly the bytes a test tells it to, and remembers what it was
+/// asked. It runs on threads of its own, so a test may block while it serves.
+class ScriptedServer {
+public:
+    /// Called once for every request that has arrived whole, on the connection's thread. When it
+    /// returns, the connection stays open for the next request unless it was closed or reset.
+    using Handler = std::function<void(ScriptedConnection &connection, const QByteArray &request)>;
+
+    /// Listens on 127.0.0.1 at \a port, or at a free one for 0. With a \a tls configuration that
+    /// holds a certificate, connections are encrypted. Aborts the test when the port is taken.
+    explicit ScriptedServer(Handler handler, quint16 port = 0,
+                            const QSslConfiguration &tls = QSslConfiguration());
+    /// Ends every connection and waits for its threads.
+    ~ScriptedServer();
+    Q_DISABLE_COPY(ScriptedServer)
+
+    quint16 port() const;
+    /// The address of \a path (with its leading '/') on this server, as text.
+    QString url(const QString &path) const;
+    /// Every request so far, in order of arrival.
+    QList<QByteArray> requests() const;
+    /// How many connections were accepted so far.
+    int connections() const;
+
+    /// A whole answer: status line such as "200 OK", further header lines each ended by CR LF, and
+    /// the body, with its Content-Length.
+    static QByteArray answer(const QByteArray &status, const QByteArray &body,
+                             const QByteArray &headers = QByteArray());
+    /// A handler that gives every request the same bytes.
+    static Handler always(const QByteArray &bytes);
+
+private:
+    class Private;
+    std::unique_ptr<Private> m_private;
+};

@@ -1,0 +1,29 @@
+#!/bin/sh
+# SPDX-FileCopyrightText: The updater authors
+# SPDX-License-Identifier: MIT
+#
+# isolated.sh PROGRAM [ARGUMENT...]: runs a test in surroundings of its own. The program sees its own
+# HOME, TMPDIR, XDG_RUNTIME_DIR and working directory, which are removed at the end, and none of the
+# caller's environment but PATH and the options of the sanitizers.
+set -u
+
+root=$(mktemp -d "${TMPDIR:-/tmp}/updater-test.XXXXXX") || exit 99
+trap 'chmod -R u+rwX "$root" 2>/dev/null; rm -rf "$root"' EXIT
+trap 'kill -TERM "$child" 2>/dev/null; wait "$child"; exit 143' TERM INT HUP
+mkdir "$root/home" "$root/tmp" "$root/work" && mkdir -m 0700 "$root/run" || exit 99
+cd "$root/work" || exit 99
+
+env -i \
+  PATH="$PATH" \
+  HOME="$root/home" \
+  TMPDIR="$root/tmp" \
+  XDG_RUNTIME_DIR="$root/run" \
+  LC_ALL=C.UTF-8 \
+  QT_QPA_PLATFORM=offscreen \
+  ASAN_OPTIONS="${ASAN_OPTIONS-}" \
+  LSAN_OPTIONS="${LSAN_OPTIONS-}" \
+  TSAN_OPTIONS="${TSAN_OPTIONS-}" \
+  UBSAN_OPTIONS="${UBSAN_OPTIONS-print_stacktrace=1}" \
+  "$@" &
+child=$!
+wait "$child"
