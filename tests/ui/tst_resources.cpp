@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QImage>
+#include <QtTest>
+
+namespace {
+
+QByteArray resource(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+/// No dialog is named here: the resources must be in every program that links updater_ui.
+class tst_Resources : public QObject {
+    Q_OBJECT
+
+private slots:
+    static void resource_always_hasItsExactSize_data();
+    static void resource_always_hasItsExactSize();
+    static void background_decoded_isAnRgbaPngOfTheDialogsSize();
+    static void icon_decoded_isOneImageOf256();
+};
+
+void tst_Resources::resource_always_hasItsExactSize_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("size");
+    QTest::newRow("icon") << ":/icon" << 24725;
+    QTest::newRow("background") << ":/update_bg" << 26274;
+}
+
+void tst_Resources::resource_always_hasItsExactSize()
+{
+    QFETCH(QString, path);
+    QTEST(resource(path).size(), "size");
+}
+
+void tst_Resources::background_decoded_isAnRgbaPngOfTheDialogsSize()
+{
+    const QByteArray png = resource(QStringLiteral(":/update_bg"));
+    QCOMPARE(png.left(8), QByteArray("\x89PNG\r\n\x1a\n"));
+    // 8 bits a channel, RGBA, deflate, the usual filters, one pass
+    QCOMPARE(png.mid(24, 5), QByteArray::fromHex("0806000000"));
+    const QImage image = QImage::fromData(png);
+    QCOMPARE(image.size(), QSize(556, 341));
+    QVERIFY(image.hasAlphaChannel());
+}
+
+void tst_Resources::icon_decoded_isOneImageOf256()
+{
+    const QByteArray ico = resource(QStringLiteral(":/icon"));
+    // an icon file; one image; 256 x 256 (written as 0), no palette; one plane of 32 bits
+    QCOMPARE(ico.left(14), QByteArray::fromHex("0000010001000000000001002000"));
+    const QIcon icon(QStringLiteral(":/icon"));
+    QCOMPARE(icon.availableSizes(), QList<QSize>{QSize(256, 256)});
+    QCOMPARE(icon.pixmap(QSize(256, 256)).size(), QSize(256, 256));
+}
+
+QTEST_MAIN(tst_Resources)
+#include "tst_resources.moc"
