@@ -36,9 +36,8 @@ private:
 
 int BodyLength(const QByteArray &head)
 {
-    static const QRegularExpression pattern(
-        QStringLiteral("\r\ncontent-length: *([0-9]+)"),
-        QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression pattern(QStringLiteral("\r\ncontent-length: *([0-9]+)"),
+                                            QRegularExpression::CaseInsensitiveOption);
     return pattern.match(QString::fromLatin1(head)).captured(1).toInt();
 }
 
@@ -111,8 +110,8 @@ QByteArray ScriptedConnection::readRequest()
                 return request;
             }
         }
-        if (!m_socket.waitForReadyRead(PollMs)
-            && m_socket.state() != QAbstractSocket::ConnectedState) {
+        if (!m_socket.waitForReadyRead(PollMs) &&
+            m_socket.state() != QAbstractSocket::ConnectedState) {
             break;
         }
     }
@@ -121,7 +120,8 @@ QByteArray ScriptedConnection::readRequest()
 
 class ScriptedServer::Private {
 public:
-    Private(Handler handler, const QSslConfiguration &tls) : m_handler(std::move(handler)), m_tls(tls)
+    Private(Handler handler, const QSslConfiguration &tls)
+        : m_handler(std::move(handler)), m_tls(tls)
     {
     }
 
@@ -244,8 +244,8 @@ int ScriptedServer::connections() const
 QByteArray ScriptedServer::answer(const QByteArray &status, const QByteArray &body,
                                   const QByteArray &headers)
 {
-    return "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n"
-           + headers + "\r\n" + body;
+    return "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) +
+           "\r\n" + headers + "\r\n" + body;
 }
 
 ScriptedServer::Handler ScriptedServer::always(const QByteArray &bytes)

@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "app/StatusRecord.h"
+
+namespace {
+
+constexpr int RecordSize = 2;
+
+class SegmentLock { // unlocks on every path
+public:
+    explicit SegmentLock(QSharedMemory &segment) : m_segment(segment)
+    {
+        (void)m_segment.lock(); // succeeds on a segment that could not be made, too
+    }
+    ~SegmentLock() { (void)m_segment.unlock(); }
+    Q_DISABLE_COPY(SegmentLock)
+
+private:
+    QSharedMemory &m_segment;
+};
+
+} // namespace
+
+StatusRecord::StatusRecord(const QString &applicationDir)
+    : m_segment(applicationDir + QStringLiteral("update_singleton"))
+{
+}
+
+bool StatusRecord::claim()
+{
+    if (m_segment.attach(QSharedMemory::ReadWrite) ||
+        m_segment.error() == QSharedMemory::AlreadyExists) {
+        return false;
+    }
+    (void)m_segment.create(RecordSize, QSharedMemory::ReadWrite); // without it the session goes on
+    write({false, false});
+    return true;
+}
+
+StatusRecord::Status StatusRecord::read()
+{
+    const SegmentLock lock(m_segment);
+    const auto *bytes = static_cast<const uchar *>(m_segment.constData());
+    if (!bytes) {
+        return {};
+    }
+    return {(bytes[0] & 1U) != 0, (bytes[1] & 1U) != 0};
+}
+
+void StatusRecord::write(Status status)
+{
+    const SegmentLock lock(m_segment);
+    auto *bytes = static_cast<uchar *>(m_segment.data());
+    if (!bytes) {
+        return;
+    }
+    bytes[0] = status.success ? 1 : 0;
+    bytes[1] = status.update ? 1 : 0;
+}

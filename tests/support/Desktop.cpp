@@ -1,0 +1,123 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/support/Desktop.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QThread>
+
+namespace {
+
+constexpr int PatienceMs = 20000;
+constexpr int PollMs = 10;
+
+template <typename Condition>
+bool Await(Condition condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > PatienceMs) {
+            return false;
+        }
+        QThread::msleep(PollMs);
+    }
+    return true;
+}
+
+} // namespace
+
+Desktop::Desktop(int dpi)
+{
+    // The server picks a free number itself and writes it to standard output.
+    m_server.setStandardErrorFile(QProcess::nullDevice());
+    m_server.start(QStringLiteral("Xvfb"),
+                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                    QStringLiteral("0"), QStringLiteral("1280x800x24"), QStringLiteral("-dpi"),
+                    QString::number(dpi), QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+                    QStringLiteral("-noreset")});
+    if (m_server.waitForReadyRead(PatienceMs)) {
+        m_display = QLatin1Char(':') + QString::fromLatin1(m_server.readLine()).trimmed();
+    }
+}
+
+Desktop::~Desktop()
+{
+    m_server.terminate();
+    if (!m_server.waitForFinished(5000)) {
+        m_server.kill();
+        (void)m_server.waitForFinished(5000); // nothing is left to try
+    }
+}
+
+QString Desktop::waitForWindow(const QString &title)
+{
+    QString window;
+    (void)Await([&] {
+        window = find(title);
+        return !window.isEmpty();
+    });
+    return window;
+}
+
+bool Desktop::waitForNoWindow(const QString &title)
+{
+    return Await([&] { return !hasWindow(title); });
+}
+
+bool Desktop::hasWindow(const QString &title)
+{
+    return !find(title).isEmpty();
+}
+
+QRect Desktop::geometry(const QString &window)
+{
+    const QString text = QString::fromLatin1(
+        xdotool({QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), window}));
+    const auto number = [&text](const char *name) {
+        const QRegularExpression pattern(QLatin1String(name) + QStringLiteral("=(-?[0-9]+)"));
+        return pattern.match(text).captured(1).toInt();
+    };
+    return {number("\\bX"), number("\\bY"), number("WIDTH"), number("HEIGHT")};
+}
+
+void Desktop::click(const QString &window, QPoint position)
+{
+    xdotool({QStringLiteral("mousemove"), QStringLiteral("--window"), window,
+             QString::number(position.x()), QString::number(position.y()), QStringLiteral("click"),
+             QStringLiteral("1")});
+}
+
+void Desktop::press(const QString &window, const QString &key)
+{
+    xdotool({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window, QStringLiteral("key"),
+             key});
+}
+
+bool Desktop::screenshot(const QString &path)
+{
+    return QProcess::execute(QStringLiteral("import"),
+                             {QStringLiteral("-display"), m_display, QStringLiteral("-window"),
+                              QStringLiteral("root"), path}) == 0;
+}
+
+QByteArray Desktop::xdotool(const QStringList &arguments)
+{
+    QProcess tool;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), m_display);
+    tool.setProcessEnvironment(environment);
+    tool.setStandardErrorFile(QProcess::nullDevice());
+    tool.start(QStringLiteral("xdotool"), arguments);
+    (void)tool.waitForFinished(PatienceMs); // judged by what it printed
+    return tool.readAllStandardOutput();
+}
+
+QString Desktop::find(const QString &title)
+{
+    const QByteArray windows =
+        xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                 QStringLiteral("--name"), QStringLiteral("^%1$").arg(title)});
+    return QString::fromLatin1(windows).section(QLatin1Char('\n'), 0, 0);
+}

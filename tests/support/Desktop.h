@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QProcess>
+#include <QRect>
+#include <QString>
+
+/// An X server of the test's own (Xvfb) and a user who works on it with mouse and keyboard
+/// (xdotool). Every wait gives up after some seconds; then the answer is empty or false.
+class Desktop {
+public:
+    /// Starts the X server. \a dpi is the dots per inch it claims.
+    explicit Desktop(int dpi = 96);
+    ~Desktop();
+    Q_DISABLE_COPY(Desktop)
+
+    /// The value for DISPLAY; empty when no server could be started.
+    QString display() const { return m_display; }
+    qint64 processId() const { return m_server.processId(); }
+
+    /// Waits for a visible window titled exactly \a title and returns its id.
+    QString waitForWindow(const QString &title);
+    /// Waits until no visible window is titled \a title.
+    bool waitForNoWindow(const QString &title);
+    /// Whether a visible window titled \a title is there now.
+    bool hasWindow(const QString &title);
+
+    /// In pixels of the screen.
+    QRect geometry(const QString &window);
+    /// Clicks at \a position, in pixels from the window's corner.
+    void click(const QString &window, QPoint position);
+    /// Gives the window the keyboard and presses a key, as xdotool names it.
+    void press(const QString &window, const QString &key);
+    /// Writes a picture of the whole screen, as PNG.
+    bool screenshot(const QString &path);
+
+private:
+    QByteArray xdotool(const QStringList &arguments);
+    QString find(const QString &title);
+
+    QProcess m_server;
+    QString m_display;
+};

@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+class Desktop;
+
+/// A host application's bundle with the updater in it, in a temporary folder, and everything that
+/// a session touches around it: a home, a host program and a browser that write down how they were
+/// started, and the log.
+class HostBundle {
+public:
+    /// Installs a copy of \a updater as "X.app/Contents/MacOS/updater", with version 3.0.0 and the
+    /// host program "Host.exe".
+    explicit HostBundle(const QString &updater);
+
+    QString macOsDir() const;
+    QString updaterPath() const;
+    QString home() const;
+    /// The data directory that a session uses when nothing is in its way.
+    QString dataDir() const;
+    QString path(const QString &relative) const;
+
+    void setVersion(const QString &version);
+    void writeInfoPlist(const QByteArray &content);
+    void writeConfig(const QByteArray &content);
+    /// Makes an executable in the bundle that writes its arguments down for hostArguments().
+    void addHost(const QString &name);
+
+    /// Starts a session with \a arguments on \a desktop; the caller waits for its end.
+    std::unique_ptr<QProcess> start(const Desktop &desktop, const QStringList &arguments);
+    /// The surroundings of such a session.
+    QProcessEnvironment environment(const Desktop &desktop) const;
+
+    /// What the host was started with, a line per start: its name and each argument in brackets.
+    QStringList hostStarts() const;
+    /// The line that hostStarts() gives for the one proper way to start \a name.
+    QString properHostStart(const QString &name) const;
+    /// The addresses that the browser was opened with.
+    QStringList browserAddresses() const;
+    /// The messages of the log, each with its letter in front: "I message". A line that does not
+    /// look as a log line should is returned whole, with "?" in front.
+    QStringList log() const;
+    /// Forgets host starts, browser addresses and log.
+    void forget();
+
+private:
+    void writeRecorder(const QString &path, const QString &record);
+    QStringList recorded(const QString &record) const;
+
+    QTemporaryDir m_root;
+};
+
+/// Writes \a content to \a path, as a new file or over the old one.
+void WriteFile(const QString &path, const QByteArray &content);
+
+/// Returns the content of the file at \a path; empty when it is missing.
+QByteArray ReadFile(const QString &path);
