@@ -24,8 +24,8 @@ QString Marker(const char *number)
 QByteArray Report(bool success, bool update, const QString &message)
 {
     const auto text = [](bool value) { return value ? QByteArray("true") : QByteArray("false"); };
-    return "{\"errormsg\":\"" + message.toUtf8() + "\",\"success\":" + text(success) +
-           ",\"update\":" + text(update) + "}";
+    return R"({"errormsg":")" + message.toUtf8() + R"(","success":)" + text(success) +
+           R"(,"update":)" + text(update) + "}";
 }
 
 QByteArray Json(const QByteArray &version)

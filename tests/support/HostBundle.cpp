@@ -58,7 +58,7 @@ QString HostBundle::path(const QString &relative) const
     return m_root.path() + QLatin1Char('/') + relative;
 }
 
-void HostBundle::setVersion(const QString &version)
+void HostBundle::setVersion(const QString &version) const
 {
     const QString plist = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                          "<plist version=\"1.0\"><dict>"
@@ -68,22 +68,23 @@ void HostBundle::setVersion(const QString &version)
     writeInfoPlist(plist.arg(Identifier, version).toUtf8());
 }
 
-void HostBundle::writeInfoPlist(const QByteArray &content)
+void HostBundle::writeInfoPlist(const QByteArray &content) const
 {
     WriteFile(path(QStringLiteral("X.app/Contents/Info.plist")), content);
 }
 
-void HostBundle::writeConfig(const QByteArray &content)
+void HostBundle::writeConfig(const QByteArray &content) const
 {
     WriteFile(macOsDir() + QStringLiteral("/system.cfg"), content);
 }
 
-void HostBundle::addHost(const QString &name)
+void HostBundle::addHost(const QString &name) const
 {
     writeRecorder(macOsDir() + QLatin1Char('/') + name, QStringLiteral("host"));
 }
 
-std::unique_ptr<QProcess> HostBundle::start(const Desktop &desktop, const QStringList &arguments)
+std::unique_ptr<QProcess> HostBundle::start(const Desktop &desktop,
+                                            const QStringList &arguments) const
 {
     auto session = std::make_unique<QProcess>();
     session->setProcessEnvironment(environment(desktop));
@@ -148,7 +149,7 @@ QStringList HostBundle::log() const
     return messages;
 }
 
-void HostBundle::forget()
+void HostBundle::forget() const
 {
     for (const char *record : {"records/host", "records/browser"}) {
         (void)QFile::remove(path(QLatin1String(record))); // may never have been written
@@ -156,7 +157,7 @@ void HostBundle::forget()
     (void)QDir(dataDir() + QStringLiteral("/Log")).removeRecursively(); // may be missing
 }
 
-void HostBundle::writeRecorder(const QString &path, const QString &record)
+void HostBundle::writeRecorder(const QString &path, const QString &record) const
 {
     const QString script = QStringLiteral("#!/bin/sh\n"
                                           "line=$(basename \"$0\")\n"
