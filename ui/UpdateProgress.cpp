@@ -10,6 +10,7 @@ CUpdateProgress::CUpdateProgress(CDownloadThread &thread, QWidget *parent) : QDi
 {
     m_ui.setupUi(this);
     setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+    UseDialogLook(*this);
     connect(m_ui.cancel, &QPushButton::clicked, &thread, &QThread::quit);
     connect(&thread, &CDownloadThread::downloadStarted, this, &CUpdateProgress::downloadStarted);
     connect(&thread, &CDownloadThread::downloadProgress, this, &CUpdateProgress::downloadProgress);
