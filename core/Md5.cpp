@@ -9,14 +9,15 @@
 
 #include <array>
 #include <cctype>
+#include <cstddef>
 #include <cstdio>
 
 QByteArray Md5Hash(QByteArray data)
 {
     const QByteArray digest = QCryptographicHash::hash(data, QCryptographicHash::Md5);
     // Little-endian words on purpose: published manifests carry this form, not the usual one.
-    const auto word = [&digest](int index) {
-        return qFromLittleEndian<quint32>(digest.constData() + index * 4);
+    const auto word = [&digest](std::size_t index) {
+        return qFromLittleEndian<quint32>(digest.constData() + 4 * index);
     };
     std::array<char, 33> text{};
     (void)std::snprintf(text.data(), text.size(), "%08x%08x%08x%08x", word(0), word(1), word(2),
@@ -44,13 +45,20 @@ QMap<QString, tagDownloadFileInfo> CheckMd5(QMap<QString, tagDownloadFileInfo> u
     }
 
     QMap<QString, tagDownloadFileInfo> result;
+    // The local manifest mostly lists the same files: the entry after the last one is tried first.
+    auto known = local.constBegin();
     for (const tagDownloadFileInfo &record : qAsConst(update)) {
-        const auto known = local.constFind(record.path);
-        const bool upToDate = known != local.constEnd()
-                                  ? known->md5 == record.md5
-                                  : CheckFileMd5(root.absoluteFilePath(record.path), record.md5);
+        if (known == local.constEnd() || known.key() != record.path) {
+            known = local.constFind(record.path);
+        }
+        const bool listed = known != local.constEnd();
+        const bool upToDate = listed ? known->md5 == record.md5
+                                     : CheckFileMd5(root.absoluteFilePath(record.path), record.md5);
         if (!upToDate) {
-            result.insert(record.path, record);
+            result.insert(result.constEnd(), record.path, record);
+        }
+        if (listed) {
+            ++known;
         }
     }
     return result;

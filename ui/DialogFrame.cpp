@@ -3,10 +3,41 @@
 
 #include "ui/DialogFrame.h"
 
+#include "ui/LabelLine.h"
+
+#include <QColor>
+#include <QDialog>
+#include <QLabel>
 #include <QPainter>
+#include <QPalette>
 #include <QPixmap>
 #include <QPointF>
-#include <QWidget>
+
+namespace {
+
+QPalette lightPalette()
+{
+    QPalette palette(QColor(0xf4, 0xf7, 0xf8), QColor(0xf7, 0xfa, 0xfb)); // buttons, window
+    palette.setColor(QPalette::Highlight, QColor(0x2f, 0x8f, 0x9d));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    return palette;
+}
+
+} // namespace
+
+void UseDialogLook(QDialog &dialog)
+{
+    const QPalette palette = lightPalette();
+    dialog.setPalette(palette);
+    const auto children = dialog.findChildren<QWidget *>();
+    for (QWidget *child : children) {
+        child->setPalette(palette); // a widget with a style sheet does not inherit it
+    }
+    const auto labels = dialog.findChildren<QLabel *>();
+    for (QLabel *label : labels) {
+        new CLabelLine(*label); // owned by its label
+    }
+}
 
 void PaintDialogFace(QWidget &dialog)
 {

@@ -3,7 +3,15 @@
 
 #pragma once
 
+class QDialog;
 class QWidget;
+
+/// Gives \a dialog and its widgets what the shared look leaves open: light colours, whatever the
+/// desktop's theme is, because all text is black; and labels that show one line, with an ellipsis
+/// where it is cut.
+///
+/// Call it once, when all widgets are made.
+void UseDialogLook(QDialog &dialog);
 
 /// Paints the face of all dialogs: the image ":/update_bg", unscaled, at the top-left corner.
 ///

@@ -12,6 +12,7 @@ CUpdateError::CUpdateError(QWidget *parent) : QDialog(parent)
 {
     m_ui.setupUi(this);
     setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+    UseDialogLook(*this);
     m_ui.download->hide();
     connect(m_ui.retry, &QPushButton::clicked, this, &CUpdateError::accept);
     connect(m_ui.download, &QPushButton::clicked, this, &CUpdateError::openDownloadUrl);

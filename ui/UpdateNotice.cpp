@@ -9,6 +9,7 @@ CUpdateNotice::CUpdateNotice(bool mandatory, QWidget *parent) : QDialog(parent)
 {
     m_ui.setupUi(this);
     setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+    UseDialogLook(*this);
     if (mandatory) {
         m_ui.skip->hide();
     }

@@ -3,8 +3,6 @@
 
 #include "tests/support/HostBundle.h"
 
-#include "tests/support/Desktop.h"
-
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -18,7 +16,7 @@ const QString Identifier = QStringLiteral("com.example.kestrel");
 HostBundle::HostBundle(const QString &updater)
 {
     const QDir root(m_root.path());
-    for (const char *folder : {"X.app/Contents/MacOS", "home", "run", "bin", "records"}) {
+    for (const char *folder : {"X.app/Contents/MacOS", "home", "run", "work", "bin", "records"}) {
         if (!root.mkpath(QLatin1String(folder))) {
             qFatal("The bundle's folder %s cannot be made.", folder);
         }
@@ -83,24 +81,22 @@ void HostBundle::addHost(const QString &name) const
     writeRecorder(macOsDir() + QLatin1Char('/') + name, QStringLiteral("host"));
 }
 
-std::unique_ptr<QProcess> HostBundle::start(const Desktop &desktop,
-                                            const QStringList &arguments) const
+std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
+                                            const QProcessEnvironment &environment) const
 {
     auto session = std::make_unique<QProcess>();
-    session->setProcessEnvironment(environment(desktop));
-    session->setWorkingDirectory(path(QStringLiteral("run")));
+    session->setProcessEnvironment(environment);
+    session->setWorkingDirectory(path(QStringLiteral("work")));
     session->setStandardErrorFile(path(QStringLiteral("records/stderr")));
     session->start(updaterPath(), arguments);
     return session;
 }
 
-QProcessEnvironment HostBundle::environment(const Desktop &desktop) const
+QProcessEnvironment HostBundle::environment() const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), home());
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), path(QStringLiteral("run")));
-    environment.insert(QStringLiteral("DISPLAY"), desktop.display());
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
     environment.insert(QStringLiteral("PATH"), path(QStringLiteral("bin")) + QLatin1Char(':') +
                                                    environment.value(QStringLiteral("PATH")));
     return environment;
