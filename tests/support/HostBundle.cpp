@@ -132,8 +132,10 @@ QStringList HostBundle::log() const
     const QDir folder(dataDir() + QStringLiteral("/Log"));
     const QStringList names = folder.entryList({QStringLiteral("*.log")}, QDir::Files, QDir::Name);
     for (const QString &name : names) {
+        const QByteArray content = ReadFile(folder.absoluteFilePath(name));
+        // By length: a message may hold a NUL.
         QStringList lines =
-            QString::fromUtf8(ReadFile(folder.absoluteFilePath(name))).split(QLatin1Char('\n'));
+            QString::fromUtf8(content.constData(), content.size()).split(QLatin1Char('\n'));
         lines.removeLast(); // empty behind the last line end
         for (const QString &line : qAsConst(lines)) {
             const QRegularExpressionMatch match = pattern.match(line);
