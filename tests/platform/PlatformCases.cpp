@@ -134,8 +134,8 @@ QList<HomeCase> ordinaryUserCases()
     existing.home = QStringLiteral("taken");
     existing.folders = QStringList{QStringLiteral("work/taken/.a.b.c")};
     existing.locked = QStringList{QStringLiteral("work/taken/.a.b.c")};
-    existing.commands =
-        QStringList{QStringLiteral("version"), QStringLiteral("drop root"), QStringLiteral("home")};
+    existing.commands = QStringList{QStringLiteral("version"), QStringLiteral("ordinary user"),
+                                    QStringLiteral("home")};
     existing.out = QStringLiteral("version=1.2.3\n") + existing.out;
     existing.log = chosen(QStringLiteral("taken/.a.b.c"), 0);
 

@@ -69,12 +69,13 @@ RunResult Stage::run(const QStringList &commands)
     process.start(m_driver, arguments);
 
     RunResult result;
-    result.ended = process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
-    if (process.state() != QProcess::NotRunning) {
+    if (process.waitForFinished(20000)) {
+        const bool crashed = process.exitStatus() == QProcess::CrashExit;
+        result.exitCode = (crashed ? 128 : 0) + process.exitCode();
+    } else {
         process.kill();
         (void)process.waitForFinished();
     }
-    result.exitCode = process.exitCode();
     result.out = process.readAllStandardOutput();
     result.err = process.readAllStandardError();
     return result;

@@ -11,8 +11,7 @@
 
 /// What a finished program left behind.
 struct RunResult {
-    int exitCode = -1;
-    bool ended = false; ///< by itself, neither crashed nor stopped for taking too long
+    int exitCode = -1; ///< 128 + N when signal N ended it, -1 when it was stopped for its time
     QByteArray out;
     QByteArray err;
 };

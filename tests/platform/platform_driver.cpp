@@ -3,6 +3,7 @@
 
 #include "platform_driver.h"
 
+#include "OrdinaryUser.h"
 #include "platform/PlatformServices.h"
 
 #include <cstdio>
@@ -12,21 +13,11 @@
 #include <string_view>
 #include <system_error>
 
-#include <unistd.h>
-
 namespace {
 
 void print(const char *name, const char *text)
 {
     (void)std::printf("%s=%s\n", name, text ? text : "(null)");
-}
-
-void dropRoot()
-{
-    constexpr uid_t nobody = 65534;
-    if (geteuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0)) {
-        std::abort();
-    }
 }
 
 bool runCommand(std::string_view command)
@@ -45,8 +36,8 @@ bool runCommand(std::string_view command)
         print("uuid", GetSystemUuid());
     } else if (command == "caption") {
         hideWindowCaptionBar(1);
-    } else if (command == "drop root") {
-        dropRoot();
+    } else if (command == "ordinary user") {
+        becomeOrdinaryUser();
     } else {
         return false;
     }

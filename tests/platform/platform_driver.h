@@ -8,6 +8,6 @@
 ///
 /// The platform functions keep their first results, so each scenario is a run of a driver program:
 /// "home", "home length", "version", "number", "disk id" and "uuid" print "NAME=RESULT" lines,
-/// "caption" hides a title bar, "drop root" goes on as an ordinary user, "remove PATH",
+/// "caption" hides a title bar, "ordinary user" gives up root's rights, "remove PATH",
 /// "change HOME TEXT" and "go to FOLDER" change what a second call could see.
 int runDriverCommands(int argc, char **argv);

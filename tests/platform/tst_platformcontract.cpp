@@ -7,9 +7,6 @@
 #include <QFileInfo>
 #include <QtTest>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 /// What every implementation of the platform services does alike. Each case is one process, run
 /// once for each of the implementations.
 class tst_PlatformContract : public QObject {
@@ -82,18 +79,12 @@ void tst_PlatformContract::applicationHomePath_case_isAsRuled()
         stage.makeFile(file);
     }
     for (const QString &name : given.locked) {
-        QVERIFY(QFile::setPermissions(stage.path(name), QFile::ReadOwner | QFile::ExeOwner |
-                                                            QFile::ReadOther | QFile::ExeOther));
-    }
-    if (!given.locked.isEmpty() && geteuid() == 0) {
-        // An ordinary user works in the working directory, wherever the stage lies.
-        QCOMPARE(chmod(qPrintable(stage.path(QStringLiteral("work"))), 0777), 0);
+        QVERIFY(QFile::setPermissions(stage.path(name), QFile::ReadOwner | QFile::ExeOwner));
     }
 
     const RunResult run = stage.run(given.commands);
 
-    QVERIFY2(run.ended, run.err.constData());
-    QCOMPARE(run.exitCode, 0);
+    QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(QString::fromUtf8(run.out), stage.fill(given.out));
     QCOMPARE(QString::fromUtf8(folderLines(run.err)), stage.fill(given.log));
     for (const QString &folder : given.made) {
@@ -140,7 +131,7 @@ void tst_PlatformContract::applicationHomePath_longText_isCutAt512()
 
     const RunResult run = stage.run({QStringLiteral("home"), QStringLiteral("home length")});
 
-    QVERIFY2(run.ended, run.err.constData());
+    QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(run.out, "home=" + whole.left(512) +
                           "\nhome length=" + QByteArray::number(qMin(length, 512)) + '\n');
     QCOMPARE(folderLines(run.err), "createDirectoryAtPath:path=" + whole +
@@ -174,11 +165,10 @@ void tst_PlatformContract::getMainExecutableVersion_text_isEncoded()
                                      QStringLiteral("{stage}/Sample.app/Contents/Info.plist"),
                                      QStringLiteral("version"), QStringLiteral("number")});
 
-    QVERIFY2(run.ended, run.err.constData());
+    QVERIFY2(run.exitCode == 0, run.err.constData());
     const QString shown = text.isNull() ? QStringLiteral("(null)") : text;
     QCOMPARE(QString::fromUtf8(run.out),
              QStringLiteral("version=%1\nversion=%1\nnumber=%2\n").arg(shown).arg(number));
-    QCOMPARE(run.exitCode, 0);
 }
 
 void tst_PlatformContract::getMainExecutableVersion_notText_isNull_data()
@@ -203,9 +193,8 @@ void tst_PlatformContract::getMainExecutableVersion_notText_isNull()
 
     const RunResult run = stage.run({QStringLiteral("version"), QStringLiteral("number")});
 
-    QVERIFY2(run.ended, run.err.constData());
+    QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(run.out, QByteArray("version=(null)\nnumber=0\n"));
-    QCOMPARE(run.exitCode, 0);
 }
 
 QTEST_APPLESS_MAIN(tst_PlatformContract)
