@@ -138,8 +138,8 @@ void tst_MainBundle::mainBundle_propertyList_isRead_data()
     QTest::newRow("binary mark alone") << QByteArray("bplist00") << nothing;
     QTest::newRow("XML nested deep")
         << "<plist>" + QByteArray("<array>").repeated(37000) << nothing;
-    QTest::newRow("binary nested deep") << nestedBinaryPlist(37000) << nothing;
-    QTest::newRow("binary nested deeper") << nestedBinaryPlist(200000) << nothing;
+    QTest::newRow("binary nested deep") << nestedBinaryPlist(20000) << nothing;
+    QTest::newRow("binary nested deeper") << nestedBinaryPlist(120000) << nothing;
 }
 
 void tst_MainBundle::mainBundle_propertyList_isRead()
