@@ -166,7 +166,8 @@ void tst_LogHandler::handlerBefore_waiting_keepsNoOtherThreadOut()
 void tst_LogHandler::threads_longLines_staysWhole()
 {
     LogStage stage;
-    const RunResult run = stage.run({QStringLiteral("init"), QStringLiteral("log from threads")});
+    const RunResult run = stage.run({QStringLiteral("silent handler before"),
+                                     QStringLiteral("init"), QStringLiteral("log from threads")});
     QVERIFY2(run.exitCode == 0, run.err.constData());
 
     QMap<char, int> lines;
