@@ -27,7 +27,10 @@ endif()
 # updater_configure_target(target): what every target of this project has in common.
 function(updater_configure_target target)
     target_link_libraries(${target} PRIVATE updater_options)
-    set_target_properties(${target} PROPERTIES CXX_STANDARD 17 CXX_EXTENSIONS OFF)
+    set_target_properties(${target} PROPERTIES
+        CXX_STANDARD 17
+        CXX_STANDARD_REQUIRED ON
+        CXX_EXTENSIONS OFF)
 endfunction()
 
 # updater_add_library(target sources...): one of the static libraries, included as "folder/Header.h".

@@ -33,8 +33,9 @@ struct tagDownloadFileInfo {
 /// \a headers          raw request headers, sent in ascending order of their names.
 /// \a verb             the HTTP method, sent as it stands.
 /// \a body             the request body, allowed with every verb.
-/// \a responseHeaders  may be null; gets the answer's headers on success, the last value of a
-///                     repeated name, and is not cleared first.
+/// \a responseHeaders  may be null; gets the answer's headers on success and is not cleared first.
+///                     A repeated name keeps its last entry (the network layer gives one only,
+///                     with the values joined).
 ///
 /// Returns true for HTTP status 200 and false for everything else. A request that ran out of time
 /// is left to end unobserved. Blocks in a local event loop: call on the thread that owns

@@ -8,14 +8,25 @@
 #include <QNetworkRequest>
 #include <QTimer>
 
+#include <algorithm>
+#include <chrono>
+#include <limits>
+
 namespace {
+
+/// The whole time in milliseconds; a timer cannot run longer than the limit, nearly 25 days.
+std::chrono::milliseconds TimerInterval(qint32 timeoutSec)
+{
+    constexpr std::chrono::milliseconds limit{std::numeric_limits<int>::max()};
+    return std::min<std::chrono::milliseconds>(std::chrono::seconds(timeoutSec), limit);
+}
 
 void WaitForReply(QNetworkReply &reply, qint32 timeoutSec)
 {
     QEventLoop loop;
     QObject::connect(&reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     if (timeoutSec > 0) {
-        QTimer::singleShot(std::chrono::seconds(timeoutSec), &loop, &QEventLoop::quit);
+        QTimer::singleShot(TimerInterval(timeoutSec), &loop, &QEventLoop::quit);
     }
     loop.exec();
 }

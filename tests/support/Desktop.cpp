@@ -51,6 +51,13 @@ Desktop::~Desktop()
     }
 }
 
+QProcessEnvironment Desktop::shownIn(QProcessEnvironment environment) const
+{
+    environment.insert(QStringLiteral("DISPLAY"), m_display);
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    return environment;
+}
+
 QString Desktop::waitForWindow(const QString &title)
 {
     QString window;
@@ -105,9 +112,7 @@ bool Desktop::screenshot(const QString &path)
 QByteArray Desktop::xdotool(const QStringList &arguments)
 {
     QProcess tool;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), m_display);
-    tool.setProcessEnvironment(environment);
+    tool.setProcessEnvironment(shownIn(QProcessEnvironment::systemEnvironment()));
     tool.setStandardErrorFile(QProcess::nullDevice());
     tool.start(QStringLiteral("xdotool"), arguments);
     (void)tool.waitForFinished(PatienceMs); // judged by what it printed

@@ -16,8 +16,10 @@ public:
     ~Desktop();
     Q_DISABLE_COPY(Desktop)
 
-    /// The value for DISPLAY; empty when no server could be started.
-    QString display() const { return m_display; }
+    /// Whether the X server could be started.
+    bool isUp() const { return !m_display.isEmpty(); }
+    /// \a environment, changed so that a program shows its windows here.
+    QProcessEnvironment shownIn(QProcessEnvironment environment) const;
     qint64 processId() const { return m_server.processId(); }
 
     /// Waits for a visible window titled exactly \a title and returns its id.

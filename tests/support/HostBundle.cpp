@@ -3,8 +3,6 @@
 
 #include "tests/support/HostBundle.h"
 
-#include "tests/support/Desktop.h"
-
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -18,7 +16,7 @@ const QString Identifier = QStringLiteral("com.example.kestrel");
 HostBundle::HostBundle(const QString &updater)
 {
     const QDir root(m_root.path());
-    for (const char *folder : {"X.app/Contents/MacOS", "home", "run", "bin", "records"}) {
+    for (const char *folder : {"X.app/Contents/MacOS", "home", "run", "work", "bin", "records"}) {
         if (!root.mkpath(QLatin1String(folder))) {
             qFatal("The bundle's folder %s cannot be made.", folder);
         }
@@ -58,7 +56,7 @@ QString HostBundle::path(const QString &relative) const
     return m_root.path() + QLatin1Char('/') + relative;
 }
 
-void HostBundle::setVersion(const QString &version)
+void HostBundle::setVersion(const QString &version) const
 {
     const QString plist = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                          "<plist version=\"1.0\"><dict>"
@@ -68,38 +66,37 @@ void HostBundle::setVersion(const QString &version)
     writeInfoPlist(plist.arg(Identifier, version).toUtf8());
 }
 
-void HostBundle::writeInfoPlist(const QByteArray &content)
+void HostBundle::writeInfoPlist(const QByteArray &content) const
 {
     WriteFile(path(QStringLiteral("X.app/Contents/Info.plist")), content);
 }
 
-void HostBundle::writeConfig(const QByteArray &content)
+void HostBundle::writeConfig(const QByteArray &content) const
 {
     WriteFile(macOsDir() + QStringLiteral("/system.cfg"), content);
 }
 
-void HostBundle::addHost(const QString &name)
+void HostBundle::addHost(const QString &name) const
 {
     writeRecorder(macOsDir() + QLatin1Char('/') + name, QStringLiteral("host"));
 }
 
-std::unique_ptr<QProcess> HostBundle::start(const Desktop &desktop, const QStringList &arguments)
+std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
+                                            const QProcessEnvironment &environment) const
 {
     auto session = std::make_unique<QProcess>();
-    session->setProcessEnvironment(environment(desktop));
-    session->setWorkingDirectory(path(QStringLiteral("run")));
+    session->setProcessEnvironment(environment);
+    session->setWorkingDirectory(path(QStringLiteral("work")));
     session->setStandardErrorFile(path(QStringLiteral("records/stderr")));
     session->start(updaterPath(), arguments);
     return session;
 }
 
-QProcessEnvironment HostBundle::environment(const Desktop &desktop) const
+QProcessEnvironment HostBundle::environment() const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), home());
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), path(QStringLiteral("run")));
-    environment.insert(QStringLiteral("DISPLAY"), desktop.display());
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
     environment.insert(QStringLiteral("PATH"), path(QStringLiteral("bin")) + QLatin1Char(':') +
                                                    environment.value(QStringLiteral("PATH")));
     return environment;
@@ -135,8 +132,10 @@ QStringList HostBundle::log() const
     const QDir folder(dataDir() + QStringLiteral("/Log"));
     const QStringList names = folder.entryList({QStringLiteral("*.log")}, QDir::Files, QDir::Name);
     for (const QString &name : names) {
+        const QByteArray content = ReadFile(folder.absoluteFilePath(name));
+        // By length: a message may hold a NUL.
         QStringList lines =
-            QString::fromUtf8(ReadFile(folder.absoluteFilePath(name))).split(QLatin1Char('\n'));
+            QString::fromUtf8(content.constData(), content.size()).split(QLatin1Char('\n'));
         lines.removeLast(); // empty behind the last line end
         for (const QString &line : qAsConst(lines)) {
             const QRegularExpressionMatch match = pattern.match(line);
@@ -148,7 +147,7 @@ QStringList HostBundle::log() const
     return messages;
 }
 
-void HostBundle::forget()
+void HostBundle::forget() const
 {
     for (const char *record : {"records/host", "records/browser"}) {
         (void)QFile::remove(path(QLatin1String(record))); // may never have been written
@@ -156,7 +155,7 @@ void HostBundle::forget()
     (void)QDir(dataDir() + QStringLiteral("/Log")).removeRecursively(); // may be missing
 }
 
-void HostBundle::writeRecorder(const QString &path, const QString &record)
+void HostBundle::writeRecorder(const QString &path, const QString &record) const
 {
     const QString script = QStringLiteral("#!/bin/sh\n"
                                           "line=$(basename \"$0\")\n"

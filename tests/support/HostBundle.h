@@ -10,8 +10,6 @@
 
 #include <memory>
 
-class Desktop;
-
 /// A host application's bundle with the updater in it, in a temporary folder, and everything that
 /// a session touches around it: a home, a host program and a browser that write down how they were
 /// started, and the log.
@@ -28,16 +26,17 @@ public:
     QString dataDir() const;
     QString path(const QString &relative) const;
 
-    void setVersion(const QString &version);
-    void writeInfoPlist(const QByteArray &content);
-    void writeConfig(const QByteArray &content);
+    void setVersion(const QString &version) const;
+    void writeInfoPlist(const QByteArray &content) const;
+    void writeConfig(const QByteArray &content) const;
     /// Makes an executable in the bundle that writes its arguments down for hostArguments().
-    void addHost(const QString &name);
+    void addHost(const QString &name) const;
 
-    /// Starts a session with \a arguments on \a desktop; the caller waits for its end.
-    std::unique_ptr<QProcess> start(const Desktop &desktop, const QStringList &arguments);
-    /// The surroundings of such a session.
-    QProcessEnvironment environment(const Desktop &desktop) const;
+    /// Starts a session in \a environment; the caller waits for its end.
+    std::unique_ptr<QProcess> start(const QStringList &arguments,
+                                    const QProcessEnvironment &environment) const;
+    /// The surroundings of a session without windows; Desktop::shownIn() adds them.
+    QProcessEnvironment environment() const;
 
     /// What the host was started with, a line per start: its name and each argument in brackets.
     QStringList hostStarts() const;
@@ -49,10 +48,10 @@ public:
     /// look as a log line should is returned whole, with "?" in front.
     QStringList log() const;
     /// Forgets host starts, browser addresses and log.
-    void forget();
+    void forget() const;
 
 private:
-    void writeRecorder(const QString &path, const QString &record);
+    void writeRecorder(const QString &path, const QString &record) const;
     QStringList recorded(const QString &record) const;
 
     QTemporaryDir m_root;

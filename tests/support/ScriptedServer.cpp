@@ -105,7 +105,7 @@ QByteArray ScriptedConnection::readRequest()
         if (head >= 0) {
             const int whole = head + endOfHead.size() + BodyLength(m_buffer.left(head));
             if (m_buffer.size() >= whole) {
-                const QByteArray request = m_buffer.left(whole);
+                QByteArray request = m_buffer.left(whole);
                 m_buffer.remove(0, whole);
                 return request;
             }

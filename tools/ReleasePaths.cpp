@@ -1,0 +1,168 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tools/ReleasePaths.h"
+
+#include "app/FileNames.h"
+
+#include <QHash>
+
+namespace {
+
+const QChar Separator = QLatin1Char('/');
+const QString KeptSuffix = QStringLiteral(".old");
+constexpr int LongestName = 255 - 4; // in bytes as a volume stores it, with ".old" behind it
+
+QString UnsafeCharacterReason(QChar character)
+{
+    switch (character.unicode()) {
+    case 0x00:
+        return QStringLiteral("it holds a NUL");
+    case '\t':
+        return QStringLiteral("it holds a TAB, which separates the manifest's fields");
+    case '\n':
+        return QStringLiteral("it holds a line feed, which ends the manifest's lines");
+    case '\r':
+        return QStringLiteral("it holds a carriage return, which ends the manifest's lines");
+    case '\\':
+        return QStringLiteral("it holds a backslash, which the manifest takes for a separator");
+    case '#':
+    case '?':
+    case '%':
+        return QStringLiteral("it holds '%1', which has a meaning of its own in a web address")
+            .arg(character);
+    default:
+        return {};
+    }
+}
+
+/// Whether the text comes unchanged through UTF-8, which drops a byte order mark at the beginning,
+/// and holds no undecodable byte of a file name.
+bool SurvivesUtf8(const QString &text)
+{
+    return QString::fromUtf8(text.toUtf8()) == text && !text.contains(QChar::ReplacementCharacter);
+}
+
+QString UnsafeNameReason(const QString &name)
+{
+    if (name.isEmpty()) {
+        return QStringLiteral("it has an empty component");
+    }
+    if (name == QLatin1String(".") || name == QLatin1String("..")) {
+        return QStringLiteral("it has a \"%1\" component").arg(name);
+    }
+    if (name.normalized(QString::NormalizationForm_D).toUtf8().size() > LongestName) {
+        return QStringLiteral("it has a name over %1 bytes in its decomposed form")
+            .arg(LongestName);
+    }
+    return {};
+}
+
+/// What a volume that ignores letter case and normalisation takes for the same name.
+QString Folded(const QString &text)
+{
+    return text.normalized(QString::NormalizationForm_D)
+        .toCaseFolded()
+        .normalized(QString::NormalizationForm_D);
+}
+
+/// The files and folders of a release by their folded paths.
+class Tree {
+public:
+    /// Adds a file with the folders above it and returns why it cannot be added.
+    QString add(const QString &path)
+    {
+        for (int end = path.indexOf(Separator); end >= 0; end = path.indexOf(Separator, end + 1)) {
+            const QString folder = path.left(end);
+            const QString key = Folded(folder);
+            if (m_files.contains(key)) {
+                return QStringLiteral("\"%1\" is a file and the folder of \"%2\" at once")
+                    .arg(m_files.value(key), path);
+            }
+            const QString known = *m_folders.insert(key, m_folders.value(key, folder));
+            if (known != folder) {
+                return sameName(known, folder);
+            }
+        }
+        const QString key = Folded(path);
+        if (m_files.contains(key)) {
+            return sameName(m_files.value(key), path);
+        }
+        if (m_folders.contains(key)) {
+            return QStringLiteral("\"%1\" is a file and a folder at once").arg(path);
+        }
+        m_files.insert(key, path);
+        return {};
+    }
+
+    /// Returns which file stands beside the name of its own kept copy.
+    QString keptCopyReason() const
+    {
+        const QString suffix = Folded(KeptSuffix);
+        for (auto file = m_files.cbegin(); file != m_files.cend(); ++file) {
+            const QString key = file.key() + suffix;
+            const QString taken = m_files.value(key, m_folders.value(key));
+            if (!taken.isEmpty()) {
+                return QStringLiteral("\"%1\" takes the name that is kept for the old \"%2\"")
+                    .arg(taken, file.value());
+            }
+        }
+        return {};
+    }
+
+private:
+    static QString sameName(const QString &one, const QString &other)
+    {
+        if (one == other) {
+            return QStringLiteral("\"%1\" is listed twice").arg(one);
+        }
+        return QStringLiteral(
+                   "\"%1\" and \"%2\" differ in letter case or Unicode normalisation only")
+            .arg(one, other);
+    }
+
+    QHash<QString, QString> m_files;
+    QHash<QString, QString> m_folders;
+};
+
+} // namespace
+
+QString UnsafePathReason(const QString &path)
+{
+    if (path.isEmpty()) {
+        return QStringLiteral("it is empty");
+    }
+    if (path.startsWith(Separator)) {
+        return QStringLiteral("it is absolute");
+    }
+    for (const QChar character : path) {
+        if (QString reason = UnsafeCharacterReason(character); !reason.isEmpty()) {
+            return reason;
+        }
+    }
+    if (!SurvivesUtf8(path)) {
+        return QStringLiteral("it does not come unchanged through UTF-8");
+    }
+    const QVector<QStringRef> names = path.splitRef(Separator);
+    for (const QStringRef &name : names) {
+        if (QString reason = UnsafeNameReason(name.toString()); !reason.isEmpty()) {
+            return reason;
+        }
+    }
+    return {};
+}
+
+QString CollisionReason(const QStringList &paths)
+{
+    const QString manifest = Folded(LOCAL_MD5_FILENAME);
+    Tree tree;
+    for (const QString &path : paths) {
+        if (Folded(path.section(Separator, 0, 0)) == manifest) {
+            return QStringLiteral("\"%1\" takes the manifest's own name").arg(path);
+        }
+        if (QString reason = tree.add(path); !reason.isEmpty()) {
+            return reason;
+        }
+    }
+    return tree.keptCopyReason();
+}
