@@ -1,0 +1,205 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "ui/LabelLine.h"
+
+#include <QElapsedTimer>
+#include <QHelpEvent>
+#include <QImage>
+#include <QLabel>
+#include <QToolTip>
+#include <QtTest>
+
+namespace {
+
+constexpr QSize roomy(300, 40);
+
+/// A label as the forms make them.
+struct PlainLabel : QLabel {
+    explicit PlainLabel(const QString &text, QSize size = roomy)
+    {
+        setTextFormat(Qt::PlainText);
+        setText(text);
+        resize(size);
+    }
+    QImage image() { return grab().toImage(); }
+};
+
+/// The same label under watch.
+struct LineLabel : PlainLabel {
+    explicit LineLabel(const QString &text, QSize size = roomy) : PlainLabel(text, size)
+    {
+        new CLabelLine(*this);
+    }
+
+    /// The tool tip that the mouse brings up; null when there is none.
+    QString toolTipAtMouse()
+    {
+        QToolTip::hideText();
+        QHelpEvent help(QEvent::ToolTip, QPoint(5, 5), QPoint(50, 50));
+        QCoreApplication::sendEvent(this, &help);
+        return QToolTip::isVisible() ? QToolTip::text() : QString();
+    }
+};
+
+/// The rows of \a image that hold anything darker than paper.
+QPair<int, int> inkRows(const QImage &image)
+{
+    int first = -1;
+    int last = -1;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (qGray(image.pixel(x, y)) < 128) {
+                first = first < 0 ? y : first;
+                last = y;
+            }
+        }
+    }
+    return {first, last};
+}
+
+QPair<int, int> inkColumns(const QImage &image)
+{
+    return inkRows(image.transformed(QTransform().rotate(90)));
+}
+
+} // namespace
+
+class tst_LabelLine : public QObject {
+    Q_OBJECT
+
+private slots:
+    static void paint_fittingText_isLeftToTheLabel_data();
+    static void paint_fittingText_isLeftToTheLabel();
+    static void paint_wideText_endsInAnEllipsis();
+    static void paint_lines_areJoinedFromTheFirst_data();
+    static void paint_lines_areJoinedFromTheFirst();
+    static void paint_tallFont_isCentredByItsLetters();
+    static void paint_rightAligned_staysRight();
+    static void paint_hugeText_takesAMoment_data();
+    static void paint_hugeText_takesAMoment();
+    static void text_cut_staysAsGiven();
+    static void toolTip_cutText_holdsItAsLetters();
+    static void toolTip_hugeText_holdsItsBeginning();
+    static void toolTip_fittingText_isTheLabelsOwn();
+};
+
+void tst_LabelLine::paint_fittingText_isLeftToTheLabel_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("word") << "fits";
+    QTest::newRow("empty") << "";
+    QTest::newRow("blanks around") << "  fits  ";
+    QTest::newRow("markup") << "<b>fits</b>";
+    QTest::newRow("ampersand") << "&fits && all";
+}
+
+void tst_LabelLine::paint_fittingText_isLeftToTheLabel()
+{
+    QFETCH(QString, text);
+    QCOMPARE(LineLabel(text).image(), PlainLabel(text).image());
+}
+
+void tst_LabelLine::paint_wideText_endsInAnEllipsis()
+{
+    const QString wide = QStringLiteral("wide and wider, ").repeated(20);
+    const QFontMetrics metrics = PlainLabel(wide).fontMetrics();
+    const QString cut = metrics.elidedText(wide, Qt::ElideRight, roomy.width());
+    QVERIFY(cut.endsWith(QChar(0x2026)));
+    QCOMPARE(LineLabel(wide).image(), PlainLabel(cut).image());
+    QVERIFY(LineLabel(wide).image() != PlainLabel(wide).image());
+}
+
+void tst_LabelLine::paint_lines_areJoinedFromTheFirst_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("LF") << "one\ntwo";
+    QTest::newRow("CR LF") << "one\r\ntwo";
+    QTest::newRow("blank lines") << "\n\none\n\n\ttwo\n";
+    QTest::newRow("line separator") << QString::fromUtf8("one\u2028two");
+    QTest::newRow("paragraph separator") << QString::fromUtf8("one\u2029two");
+}
+
+void tst_LabelLine::paint_lines_areJoinedFromTheFirst()
+{
+    QFETCH(QString, text);
+    QCOMPARE(LineLabel(text).image(), PlainLabel(QStringLiteral("one two")).image());
+}
+
+void tst_LabelLine::paint_tallFont_isCentredByItsLetters()
+{
+    LineLabel label(QStringLiteral("EHE"), QSize(100, 15));
+    QFont font;
+    font.setPixelSize(17);
+    label.setFont(font);
+    QVERIFY(label.fontMetrics().height() > label.height());
+    const auto [first, last] = inkRows(label.image());
+    QVERIFY(first >= 0);
+    QVERIFY2(qAbs(first - (label.height() - 1 - last)) <= 1,
+             qPrintable(QStringLiteral("ink from %1 to %2").arg(first).arg(last)));
+}
+
+void tst_LabelLine::paint_rightAligned_staysRight()
+{
+    LineLabel label(QStringLiteral("word"), QSize(200, 8));
+    QVERIFY(label.fontMetrics().height() > label.height());
+    QVERIFY(inkColumns(label.image()).second < 100);
+    label.setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    const auto [first, last] = inkColumns(label.image());
+    QVERIFY(first > 100);
+    QVERIFY(last >= 196);
+}
+
+void tst_LabelLine::paint_hugeText_takesAMoment_data()
+{
+    QTest::addColumn<QString>("text");
+    const int size = 50 * 1024 * 1024;
+    QTest::newRow("one word") << QString(size, QLatin1Char('a'));
+    QTest::newRow("line breaks only") << QString(size, QLatin1Char('\n'));
+    QTest::newRow("no visible letter") << QString(size, QChar(0x200b));
+}
+
+void tst_LabelLine::paint_hugeText_takesAMoment()
+{
+    QFETCH(QString, text);
+    LineLabel label(text);
+    QElapsedTimer clock;
+    clock.start();
+    label.image();
+    label.toolTipAtMouse();
+    QVERIFY2(clock.elapsed() < 500, qPrintable(QString::number(clock.elapsed())));
+}
+
+void tst_LabelLine::text_cut_staysAsGiven()
+{
+    const QString text = QStringLiteral("<b>line</b>\n").repeated(5000);
+    LineLabel label(text);
+    label.image();
+    QCOMPARE(label.text(), text);
+    QCOMPARE(label.toolTip(), QString());
+}
+
+void tst_LabelLine::toolTip_cutText_holdsItAsLetters()
+{
+    LineLabel label(QStringLiteral("<b>Sign in</b> & go\nnow"));
+    QCOMPARE(label.toolTipAtMouse(),
+             QStringLiteral("<p>&lt;b&gt;Sign in&lt;/b&gt; &amp; go now</p>"));
+}
+
+void tst_LabelLine::toolTip_hugeText_holdsItsBeginning()
+{
+    LineLabel label(QString(5000, QLatin1Char('x')));
+    const QString tip = label.toolTipAtMouse();
+    QCOMPARE(tip, "<p>" + QString(1000, QLatin1Char('x')) + QChar(0x2026) + "</p>");
+}
+
+void tst_LabelLine::toolTip_fittingText_isTheLabelsOwn()
+{
+    LineLabel label(QStringLiteral("fits"));
+    QCOMPARE(label.toolTipAtMouse(), QString());
+    label.setToolTip(QStringLiteral("own"));
+    QCOMPARE(label.toolTipAtMouse(), QStringLiteral("own"));
+}
+
+QTEST_MAIN(tst_LabelLine)
+#include "tst_labelline.moc"

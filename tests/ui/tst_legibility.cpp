@@ -1,0 +1,170 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "EveryDialog.h"
+#include "FormTable.h"
+
+#include <QApplication>
+#include <QImage>
+#include <QLabel>
+#include <QPushButton>
+#include <QtTest>
+
+#include <cmath>
+
+namespace {
+
+/// Relative luminance as defined for contrast ratios on screens (sRGB).
+double luminance(QRgb pixel)
+{
+    const auto linear = [](int channel) {
+        const double c = channel / 255.0;
+        return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(qRed(pixel)) + 0.7152 * linear(qGreen(pixel)) +
+           0.0722 * linear(qBlue(pixel));
+}
+
+/// The contrast of black with the darkest pixel of \a image.
+double contrastWithBlack(const QImage &image)
+{
+    double darkest = 1;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            darkest = qMin(darkest, luminance(image.pixel(x, y)));
+        }
+    }
+    return (darkest + 0.05) / 0.05;
+}
+
+/// Gives the application a palette while it lives.
+class AppPalette {
+public:
+    explicit AppPalette(const QPalette &palette) { QApplication::setPalette(palette); }
+    ~AppPalette() { QApplication::setPalette(m_before); }
+    Q_DISABLE_COPY_MOVE(AppPalette)
+
+private:
+    QPalette m_before = QApplication::palette();
+};
+
+QPalette darkPalette()
+{
+    return {QColor(0x2b, 0x2b, 0x2e), QColor(0x1c, 0x1c, 0x1e)};
+}
+
+void addDialogsAndPalettes()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QPalette>("palette");
+    const QStringList names = EveryDialog::names();
+    for (const QString &name : names) {
+        QTest::newRow(qPrintable(name + ", light desktop")) << name << QPalette();
+        QTest::newRow(qPrintable(name + ", dark desktop")) << name << darkPalette();
+    }
+}
+
+} // namespace
+
+class tst_Legibility : public QObject {
+    Q_OBJECT
+
+private slots:
+    static void contrast_behindEveryText_isAtLeast7_data();
+    static void contrast_behindEveryText_isAtLeast7();
+    static void contrast_withoutTheImage_isAtLeast7_data();
+    static void contrast_withoutTheImage_isAtLeast7();
+    static void text_painted_isBlack_data();
+    static void text_painted_isBlack();
+    static void image_everywhere_isOpaque();
+};
+
+void tst_Legibility::contrast_behindEveryText_isAtLeast7_data()
+{
+    addDialogsAndPalettes();
+}
+
+void tst_Legibility::contrast_behindEveryText_isAtLeast7()
+{
+    QFETCH(QString, name);
+    QFETCH(QPalette, palette);
+    const AppPalette desktop(palette);
+    EveryDialog every;
+    const auto dialog = every.make(name);
+    const auto children = ChildWidgets(*dialog);
+    for (QWidget *child : children) {
+        child->setProperty("text", QString()); // what is left is what lies behind the text
+    }
+    const QImage face = dialog->grab().toImage();
+    for (const QWidget *child : children) {
+        QRect text = child->geometry();
+        if (qobject_cast<const QPushButton *>(child)) {
+            text.adjust(4, 4, -4, -4); // inside the button's edge
+        } else if (!qobject_cast<const QLabel *>(child)) {
+            continue;
+        }
+        const double contrast = contrastWithBlack(face.copy(text));
+        QVERIFY2(contrast >= 7, qPrintable(QStringLiteral("%1: %2").arg(
+                                    child->objectName(), QString::number(contrast))));
+    }
+}
+
+void tst_Legibility::contrast_withoutTheImage_isAtLeast7_data()
+{
+    addDialogsAndPalettes();
+}
+
+void tst_Legibility::contrast_withoutTheImage_isAtLeast7()
+{
+    QFETCH(QString, name);
+    QFETCH(QPalette, palette);
+    const AppPalette desktop(palette);
+    EveryDialog every;
+    const auto dialog = every.make(name);
+    QImage plain(1, 1, QImage::Format_ARGB32);
+    plain.fill(dialog->palette().color(QPalette::Window));
+    QVERIFY(contrastWithBlack(plain) >= 7);
+}
+
+void tst_Legibility::text_painted_isBlack_data()
+{
+    addDialogsAndPalettes();
+}
+
+void tst_Legibility::text_painted_isBlack()
+{
+    QFETCH(QString, name);
+    QFETCH(QPalette, palette);
+    const AppPalette desktop(palette);
+    EveryDialog every;
+    const auto dialog = every.make(name);
+    const auto children = ChildWidgets(*dialog);
+    for (QWidget *child : children) {
+        if (!child->property("text").isValid() || child->inherits("QProgressBar")) {
+            continue;
+        }
+        child->setProperty("text", QString(30, QLatin1Char('E'))); // has stems of a whole pixel
+        const QImage image = child->grab().toImage();
+        int darkest = 255;
+        for (int y = 4; y < image.height() - 4; ++y) {
+            for (int x = 4; x < image.width() - 4; ++x) {
+                darkest = qMin(darkest, qGray(image.pixel(x, y)));
+            }
+        }
+        QVERIFY2(darkest < 16, qPrintable(child->objectName() + QString::number(darkest)));
+    }
+}
+
+void tst_Legibility::image_everywhere_isOpaque()
+{
+    // A clear corner would show the window's own colour, not what lies behind the window.
+    const QImage image(QStringLiteral(":/update_bg"));
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            QCOMPARE(qAlpha(image.pixel(x, y)), 255);
+        }
+    }
+}
+
+QTEST_MAIN(tst_Legibility)
+#include "tst_legibility.moc"
