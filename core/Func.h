@@ -73,6 +73,10 @@ bool CheckFileMd5(QString path, QByteArray md5);
 /// every machine; the two forms never compare equal. Callable on any thread.
 QByteArray Md5Hash(QByteArray data);
 
+/// Returns the MD5 text of data whose 16-byte MD5 \a digest was made elsewhere, piece by piece, in
+/// the form of Md5Hash(). Callable on any thread.
+QByteArray Md5Text(const QByteArray &digest);
+
 /// Turns every byte of the NUL-terminated \a text into upper case, in place, by the current
 /// character classification. Null and empty text are allowed. Returns \a text.
 char *strupr(char *text);

@@ -12,9 +12,8 @@
 #include <cstddef>
 #include <cstdio>
 
-QByteArray Md5Hash(QByteArray data)
+QByteArray Md5Text(const QByteArray &digest)
 {
-    const QByteArray digest = QCryptographicHash::hash(data, QCryptographicHash::Md5);
     // Little-endian words on purpose: published manifests carry this form, not the usual one.
     const auto word = [&digest](std::size_t index) {
         return qFromLittleEndian<quint32>(digest.constData() + 4 * index);
@@ -23,6 +22,11 @@ QByteArray Md5Hash(QByteArray data)
     (void)std::snprintf(text.data(), text.size(), "%08x%08x%08x%08x", word(0), word(1), word(2),
                         word(3));
     return text.data();
+}
+
+QByteArray Md5Hash(QByteArray data)
+{
+    return Md5Text(QCryptographicHash::hash(data, QCryptographicHash::Md5));
 }
 
 bool CheckFileMd5(QString path, QByteArray md5)

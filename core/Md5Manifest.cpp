@@ -3,6 +3,7 @@
 
 #include "core/Func.h"
 
+#include <charconv>
 #include <cstddef>
 #include <string_view>
 
@@ -18,33 +19,39 @@ Bytes TakeLine(Bytes &rest)
     return line;
 }
 
-/// Reads the fields of \a line into \a record. False when they are not exactly three.
-bool ReadLine(Bytes line, tagDownloadFileInfo &record)
+/// Returns what stands before the first NUL, where texts end for Qt's conversions.
+Bytes Text(Bytes field)
 {
-    const auto firstTab = line.find('\t');
-    const auto secondTab = firstTab == Bytes::npos ? firstTab : line.find('\t', firstTab + 1);
-    if (secondTab == Bytes::npos || line.find('\t', secondTab + 1) != Bytes::npos) {
-        return false;
+    return field.substr(0, field.find('\0'));
+}
+
+/// Reads hexadecimal digits, on purpose whatever they look like; what is no number reads as 0.
+quint64 HexSize(Bytes field)
+{
+    const Bytes text = Text(field);
+    quint64 size = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, size, 16);
+    if (error == std::errc() && stop == end) {
+        return size; // digits only, which is the rule
     }
-    const auto bytes = [line](std::size_t from, std::size_t to) {
-        return QByteArray(line.data() + from, static_cast<int>(to - from));
-    };
-    record.md5 = bytes(0, firstTab);
+    // White space behind makes it no number on purpose, though some Qt versions would pass it over.
+    if (text.find_last_of(" \f\r\v") + 1 == text.size()) {
+        return 0;
+    }
+    return QByteArray(text.data(), static_cast<int>(text.size())).toULongLong(nullptr, 16);
+}
 
-    // Hexadecimal on purpose, whatever the digits look like; no number reads as 0.
-    const quint64 size = bytes(firstTab + 1, secondTab).toULongLong(nullptr, 16);
-    record.sizeHigh = static_cast<quint32>(size >> 32U);
-    record.sizeLow = static_cast<quint32>(size);
-
-    Bytes path = line.substr(secondTab + 1);
-    path = path.substr(0, path.find('\0'));
+QString RelativePath(Bytes field)
+{
+    const Bytes text = Text(field);
     // Manifests are UTF-8 everywhere, so the locale of the moment must not decide.
-    record.path = QString::fromUtf8(path.data(), static_cast<int>(path.size()));
-    record.path.replace(QLatin1Char('\\'), QLatin1Char('/'));
-    if (record.path.startsWith(QLatin1Char('/'))) {
-        record.path.remove(0, 1);
+    QString path = QString::fromUtf8(text.data(), static_cast<int>(text.size()));
+    path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    if (path.startsWith(QLatin1Char('/'))) {
+        path.remove(0, 1);
     }
-    return true;
+    return path;
 }
 
 } // namespace
@@ -58,11 +65,19 @@ QMap<QString, tagDownloadFileInfo> ParseMd5File(QByteArray content)
         if (!line.empty() && line.back() == '\r') {
             line.remove_suffix(1);
         }
-        tagDownloadFileInfo record;
-        if (ReadLine(line, record)) {
-            // Manifests are mostly sorted, and at the end a sorted path needs no search.
-            result.insert(result.constEnd(), record.path, record);
+        const auto firstTab = line.find('\t');
+        const auto secondTab = firstTab == Bytes::npos ? firstTab : line.find('\t', firstTab + 1);
+        if (secondTab == Bytes::npos || line.find('\t', secondTab + 1) != Bytes::npos) {
+            continue;
         }
+        const QString path = RelativePath(line.substr(secondTab + 1));
+        const quint64 size = HexSize(line.substr(firstTab + 1, secondTab - firstTab - 1));
+        // Manifests are mostly sorted, and at the end a sorted path needs no search.
+        tagDownloadFileInfo &record = *result.insert(result.constEnd(), path, {});
+        record.path = path;
+        record.sizeHigh = static_cast<quint32>(size >> 32U);
+        record.sizeLow = static_cast<quint32>(size);
+        record.md5 = QByteArray(line.data(), static_cast<int>(firstTab));
     }
     return result;
 }

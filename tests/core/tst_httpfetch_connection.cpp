@@ -113,10 +113,9 @@ void tst_HttpFetchConnection::getFileByUrl_connectionEndsInTheBodyOf200_givesThe
 {
     QFETCH(QByteArray, answer);
     const ScriptedServer server(SendAndClose(answer));
-    WatchedManager manager;
+    QNetworkAccessManager manager;
     FetchCall call;
     QVERIFY(call.run(manager, server.url("/")));
-    QCOMPARE(manager.reply()->error(), QNetworkReply::RemoteHostClosedError);
     QCOMPARE(call.data, QByteArray("half"));
     QCOMPARE(call.error, FetchCall().error);
 }

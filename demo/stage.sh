@@ -1,0 +1,165 @@
+# SPDX-FileCopyrightText: The updater authors
+# SPDX-License-Identifier: MIT
+#
+# To be sourced by ./run: the sample bundle, the web server, the screen and the user on it.
+
+stage=$PWD/build/run
+records=$stage/records
+screenshots=$stage/screenshots
+www=$stage/nginx/www
+app=$stage/Kestrel.app
+processes=()
+answers=()
+
+is_free() { ! (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+
+# The address is compiled in: the port is kept while it is free, so that nothing is built anew.
+choose_port() {
+  port=$(cat "$stage/port" 2>/dev/null || echo 18480)
+  while ! is_free "$port"; do port=$((20000 + RANDOM % 10000)); done
+  echo "$port" >"$stage/port"
+}
+
+build_updater() {
+  cmake --preset release -B "$stage/release" -DUPDATER_BUILD_TESTS=OFF -DUPDATER_BUILD_TOOLS=OFF \
+    -DUPDATE_BASE_URL="http://127.0.0.1:$port/public/kestrel/update/mac" >"$stage/build.log" 2>&1 &&
+    cmake --build "$stage/release" --target updater >>"$stage/build.log" 2>&1 ||
+    { cat "$stage/build.log"; exit 1; }
+}
+
+lay_out_bundle() {
+  mkdir -p "$app/Contents/MacOS"
+  cp "$stage/release/app/updater" "$app/Contents/MacOS/updater"
+  cp demo/host.sh "$app/Contents/MacOS/Kestrel"
+  echo 'ExeName=Kestrel' >"$app/Contents/MacOS/system.cfg"
+  cat >"$app/Contents/Info.plist" <<'XML'
+<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0">
+<dict>
+    <key>CFBundleIdentifier</key>
+    <string>com.example.kestrel</string>
+    <key>CFBundleShortVersionString</key>
+    <string>3.0.0</string>
+</dict>
+</plist>
+XML
+}
+
+# Without a display there is a virtual one, and a user who answers.
+open_screen() {
+  [ -z "${DISPLAY-}" ] || return 0
+  virtual=yes
+  Xvfb -displayfd 3 -screen 0 1024x640x24 -nolisten tcp -noreset 3>"$stage/display" 2>/dev/null &
+  processes+=($!)
+  until [ -s "$stage/display" ]; do sleep 0.05; done
+  DISPLAY=:$(cat "$stage/display")
+  export DISPLAY
+}
+
+set_stage() {
+  mkdir -p "$stage"
+  rm -rf "$records" "$screenshots" "$stage/nginx" "$app" "$stage/display"
+  mkdir -p "$records" "$screenshots" "$www"
+  temporary=$(mktemp -d)
+  mkdir -m 0700 "$temporary/home" "$temporary/tmp" "$temporary/run"
+  choose_port
+  echo "Building in $stage/release ..."
+  build_updater
+  lay_out_bundle
+  virtual=
+  open_screen
+  echo 'The download page of the newest version.' >"$www/download.html"
+  www=$www/public/kestrel/update/mac
+  mkdir -p "$www"
+}
+
+strike_stage() {
+  local process
+  for process in "${processes[@]}"; do kill "$process" 2>/dev/null && wait "$process" 2>/dev/null; done
+  rm -rf "${temporary-}"
+}
+
+serve() {
+  local folder=$stage/nginx
+  mv "$stage/nginx/www/download.html" "$folder/www/" 2>/dev/null || true
+  sed -e "s|@FOLDER@|$folder|g" -e "s|@PORT@|$port|" demo/nginx.conf.in >"$folder/nginx.conf"
+  nginx -e "$folder/error.log" -p "$folder" -c "$folder/nginx.conf" 2>/dev/null &
+  processes+=($!)
+  while is_free "$port"; do sleep 0.05; done
+}
+
+# The session's surroundings: its own home, and none of the caller's. To be run in the background.
+updater() {
+  exec env -i PATH="$PWD/demo:$PATH" HOME="$temporary/home" TMPDIR="$temporary/tmp" \
+    XDG_RUNTIME_DIR="$temporary/run" LC_ALL=C.UTF-8 DISPLAY="$DISPLAY" \
+    ${XAUTHORITY:+XAUTHORITY="$XAUTHORITY"} DEMO_RECORDS="$records" \
+    DEMO_PASS_ON="$([ -n "$virtual" ] || echo yes)" "$app/Contents/MacOS/updater" "$@"
+}
+
+start_session() {
+  updater "$@" >"$records/output" 2>"$records/errors" &
+  session=$!
+  processes+=($session)
+}
+
+start_second_session() {
+  updater >"$records/second-output" 2>"$records/second-errors" &
+  second=$!
+  processes+=($second)
+}
+
+session_log() { cat "$temporary"/home/.com.example.kestrel/Log/*.log; }
+
+find_window() { xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1; }
+
+await_window() {
+  local tries=0
+  until [ -n "$(find_window "$1")" ]; do
+    kill -0 "$session" 2>/dev/null && [ $((tries += 1)) -lt 400 ] ||
+      { echo "The window $1 did not come." >&2; exit 1; }
+    sleep 0.05
+  done
+}
+
+# answer WINDOW KEY: as the user would, with a picture taken first.
+answer() {
+  [ -n "$virtual" ] || return 0
+  await_window "$1"
+  sleep 0.3 # until it is painted
+  local picture window lines
+  picture=$screenshots/$scene-$((${#answers[@]} + 1))-$1.png
+  import -window root "$picture"
+  window=$(find_window "$1")
+  lines=$(session_log | wc -l)
+  xdotool windowfocus --sync "$window" key "$2"
+  answers+=("$1: $2 (${picture#"$PWD/"})")
+  while [ "$(session_log | wc -l)" = "$lines" ]; do sleep 0.05; done # every answer shows in the log
+}
+
+finish_session() {
+  code=0
+  wait "$session" || code=$?
+}
+
+finish_second_session() {
+  second_code=0
+  wait "$second" || second_code=$?
+}
+
+tell_file() { # TITLE FILE
+  printf '\n%s\n' "$1"
+  if [ -s "$2" ]; then awk '{ print "  " $0 }' "$2"; else echo '  (none)'; fi
+}
+
+tell() {
+  sleep 0.2 # what was started detached writes its record
+  session_log >"$records/log"
+  printf '\nWhat happened in the scene "%s"\n\nDialogs answered\n' "$scene"
+  if [ ${#answers[@]} -gt 0 ]; then printf '  %s\n' "${answers[@]}"; else echo '  (none)'; fi
+  tell_file 'Standard output' "$records/output"
+  printf '\nExit code\n  %s\n' "$code"
+  [ -z "${second_code-}" ] || printf '\nExit code of the second session\n  %s\n' "$second_code"
+  tell_file 'The log' "$records/log"
+  tell_file 'The host application was started with' "$records/host"
+  tell_file 'The browser was given' "$records/browser"
+}

@@ -1,0 +1,72 @@
+# SPDX-FileCopyrightText: The updater authors
+# SPDX-License-Identifier: MIT
+#
+# To be sourced. need PROBE PACKAGE...: notes the packages when the shell command PROBE fails;
+# install_needed: installs what was noted, on Debian and its kin; elsewhere says what is missing.
+
+PATH=$PATH:/usr/sbin:/sbin # where nginx lies, which is not in everybody's PATH
+missing_packages=()
+
+need() {
+  local probe=$1
+  shift
+  eval "$probe" >/dev/null 2>&1 || missing_packages+=("$@")
+}
+
+as_root() {
+  if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+# Packages that bring a service must not start it: what is needed is its program alone.
+install_without_services() {
+  local policy=/usr/sbin/policy-rc.d made=
+  if [ ! -e "$policy" ]; then
+    made=yes
+    printf '#!/bin/sh\nexit 101\n' | as_root tee "$policy" >/dev/null
+    as_root chmod +x "$policy"
+  fi
+  local result=0
+  as_root apt-get update -qq || true # an old list may still do
+  as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "$@" </dev/null >/dev/null || result=1
+  [ -z "$made" ] || as_root rm -f "$policy"
+  return $result
+}
+
+install_needed() {
+  [ ${#missing_packages[@]} -gt 0 ] || return 0
+  if command -v apt-get >/dev/null && { [ "$(id -u)" = 0 ] || command -v sudo >/dev/null; }; then
+    echo "Installing: ${missing_packages[*]}" >&2
+    install_without_services "${missing_packages[@]}" || {
+      echo "These packages could not be installed: ${missing_packages[*]}" >&2
+      exit 1
+    }
+  else
+    echo "Please install (names as on Debian 12): ${missing_packages[*]}" >&2
+  fi
+  missing_packages=()
+}
+
+need_for_building() {
+  need 'command -v g++' g++
+  need 'command -v cmake' cmake
+  need 'command -v ninja' ninja-build
+  need 'command -v pkg-config' pkg-config
+  need 'pkg-config --exists Qt5Widgets Qt5Network' qtbase5-dev
+  need 'pkg-config --exists libplist-2.0' libplist-dev
+}
+
+need_for_showing() {
+  need 'command -v nginx' nginx-light
+  need 'command -v Xvfb' xvfb
+  need 'command -v xdotool' xdotool
+  need 'command -v import' imagemagick
+  need 'ls /usr/share/fonts/*/noto/NotoSansCJK-Regular.*' fonts-noto-cjk
+}
+
+need_for_testing() {
+  need 'command -v openssl' openssl
+  need 'command -v python3' python3
+  need 'command -v rsvg-convert' librsvg2-bin
+  need 'command -v clang-format-14 || command -v clang-format' clang-format
+}

@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// \file
+/// What the program says, one line each, in UTF-8.
+
+/// Says \a text on standard output.
+void Say(const QString &text);
+
+/// Says \a text on standard error as a warning.
+void Warn(const QString &text);
+
+/// Says the \a problems on standard error. Returns the exit code of a refusal or failure.
+int Refuse(const QStringList &problems);
+
+/// Says on standard error what is wrong with the command line. Returns the exit code of bad usage.
+int Complain(const QString &text);

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+/// One line on standard error that says how far the work is; nothing when that is no terminal.
+class ProgressBar {
+public:
+    ProgressBar();
+    /// Clears the line.
+    ~ProgressBar();
+    Q_DISABLE_COPY(ProgressBar)
+
+    /// Shows \a done of \a total, both of one unit, and \a text behind them.
+    void show(qint64 done, qint64 total, const QString &text);
+
+private:
+    const bool m_visible;
+};

@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QDir>
+#include <QLockFile>
+#include <QString>
+
+/// What the names of the publisher's own files in the output folder begin with.
+const QString WorkspacePrefix = QStringLiteral(".publish_update");
+
+/// A hidden folder in the output folder where a release is made ready, out of the sight of those
+/// who fetch. It keeps other publishers away from the output folder for as long as it lives, and is
+/// removed at the end.
+class Workspace {
+public:
+    /// Does nothing yet.
+    explicit Workspace(const QString &outputDir);
+    ~Workspace();
+    Q_DISABLE_COPY(Workspace)
+
+    /// Takes the output folder, removes what an interrupted run left in it and makes the empty
+    /// release folder. Returns why that failed, or empty text. To be called once.
+    QString open();
+
+    /// The folder for the release's files. The manifest goes there too.
+    QString releaseDir() const;
+
+    /// Returns why no release can be published as the folder \a name, or empty text. Published
+    /// folders are never changed.
+    QString nameReason(const QString &name) const;
+
+    /// Shows the release folder as the folder \a name of the output folder, then puts the
+    /// \a description in the place of update.json; each at one stroke.
+    ///
+    /// Returns why that failed, or empty text. After a failure the output folder is as it was.
+    QString publish(const QString &name, const QByteArray &description);
+
+private:
+    QString removeLeftovers();
+
+    const QDir m_output;
+    const QDir m_work;
+    QLockFile m_lock;
+    bool m_opened = false;
+};

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tools/publish_update/CommandLine.h"
+#include "tools/publish_update/Messages.h"
+#include "tools/publish_update/Publish.h"
+#include "tools/publish_update/Verify.h"
+
+#include <QCoreApplication>
+#include <QTextCodec>
+
+#include <cstdlib>
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    // Manifests are written in UTF-8 whatever the vendor's locale is.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+
+    const CommandLine line = ReadCommandLine(QCoreApplication::arguments());
+    switch (line.action) {
+    case CommandLine::Action::Publish:
+        return Publish(line.publish);
+    case CommandLine::Action::Verify:
+        return Verify(line.baseUrl);
+    case CommandLine::Action::Help:
+        Say(line.text);
+        return EXIT_SUCCESS;
+    case CommandLine::Action::Complain:
+        break;
+    }
+    return Complain(line.text);
+}
