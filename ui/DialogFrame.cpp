@@ -5,6 +5,7 @@
 
 #include "ui/LabelLine.h"
 
+#include <QApplication>
 #include <QColor>
 #include <QDialog>
 #include <QLabel>
@@ -12,6 +13,8 @@
 #include <QPalette>
 #include <QPixmap>
 #include <QPointF>
+#include <QStyle>
+#include <QStyleFactory>
 
 namespace {
 
@@ -23,14 +26,34 @@ QPalette lightPalette()
     return palette;
 }
 
+bool isDark(const QPalette &palette)
+{
+    return palette.color(QPalette::Window).lightness() <
+           palette.color(QPalette::WindowText).lightness();
+}
+
+/// A style that follows the palette, as the native one need not; owned by \a dialog.
+QStyle *ownStyle(QDialog &dialog)
+{
+    QStyle *style = QStyleFactory::create(QStringLiteral("Fusion"));
+    if (style) {
+        style->setParent(&dialog);
+    }
+    return style;
+}
+
 } // namespace
 
 void UseDialogLook(QDialog &dialog)
 {
     const QPalette palette = lightPalette();
+    QStyle *style = isDark(QApplication::palette()) ? ownStyle(dialog) : nullptr;
     dialog.setPalette(palette);
     const auto children = dialog.findChildren<QWidget *>();
     for (QWidget *child : children) {
+        if (style) {
+            child->setStyle(style);
+        }
         child->setPalette(palette); // a widget with a style sheet does not inherit it
     }
     const auto labels = dialog.findChildren<QLabel *>();

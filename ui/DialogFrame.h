@@ -8,7 +8,8 @@ class QWidget;
 
 /// Gives \a dialog and its widgets what the shared look leaves open: light colours, whatever the
 /// desktop's theme is, because all text is black; and labels that show one line, with an ellipsis
-/// where it is cut.
+/// where it is cut. On a dark desktop the widgets are not drawn in the native style, which may not
+/// know light colours then.
 ///
 /// Call it once, when all widgets are made.
 void UseDialogLook(QDialog &dialog);

@@ -3,6 +3,7 @@
 
 #include "ui/LabelLine.h"
 
+#include <QFontInfo>
 #include <QFontMetrics>
 #include <QHelpEvent>
 #include <QLabel>
@@ -13,7 +14,9 @@
 namespace {
 
 constexpr int longestLine =
-    1000; // characters; more than a dialog has room for, and quick to measure
+    1000;                       // characters; more than a dialog has room for, and quick to measure
+constexpr int smallestFont = 9; // pixels; below it letters are cut rather than shrunk
+constexpr int faintRow = 1;     // pixels; what the edge of a letter may lose unseen
 
 QString beginning(const QString &text)
 {
@@ -45,59 +48,80 @@ bool CLabelLine::eventFilter(QObject *watched, QEvent *event)
     }
 }
 
-/// What to show: the label's text itself when it is a line that is not too wide.
-QString CLabelLine::line() const
+/// What to show, and how: the label's text and font themselves where they fit.
+CLabelLine::Line CLabelLine::line() const
 {
-    const QString text = beginning(m_label.text());
-    const QString line = hasLineBreak(text) ? text.simplified() : text;
-    return m_label.fontMetrics().elidedText(line, Qt::ElideRight, m_label.contentsRect().width());
+    const QRect room = m_label.contentsRect();
+    const QString start = beginning(m_label.text());
+    const QString text = hasLineBreak(start) ? start.simplified() : start;
+
+    Line line;
+    line.font = m_label.font();
+    line.text = m_label.fontMetrics().elidedText(text, Qt::ElideRight, room.width());
+    const int height = m_label.fontMetrics().size(Qt::TextSingleLine, line.text).height();
+    line.tooTall = height > room.height();
+    if (line.tooTall) {
+        line.font = fittingFont(line.text);
+        const QFontMetrics metrics(line.font, &m_label);
+        line.text = metrics.elidedText(text, Qt::ElideRight, room.width());
+    }
+    return line;
 }
 
-bool CLabelLine::isTooTall(const QString &line) const
+/// The label's font, or as much smaller as it takes to have all of \a text in the label: small
+/// letters can be read, letters without feet cannot.
+QFont CLabelLine::fittingFont(const QString &text) const
 {
-    // Counts the fonts that stand in for missing letters, unlike the height of the font itself.
-    const int height = m_label.fontMetrics().size(Qt::TextSingleLine, line).height();
-    return height > m_label.contentsRect().height();
+    const int room = m_label.contentsRect().height() + faintRow;
+    QFont font = m_label.font();
+    for (int size = m_label.fontInfo().pixelSize(); size > smallestFont; --size) {
+        if (QFontMetrics(font, &m_label).tightBoundingRect(text).height() <= room) {
+            break;
+        }
+        font.setPixelSize(size - 1);
+    }
+    return font;
 }
 
 /// Returns false when the label may paint itself.
-bool CLabelLine::paint(const QString &line) const
+bool CLabelLine::paint(const Line &line) const
 {
-    const bool tooTall = isTooTall(line);
-    if (!tooTall && line == m_label.text()) {
+    if (!line.tooTall && line.text == m_label.text()) {
         return false;
     }
     QPainter painter(&m_label);
     const Qt::Alignment alignment =
         QStyle::visualAlignment(m_label.layoutDirection(), m_label.alignment());
-    if (tooTall) {
+    if (line.tooTall) {
         paintByLetters(painter, line, alignment);
     } else {
         m_label.style()->drawItemText(&painter, m_label.contentsRect(), static_cast<int>(alignment),
-                                      m_label.palette(), m_label.isEnabled(), line,
+                                      m_label.palette(), m_label.isEnabled(), line.text,
                                       m_label.foregroundRole());
     }
     return true;
 }
 
-/// Centres the capital letters, which is where the ideographs have their middle too: so the room
-/// above and below the letters is cut, rather than their feet.
-void CLabelLine::paintByLetters(QPainter &painter, const QString &line,
-                                Qt::Alignment alignment) const
+/// Centres the capital letters, which is where the ideographs have their middle too, then moves the
+/// line as little as it takes to keep heads and above all feet in the label.
+void CLabelLine::paintByLetters(QPainter &painter, const Line &line, Qt::Alignment alignment) const
 {
     const QRect room = m_label.contentsRect();
-    const QFontMetrics metrics = m_label.fontMetrics();
-    const int spare = room.width() - metrics.horizontalAdvance(line);
+    const QFontMetrics metrics(line.font, &m_label);
+    const QRect ink = metrics.tightBoundingRect(line.text);
+    const int spare = room.width() - metrics.horizontalAdvance(line.text);
     const int left = room.left() + (alignment.testFlag(Qt::AlignRight) ? spare : 0);
-    const int base = room.top() + (room.height() + metrics.capHeight()) / 2;
+    const int middle = room.top() + (room.height() + metrics.capHeight()) / 2;
+    const int base = qMin(qMax(middle, room.top() - ink.top()), room.bottom() - ink.bottom());
+    painter.setFont(line.font);
     painter.setPen(m_label.palette().color(m_label.foregroundRole()));
-    painter.drawText(left, base, line);
+    painter.drawText(left, base, line.text);
 }
 
 /// Returns false when nothing is cut, and the label's own tool tip may show.
-bool CLabelLine::showToolTip(const QString &line, QPoint position) const
+bool CLabelLine::showToolTip(const Line &line, QPoint position) const
 {
-    if (line == m_label.text()) {
+    if (line.text == m_label.text()) {
         return false;
     }
     // Rich text wraps its lines; the text in it is escaped, so that markup shows as letters.

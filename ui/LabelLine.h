@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QFont>
 #include <QObject>
 #include <QString>
 
@@ -13,8 +14,8 @@ class QPainter;
 ///
 /// A text that fits is left to the label. Of any other text the label by itself would show a piece
 /// out of the middle; here it is shown from its beginning, line breaks as blanks, with an ellipsis
-/// where it is cut, and a font too tall for the label is centred by its letters. What is cut can be
-/// read in a tool tip. The label's text() stays as given, and painting takes a moment only.
+/// where it is cut, and a font too tall for the label is fitted in. What is cut can be read in a
+/// tool tip. The label's text() stays as given, and painting takes a moment only.
 class CLabelLine : public QObject {
 public:
     /// Watches \a label, and is owned by it.
@@ -24,11 +25,18 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    QString line() const;
-    bool paint(const QString &line) const;
-    bool showToolTip(const QString &line, QPoint position) const;
-    bool isTooTall(const QString &line) const;
-    void paintByLetters(QPainter &painter, const QString &line, Qt::Alignment alignment) const;
+    struct Line {
+        QString text;
+        QFont font;
+        bool tooTall =
+            false; ///< the label's own font is, or one that stands in for missing letters
+    };
+
+    Line line() const;
+    QFont fittingFont(const QString &text) const;
+    bool paint(const Line &line) const;
+    void paintByLetters(QPainter &painter, const Line &line, Qt::Alignment alignment) const;
+    bool showToolTip(const Line &line, QPoint position) const;
 
     QLabel &m_label;
 };

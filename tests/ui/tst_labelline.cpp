@@ -74,7 +74,8 @@ private slots:
     static void paint_wideText_endsInAnEllipsis();
     static void paint_lines_areJoinedFromTheFirst_data();
     static void paint_lines_areJoinedFromTheFirst();
-    static void paint_tallFont_isCentredByItsLetters();
+    static void paint_tallFont_isFittedIn_data();
+    static void paint_tallFont_isFittedIn();
     static void paint_rightAligned_staysRight();
     static void paint_hugeText_takesAMoment_data();
     static void paint_hugeText_takesAMoment();
@@ -126,17 +127,38 @@ void tst_LabelLine::paint_lines_areJoinedFromTheFirst()
     QCOMPARE(LineLabel(text).image(), PlainLabel(QStringLiteral("one two")).image());
 }
 
-void tst_LabelLine::paint_tallFont_isCentredByItsLetters()
+void tst_LabelLine::paint_tallFont_isFittedIn_data()
 {
-    LineLabel label(QStringLiteral("EHE"), QSize(100, 15));
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("pixelSize");
+    for (const int size : {11, 13, 14, 17, 24}) {
+        QTest::addRow("heads, %d pixels", size) << "EHE" << size;
+        QTest::addRow("heads and feet, %d pixels", size) << "Ejgpqy" << size;
+    }
+}
+
+void tst_LabelLine::paint_tallFont_isFittedIn()
+{
+    QFETCH(QString, text);
+    QFETCH(int, pixelSize);
     QFont font;
-    font.setPixelSize(17);
-    label.setFont(font);
-    QVERIFY(label.fontMetrics().height() > label.height());
-    const auto [first, last] = inkRows(label.image());
+    font.setPixelSize(pixelSize);
+    LineLabel high(text);
+    high.setFont(font);
+    const auto [highFirst, highLast] = inkRows(high.image());
+    const int inkHeight = highLast - highFirst + 1;
+
+    LineLabel low(text, QSize(300, 14));
+    low.setFont(font);
+    const auto [first, last] = inkRows(low.image());
     QVERIFY(first >= 0);
-    QVERIFY2(qAbs(first - (label.height() - 1 - last)) <= 1,
-             qPrintable(QStringLiteral("ink from %1 to %2").arg(first).arg(last)));
+    if (inkHeight <= low.height()) {
+        QCOMPARE(last - first + 1, inkHeight); // whole, and not smaller than it must be
+    } else {
+        QVERIFY2(last - first + 1 >= low.height() - 3, "smaller than it must be");
+    }
+    QVERIFY2(qAbs(first - (low.height() - 1 - last)) <= 3, "not in the middle");
+    QCOMPARE(low.font().pixelSize(), pixelSize);
 }
 
 void tst_LabelLine::paint_rightAligned_staysRight()

@@ -7,7 +7,10 @@
 #include <QApplication>
 #include <QImage>
 #include <QLabel>
+#include <QPainter>
+#include <QProxyStyle>
 #include <QPushButton>
+#include <QStyleOption>
 #include <QtTest>
 
 #include <cmath>
@@ -64,6 +67,29 @@ void addDialogsAndPalettes()
     }
 }
 
+/// A native style that draws dark buttons, as one does that follows the desktop and no palette.
+class DarkNativeStyle : public QProxyStyle {
+public:
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override
+    {
+        QProxyStyle::drawControl(element, option, painter, widget);
+        if (element == CE_PushButtonBevel) {
+            painter->fillRect(option->rect, QColor(0x30, 0x30, 0x30));
+        }
+    }
+};
+
+/// The contrast behind the text of the notice's button.
+double buttonContrast()
+{
+    EveryDialog every;
+    const auto dialog = every.make(QStringLiteral("notice"));
+    auto *button = dialog->findChild<QPushButton *>(QStringLiteral("update"));
+    button->setText(QString());
+    return contrastWithBlack(button->grab(button->rect().adjusted(4, 4, -4, -4)).toImage());
+}
+
 } // namespace
 
 class tst_Legibility : public QObject {
@@ -74,6 +100,7 @@ private slots:
     static void contrast_behindEveryText_isAtLeast7();
     static void contrast_withoutTheImage_isAtLeast7_data();
     static void contrast_withoutTheImage_isAtLeast7();
+    static void contrast_nativeStyleIsDark_isAtLeast7();
     static void text_painted_isBlack_data();
     static void text_painted_isBlack();
     static void image_everywhere_isOpaque();
@@ -124,6 +151,18 @@ void tst_Legibility::contrast_withoutTheImage_isAtLeast7()
     QImage plain(1, 1, QImage::Format_ARGB32);
     plain.fill(dialog->palette().color(QPalette::Window));
     QVERIFY(contrastWithBlack(plain) >= 7);
+}
+
+void tst_Legibility::contrast_nativeStyleIsDark_isAtLeast7()
+{
+    const QString before = QApplication::style()->objectName();
+    QApplication::setStyle(new DarkNativeStyle);
+    const double onLightDesktop = buttonContrast();
+    const AppPalette desktop(darkPalette());
+    const double onDarkDesktop = buttonContrast();
+    QApplication::setStyle(before);
+    QVERIFY(onLightDesktop < 7); // the native style is used there, and is as dark as meant
+    QVERIFY(onDarkDesktop >= 7);
 }
 
 void tst_Legibility::text_painted_isBlack_data()

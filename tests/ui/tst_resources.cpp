@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include <QDirIterator>
 #include <QFile>
 #include <QGuiApplication>
 #include <QIcon>
@@ -26,6 +27,7 @@ private slots:
     static void resource_always_hasItsExactSize();
     static void background_decoded_isAnRgbaPngOfTheDialogsSize();
     static void icon_decoded_isOneImageOf256();
+    static void collection_compiled_isUpdateInFormat2();
 };
 
 void tst_Resources::resource_always_hasItsExactSize_data()
@@ -61,6 +63,18 @@ void tst_Resources::icon_decoded_isOneImageOf256()
     const QIcon icon(QStringLiteral(":/icon"));
     QCOMPARE(icon.availableSizes(), QList<QSize>{QSize(256, 256)});
     QCOMPARE(icon.pixmap(QSize(256, 256)).size(), QSize(256, 256));
+}
+
+void tst_Resources::collection_compiled_isUpdateInFormat2()
+{
+    QDirIterator found(QStringLiteral(RESOURCES_AUTOGEN), {QStringLiteral("qrc_Update.cpp")},
+                       QDir::Files, QDirIterator::Subdirectories);
+    QVERIFY(found.hasNext());
+    const QByteArray source = resource(found.next());
+    QVERIFY(source.contains("qInitResources_Update"));
+    QVERIFY(source.contains("qCleanupResources_Update"));
+    QVERIFY(source.contains("int version = 2;"));
+    QVERIFY(!source.contains("int version = 3;"));
 }
 
 QTEST_MAIN(tst_Resources)
