@@ -7,6 +7,7 @@
 # caller's environment but PATH and the options of the sanitizers.
 set -u
 
+support=$(cd "$(dirname "$0")" && pwd) || exit 99
 root=$(mktemp -d "${TMPDIR:-/tmp}/updater-test.XXXXXX") || exit 99
 trap 'chmod -R u+rwX "$root" 2>/dev/null; rm -rf "$root"' EXIT
 trap 'kill -TERM "$child" 2>/dev/null; wait "$child"; exit 143' TERM INT HUP
@@ -20,8 +21,8 @@ env -i \
   XDG_RUNTIME_DIR="$root/run" \
   LC_ALL=C.UTF-8 \
   QT_QPA_PLATFORM=offscreen \
-  ASAN_OPTIONS="${ASAN_OPTIONS-}" \
-  LSAN_OPTIONS="${LSAN_OPTIONS-}" \
+  ASAN_OPTIONS="${ASAN_OPTIONS-fast_unwind_on_malloc=0}" \
+  LSAN_OPTIONS="${LSAN_OPTIONS-suppressions=$support/lsan.supp:print_suppressions=0}" \
   TSAN_OPTIONS="${TSAN_OPTIONS-}" \
   UBSAN_OPTIONS="${UBSAN_OPTIONS-print_stacktrace=1}" \
   "$@" &
