@@ -68,14 +68,11 @@ std::string readSmallFile(const fs::path &path)
     return content;
 }
 
+// Returns nothing for a dictionary that is none, a key that is missing and an item that is no text.
 std::optional<std::string> textItem(plist_t dictionary, const char *key)
 {
-    plist_t item = plist_dict_get_item(dictionary, key);
-    if (!item || plist_get_node_type(item) != PLIST_STRING) {
-        return std::nullopt;
-    }
     char *text = nullptr;
-    plist_get_string_val(item, &text);
+    plist_get_string_val(plist_dict_get_item(dictionary, key), &text);
     const std::unique_ptr<char, decltype(&std::free)> owned(text, &std::free);
     return text ? std::make_optional<std::string>(text) : std::nullopt;
 }
@@ -91,9 +88,6 @@ MainBundleInfo readMainBundleInfo()
         plist_from_xml(content.data(), length, &root);
     }
     const std::unique_ptr<void, PlistDeleter> owned(root);
-    if (!root || plist_get_node_type(root) != PLIST_DICT) {
-        return {};
-    }
     return {textItem(root, "CFBundleIdentifier"), textItem(root, "CFBundleShortVersionString")};
 }
 

@@ -51,8 +51,8 @@ int VersionNumber(const char *text)
     const std::string_view rest = version.substr(firstDot + 1);
     const std::size_t secondDot = rest.find('.');
     if (secondDot == std::string_view::npos) {
-        return static_cast<int>(
-            major); // the minor number of a two-part version is dropped on purpose
+        // The minor number of a two-part version is dropped on purpose.
+        return static_cast<int>(major);
     }
 
     const std::uint32_t minor = weighted(rest.substr(0, secondDot), 10000);

@@ -22,13 +22,16 @@
 #include <vector>
 
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 namespace {
 
 std::atomic<qint64> fakeClockMs{-1}; // negative: the real time
 std::atomic<bool> clockWarns{false};
 std::atomic<QtMessageHandler> clockCalls{nullptr};
+std::atomic<bool> diskIsSlow{false};
 QtMessageHandler handlerBefore = nullptr;
 
 std::mutex gateMutex;
@@ -76,9 +79,11 @@ void logWhileOneWaits()
     waiting.join();
 }
 
-// Lines too long for one buffer, so that what is not serialised gets mixed up.
+// Lines too long for one buffer, on a disk that takes its time: what is not serialised gets mixed
+// up.
 void logFromThreads()
 {
+    diskIsSlow = true;
     std::vector<std::thread> threads;
     for (const char letter : {'a', 'b', 'c', 'd'}) {
         threads.emplace_back([letter] {
@@ -149,6 +154,17 @@ extern "C" int gettimeofday(timeval *time, void *) noexcept
         handler(QtWarningMsg, QMessageLogContext(), QStringLiteral("the clock calls"));
     }
     return 0;
+}
+
+// The same for what Qt writes files with.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the library's are reserved
+extern "C" ssize_t write(int file, const void *data, size_t size)
+{
+    const ssize_t written = syscall(SYS_write, file, data, size);
+    if (diskIsSlow) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return written;
 }
 
 int main(int argc, char **argv)

@@ -35,7 +35,7 @@ bool runCommand(std::string_view command)
     } else if (command == "uuid") {
         print("uuid", GetSystemUuid());
     } else if (command == "caption") {
-        hideWindowCaptionBar(1);
+        hideWindowCaptionBar(driverView());
     } else if (command == "ordinary user") {
         becomeOrdinaryUser();
     } else {

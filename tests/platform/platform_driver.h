@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <cstdint>
+
 /// Carries out the arguments one after the other and returns the exit code of the program: 0, or 2
 /// when an argument is unknown or its work failed.
 ///
@@ -11,3 +13,6 @@
 /// "caption" hides a title bar, "ordinary user" gives up root's rights, "remove PATH",
 /// "change HOME TEXT" and "go to FOLDER" change what a second call could see.
 int runDriverCommands(int argc, char **argv);
+
+/// Returns the view whose title bar "caption" hides. Each driver has its own.
+std::uintptr_t driverView();

@@ -7,10 +7,11 @@
 # caller's environment but PATH and the options of the sanitizers.
 set -u
 
-support=$(cd "$(dirname "$0")" && pwd) || exit 99
+support=$(cd "$(dirname "$0")" && pwd)
 root=$(mktemp -d "${TMPDIR:-/tmp}/updater-test.XXXXXX") || exit 99
 trap 'chmod -R u+rwX "$root" 2>/dev/null; rm -rf "$root"' EXIT
 trap 'kill -TERM "$child" 2>/dev/null; wait "$child"; exit 143' TERM INT HUP
+chmod 0711 "$root" || exit 99 # a test that stops being root still reaches its files
 mkdir "$root/home" "$root/tmp" "$root/work" && mkdir -m 0700 "$root/run" || exit 99
 cd "$root/work" || exit 99
 

@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <string>
+
+/// \file
+/// What the stand-ins for the frameworks share. Each writes a line a call to standard error, where
+/// the module's log lines go too, so that their order shows. A scenario sets their answers by
+/// environment variables.
+
+using CFTypeID = unsigned long;
+
+/// A reference-counted object of a framework.
+struct StandInObject {
+    CFTypeID type = 0;
+    std::string name; ///< shown in the call lines
+    std::string content;
+    bool counted = true; ///< false for what lives for ever
+    int references = 1;
+};
+
+enum StandInType : CFTypeID { OtherType = 1, DataType, StringType };
+
+/// Makes an object that the caller has to release, or to hand on.
+StandInObject *makeStandIn(const std::string &name, CFTypeID type = OtherType,
+                           const std::string &content = {});
+
+/// Gives up one reference. Ends the program when there is none left.
+void releaseStandIn(StandInObject *object);
+
+/// Returns how many references are not given up yet.
+int liveStandIns();
+
+/// Writes a line for a call of a framework.
+void recordCall(const std::string &call);
+
+/// Returns what the scenario sets under the name \a variable, or \a otherwise.
+std::string scenario(const char *variable, const std::string &otherwise = {});
+
+/// Returns the object behind a reference of any framework.
+StandInObject *standIn(const void *reference);
+
+/// Returns the name of the object behind \a reference, or "null".
+std::string nameOf(const void *reference);

@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "../platform_driver.h"
+#include "Foundation.h"
+#include "StandIn.h"
+
+#import <AppKit/AppKit.h>
+
+#include <cstdio>
+
+// The runtime library never frees its tables. What the module must release is counted below.
+extern "C" int __lsan_is_turned_off() { return 1; }
+
+std::uintptr_t driverView()
+{
+    static NSView *view = [NSView new];
+    return reinterpret_cast<std::uintptr_t>(view);
+}
+
+int main(int argc, char *argv[])
+{
+    @autoreleasepool {
+        installFoundationStandIns();
+        const int exitCode = runDriverCommands(argc, argv);
+        (void)std::fprintf(stderr, "live objects: %d\n", liveStandIns());
+        return exitCode;
+    }
+}
