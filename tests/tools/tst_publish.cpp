@@ -202,6 +202,7 @@ void tst_Publish::usage_bad_exitsWith2_data()
     QTest::newRow("verify without an address") << QStringList("--verify");
     QTest::newRow("verify and a folder") << QStringList({"--verify", "http://h", "RELEASE"});
     QTest::newRow("verify and publish") << good + QStringList({"--verify", "http://h"});
+    QTest::newRow("verify and an option") << QStringList{"--verify", "http://h", "--force"};
     QTest::newRow("verify a name") << QStringList({"--verify", "h"});
     QTest::newRow("verify another scheme") << QStringList({"--verify", "file:///tmp"});
     QTest::newRow("verify no host") << QStringList({"--verify", "http:///a"});

@@ -3,6 +3,7 @@
 
 #include "core/Func.h"
 #include "tests/tools/PublishTool.h"
+#include "tools/publish_update/Workspace.h"
 
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -26,6 +27,7 @@ private slots:
     void leftovers_ofAPublishedRelease_doNotTakeItBack();
     void failure_whileItWrites_changesNothing();
     void failure_ofTheLastStroke_takesTheReleaseBack();
+    void failure_ofTheFirstStroke_announcesNothing();
     void output_unwritable_changesNothing();
     void output_inUse_isRefused();
     void twoAtOnce_sameRelease_isPublishedOnce();
@@ -206,6 +208,17 @@ void tst_PublishAtomic::failure_ofTheLastStroke_takesTheReleaseBack()
     QCOMPARE(QString::fromUtf8(run.errors),
              "publish_update: " + Quoted(m_output + "/update.json") + " cannot be written.\n");
     QCOMPARE(tree(), before);
+}
+
+void tst_PublishAtomic::failure_ofTheFirstStroke_announcesNothing()
+{
+    {
+        Workspace workspace(m_output);
+        QCOMPARE(workspace.open(), QString());
+        QVERIFY(QDir().rmdir(workspace.releaseDir()));
+        QVERIFY(!workspace.publish("3.10.25", "new").isEmpty());
+    }
+    verifyOldInSight();
 }
 
 void tst_PublishAtomic::output_unwritable_changesNothing()
