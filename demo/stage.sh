@@ -35,11 +35,20 @@ choose_port() {
   echo "$port" >"$stage/port"
 }
 
-build_updater() {
-  cmake --preset release -B "$stage/release" -DUPDATER_BUILD_TESTS=OFF -DUPDATER_BUILD_TOOLS=OFF \
+build() { # TARGET...
+  echo "Building in $stage/release ..."
+  cmake --preset release -B "$stage/release" -DUPDATER_BUILD_TESTS=OFF -DUPDATER_BUILD_TOOLS=ON \
     -DUPDATE_BASE_URL="http://127.0.0.1:$port/public/kestrel/update/mac" >"$stage/build.log" 2>&1 &&
-    cmake --build "$stage/release" --target updater >>"$stage/build.log" 2>&1 ||
+    cmake --build "$stage/release" --target "$@" >>"$stage/build.log" 2>&1 ||
     { cat "$stage/build.log"; exit 1; }
+}
+
+show_gallery() {
+  mkdir -p "$stage"
+  choose_port
+  build updater_gallery
+  "$stage/release/tools/gallery/updater_gallery" "$stage/gallery"
+  echo "All pictures at a glance: ${stage#"$PWD/"}/gallery/index.html and contact-sheet.png"
 }
 
 lay_out_bundle() {
@@ -78,8 +87,7 @@ set_stage() {
   temporary=$(mktemp -d)
   mkdir -m 0700 "$temporary/home" "$temporary/tmp" "$temporary/run"
   choose_port
-  echo "Building in $stage/release ..."
-  build_updater
+  build updater
   lay_out_bundle
   virtual=
   open_screen
