@@ -10,7 +10,10 @@
 #include <cstdio>
 
 // The runtime library never frees its tables. What the module must release is counted below.
-extern "C" int __lsan_is_turned_off() { return 1; }
+extern "C" int __lsan_is_turned_off()
+{
+    return 1;
+}
 
 std::uintptr_t driverView()
 {
