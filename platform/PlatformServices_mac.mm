@@ -33,8 +33,9 @@ std::array<char, systemUuidSize + 1> system_uuid_str;
 bool init_system_uuid = false;
 
 // Owns one Core Foundation object, or none.
-template <typename Ref> class CFOwner {
-  public:
+template <typename Ref>
+class CFOwner {
+public:
     explicit CFOwner(Ref object = nullptr) : m_object(object) {}
     ~CFOwner()
     {
@@ -48,7 +49,7 @@ template <typename Ref> class CFOwner {
     Ref get() const { return m_object; }
     Ref *out() { return &m_object; }
 
-  private:
+private:
     Ref m_object;
 };
 
@@ -181,7 +182,10 @@ const char *ApplicationHomePath()
 }
 
 // Without a pool of its own: the text must outlive the call.
-const char *GetMainExecutableVersion() { return [mainExecutableVersion() UTF8String]; }
+const char *GetMainExecutableVersion()
+{
+    return [mainExecutableVersion() UTF8String];
+}
 
 int GetMainExecutableVersionNum()
 {
