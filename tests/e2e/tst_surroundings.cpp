@@ -38,6 +38,9 @@ private slots:
     void home_withChineseLetters_holdsTheLog();
     void log_folderIsFile_goesToDataDir();
     void infoPlist_missing_countsAsVersionZero();
+    void config_unusable_startsTheDefaultHost_data();
+    void config_unusable_startsTheDefaultHost();
+    void updateFolder_isFile_changesNothing();
 
 private:
     QByteArray run(const QStringList &arguments);
@@ -213,6 +216,38 @@ void tst_Surroundings::infoPlist_missing_countsAsVersionZero()
     QVERIFY(QFile::remove(m_bundle->path(QStringLiteral("X.app/Contents/Info.plist"))));
     QCOMPARE(run(Console), QByteArray(NoUpdate).replace("3.0.0", ""));
     QVERIFY(QFileInfo(m_bundle->home() + QStringLiteral("/.(null)/Log")).isDir());
+}
+
+void tst_Surroundings::config_unusable_startsTheDefaultHost_data()
+{
+    QTest::addColumn<QByteArray>("config"); // null: a directory in its place
+    QTest::newRow("directory") << QByteArray();
+    QTest::newRow("rubbish") << QByteArray("\x00\xff\xfe]]][[=\n\x01", 11);
+}
+
+void tst_Surroundings::config_unusable_startsTheDefaultHost()
+{
+    QFETCH(QByteArray, config);
+    if (config.isNull()) {
+        QVERIFY(QDir(m_bundle->macOsDir()).mkdir(QStringLiteral("system.cfg")));
+    } else {
+        m_bundle->writeConfig(config);
+    }
+    run({});
+    QCOMPARE(m_exitCode, 1);
+    QCOMPARE(m_bundle->hostStarts(),
+             QStringList(m_bundle->properHostStart(QStringLiteral("Host.exe"))));
+}
+
+void tst_Surroundings::updateFolder_isFile_changesNothing()
+{
+    QVERIFY(QDir().mkpath(m_bundle->dataDir()));
+    const QString updateDir = m_bundle->dataDir() + QStringLiteral("/update");
+    WriteFile(updateDir, "mine");
+    QCOMPARE(run(Console), NoUpdate);
+    QCOMPARE(m_exitCode, 1);
+    QCOMPARE(ReadFile(updateDir), QByteArray("mine"));
+    QCOMPARE(m_bundle->log().last(), LastLine);
 }
 
 QTEST_GUILESS_MAIN(tst_Surroundings)

@@ -84,7 +84,7 @@ void HostBundle::addHost(const QString &name) const
 std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
                                             const QProcessEnvironment &environment) const
 {
-    auto session = std::make_unique<QProcess>();
+    auto session = std::make_unique<ChildProcess>();
     session->setProcessEnvironment(environment);
     session->setWorkingDirectory(path(QStringLiteral("work")));
     session->setStandardErrorFile(path(QStringLiteral("records/stderr")));

@@ -3,7 +3,8 @@
 
 #pragma once
 
-#include <QProcess>
+#include "tests/support/ChildProcess.h"
+
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>

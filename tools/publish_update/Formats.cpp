@@ -144,8 +144,7 @@ QString DownloadUrlReason(const QString &url)
 
 QString FolderReason(const QString &folder)
 {
-    const QString reason = UnsafePathReason(folder);
-    if (!reason.isEmpty()) {
+    if (QString reason = UnsafePathReason(folder); !reason.isEmpty()) {
         return reason;
     }
     if (folder.contains(QLatin1Char('/'))) {

@@ -19,6 +19,22 @@
 
 namespace {
 
+constexpr std::size_t BlockSize = 0x10000; // small enough to stay in the processor's cache
+
+/// Writes the whole block. A write that ends early is gone on with, so that the error shows.
+bool WriteAll(QFile &file, const char *block, qint64 length)
+{
+    while (length > 0) {
+        const qint64 written = file.write(block, length);
+        if (written <= 0) {
+            return false;
+        }
+        block += written;
+        length -= written;
+    }
+    return true;
+}
+
 /// One copy of a release, shared by its threads.
 class ReleaseCopy {
 public:
@@ -92,7 +108,7 @@ private:
         }
         QCryptographicHash hash(QCryptographicHash::Md5);
         qint64 size = 0;
-        std::array<char, 64 * 1024> block; // small enough to stay in the processor's cache
+        std::array<char, BlockSize> block;
         for (;;) {
             const qint64 length = source.read(block.data(), block.size());
             if (length == 0) {
@@ -102,7 +118,7 @@ private:
                 return QStringLiteral("\"%1\" cannot be read: %2.").arg(path, source.errorString());
             }
             hash.addData(block.data(), static_cast<int>(length));
-            if (target.write(block.data(), length) != length) {
+            if (!WriteAll(target, block.data(), length)) {
                 return QStringLiteral("\"%1\" cannot be written: %2.")
                     .arg(target.fileName(), target.errorString());
             }
@@ -137,8 +153,7 @@ QString CopyRelease(const QVector<ReleaseFile> &files, const QString &releaseDir
                     const QString &targetDir, std::vector<tagDownloadFileInfo> &records)
 {
     ReleaseCopy copy(files, QDir(releaseDir), QDir(targetDir));
-    const QString reason = copy.makeFolders();
-    if (!reason.isEmpty()) {
+    if (QString reason = copy.makeFolders(); !reason.isEmpty()) {
         return reason;
     }
     ProgressBar bar;

@@ -5,6 +5,7 @@
 
 #include "app/FileNames.h"
 #include "core/Func.h"
+#include "tools/ReleasePaths.h"
 #include "tools/publish_update/Formats.h"
 #include "tools/publish_update/Messages.h"
 #include "tools/publish_update/ProgressBar.h"
@@ -21,8 +22,9 @@ namespace {
 
 constexpr int Connections = 4;
 constexpr qint32 DescriptionSeconds = 15; // as long as an updater waits
+constexpr quint64 OneDay = 86400;
 constexpr qint32 FileSeconds = 60;
-constexpr quint64 SlowestBytesPerSecond = 64 * 1024;
+constexpr quint64 SlowestBytesPerSecond = 0x10000;
 
 /// Fetches a whole body with a GET request. Returns what is wrong, or empty text.
 QString Fetch(QNetworkAccessManager &manager, const QString &url, qint32 seconds, QByteArray &body)
@@ -82,8 +84,7 @@ private:
     {
         const quint64 size = FileSize(file);
         const qint32 seconds =
-            FileSeconds +
-            static_cast<qint32>(qMin<quint64>(size / SlowestBytesPerSecond, 24 * 3600));
+            FileSeconds + static_cast<qint32>(qMin<quint64>(size / SlowestBytesPerSecond, OneDay));
         QByteArray body;
         QString reason = Fetch(manager, m_baseUrl + file.path, seconds, body);
         if (!reason.isEmpty()) {
@@ -116,6 +117,19 @@ QStringList FetchText(const QString &url, const QString &name, qint32 seconds, Q
     const QString reason = Fetch(manager, url, seconds, body);
     return reason.isEmpty() ? QStringList()
                             : QStringList{QStringLiteral("%1: %2.").arg(name, reason)};
+}
+
+/// The files of a manifest that may be asked for.
+QList<tagDownloadFileInfo> SafeFiles(const QByteArray &manifest)
+{
+    QList<tagDownloadFileInfo> files;
+    const QMap<QString, tagDownloadFileInfo> records = ParseMd5File(manifest);
+    for (const tagDownloadFileInfo &record : records) {
+        if (UnsafePathReason(record.path).isEmpty()) {
+            files.append(record);
+        }
+    }
+    return files;
 }
 
 QStringList Named(const QString &name, const QStringList &problems)
@@ -155,7 +169,7 @@ int Verify(const QUrl &baseUrl)
     }
     problems += Named(manifestName, ManifestProblems(content));
 
-    const QList<tagDownloadFileInfo> files = ParseMd5File(content).values();
+    const QList<tagDownloadFileInfo> files = SafeFiles(content);
     FileCheck check(release, files);
     check.run();
     QStringList fileProblems = check.problems();

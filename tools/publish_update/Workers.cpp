@@ -23,6 +23,7 @@ void RunWorkers(int threads, const std::function<void()> &worker, const std::fun
     for (int thread = 0; thread < threads; ++thread) {
         running.push_back(std::async(std::launch::async, worker));
     }
+    tick();
     for (const std::future<void> &one : running) {
         while (one.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
             tick();

@@ -9,7 +9,11 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace {
 
@@ -49,10 +53,8 @@ bool Exists(const QString &path)
 } // namespace
 
 Workspace::Workspace(const QString &outputDir)
-    : m_output(outputDir), m_work(m_output.absoluteFilePath(WorkspacePrefix)),
-      m_lock(m_output.absoluteFilePath(WorkspacePrefix + QStringLiteral(".lock")))
+    : m_output(outputDir), m_work(m_output.absoluteFilePath(WorkspacePrefix))
 {
-    m_lock.setStaleLockTime(0); // a lock is stale when its process is gone, however old it is
 }
 
 Workspace::~Workspace()
@@ -61,6 +63,9 @@ Workspace::~Workspace()
         (void)QFile::remove(m_work.absoluteFilePath(TargetName));
         (void)QDir(m_work).removeRecursively(); // what stays is a leftover for the next run
     }
+    if (m_lock >= 0) {
+        (void)::close(m_lock); // unlocks
+    }
 }
 
 QString Workspace::open()
@@ -68,18 +73,29 @@ QString Workspace::open()
     if (!m_output.mkpath(QStringLiteral("."))) {
         return QStringLiteral("The folder \"%1\" cannot be created.").arg(m_output.path());
     }
-    if (!m_lock.tryLock(0)) {
-        return m_lock.error() == QLockFile::LockFailedError
-                   ? QStringLiteral("Another publish_update is at work in \"%1\".")
-                         .arg(m_output.path())
-                   : WriteReason(m_output.path());
+    if (QString reason = lock(); !reason.isEmpty()) {
+        return reason;
     }
-    const QString reason = removeLeftovers();
-    if (!reason.isEmpty()) {
+    if (QString reason = removeLeftovers(); !reason.isEmpty()) {
         return reason;
     }
     m_opened = true;
     return m_output.mkpath(releaseDir()) ? QString() : WriteReason(m_output.path());
+}
+
+/// Locks the output folder itself: no lock file is left behind, and the system unlocks it when the
+/// process is killed.
+QString Workspace::lock()
+{
+    m_lock = ::open(QFile::encodeName(m_output.absolutePath()).constData(), O_RDONLY | O_CLOEXEC);
+    if (m_lock < 0) {
+        return QStringLiteral("\"%1\" cannot be read.").arg(m_output.path());
+    }
+    // A file system without locks is taken for one without a second publisher.
+    if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        return QStringLiteral("Another publish_update is at work in \"%1\".").arg(m_output.path());
+    }
+    return {};
 }
 
 QString Workspace::releaseDir() const
@@ -121,8 +137,7 @@ QString Workspace::publish(const QString &name, const QByteArray &description)
     const QString target = m_output.absoluteFilePath(name);
     const QString prepared = m_work.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
     const QString announced = m_output.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
-    const QString taken = nameReason(name);
-    if (!taken.isEmpty()) {
+    if (QString taken = nameReason(name); !taken.isEmpty()) {
         return taken;
     }
     if (!Write(prepared, description) ||

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <QDir>
-#include <QLockFile>
 #include <QString>
 
 /// What the names of the publisher's own files in the output folder begin with.
@@ -38,10 +37,11 @@ public:
     QString publish(const QString &name, const QByteArray &description);
 
 private:
+    QString lock();
     QString removeLeftovers();
 
     const QDir m_output;
     const QDir m_work;
-    QLockFile m_lock;
+    int m_lock = -1; ///< descriptor of the locked output folder
     bool m_opened = false;
 };
