@@ -112,20 +112,23 @@ is_served() { ! is_free "$port"; }
 
 serve() {
   local folder=$stage/nginx
-  sed -e "s|@FOLDER@|$(escaped "$folder")|g" -e "s|@PORT@|$port|" demo/nginx.conf.in \
-    >"$folder/nginx.conf"
+  sed -e "s|@FOLDER@|$(escaped "$folder")|g" -e "s|@PORT@|$port|" -e "s|@RATE@|${rate-0}|" \
+    demo/nginx.conf.in >"$folder/nginx.conf"
   nginx -e "$folder/error.log" -p "$folder" -c "$folder/nginx.conf" 2>"$records/nginx" &
   processes+=($!)
   await is_served || give_up "nginx does not serve: $(cat "$records/nginx")"
 }
 
-# The session's surroundings: its own home, and none of the caller's. To be run in the background.
-updater() {
+# The surroundings of what is shown: a home of its own, and nothing of the caller's. To be run in the
+# background.
+in_own_home() { # PROGRAM [ARGUMENT...]
   exec env -i PATH="$PWD/demo:$PATH" HOME="$temporary/home" TMPDIR="$temporary/tmp" \
     XDG_RUNTIME_DIR="$temporary/run" LC_ALL=C.UTF-8 DISPLAY="$DISPLAY" \
     XAUTHORITY="${XAUTHORITY:-$HOME/.Xauthority}" DEMO_RECORDS="$records" \
-    "$app/Contents/MacOS/updater" "$@"
+    "$@"
 }
+
+updater() { in_own_home "$app/Contents/MacOS/updater" "$@"; }
 
 start_session() {
   updater "$@" >"$records/output" 2>"$records/errors" &
