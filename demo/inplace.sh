@@ -21,8 +21,11 @@ publish_release() {
     --download-url https://update.example.com/download "$1" "$www"
 }
 
+# The progress dialog has no title.
+shows_progress() { xdotool search --onlyvisible --class inplace_update >/dev/null 2>&1; }
+
 picture_while_it_runs() {
-  await shows CUpdateProgress || return 0
+  await shows_progress || give_up "The progress dialog did not come: $(cat "$records/errors")"
   sleep 1 # well into the largest file
   import -window root "$screenshots/inplace-1-CUpdateProgress.png"
 }
