@@ -144,7 +144,7 @@ void readPlatformProperty(CFStringRef key, char *buffer, std::size_t size)
     }
     if (CFGetTypeID(property.get()) == CFDataGetTypeID()) {
         // Whole, unbounded and unterminated on purpose.
-        const auto data = static_cast<CFDataRef>(property.get());
+        const auto *const data = static_cast<CFDataRef>(property.get());
         CFDataGetBytes(data, CFRangeMake(0, CFDataGetLength(data)),
                        reinterpret_cast<UInt8 *>(buffer));
     } else if (CFGetTypeID(property.get()) == CFStringGetTypeID()) {
@@ -214,6 +214,7 @@ int GetMainExecutableVersionNum()
 void hideWindowCaptionBar(std::uintptr_t view)
 {
     @autoreleasepool {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface stays free of AppKit
         NSWindow *window = [(__bridge NSView *)reinterpret_cast<void *>(view) window];
         [window setTitleVisibility:NSWindowTitleHidden]; // 1
         [window setTitlebarAppearsTransparent:YES];
