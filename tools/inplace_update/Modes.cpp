@@ -11,12 +11,16 @@ namespace {
 
 constexpr int BeginningSize = 8;
 
-QFile::Permissions WithExecution(QFile::Permissions permissions)
+/// The mode alone: what the present user may do as well would be written into the owner's bits.
+QFile::Permissions Mode(const QFileInfo &info)
 {
-    // Execution is one bit below reading's two, in the owner's, the user's, the group's and all
-    // others' digits alike.
-    const int readable = static_cast<int>(permissions) & 0x4444;
-    return permissions | QFile::Permissions(readable >> 2);
+    return info.permissions() & QFile::Permissions(0x7077);
+}
+
+QFile::Permissions WithExecution(QFile::Permissions mode)
+{
+    // Everybody's bit for execution stands two below the one for reading.
+    return mode | QFile::Permissions((static_cast<int>(mode) & 0x4044) >> 2);
 }
 
 } // namespace
@@ -49,11 +53,11 @@ bool SettleMode(const Replacement &replacement, const QDir &install)
     QFile target(install.absoluteFilePath(replacement.file.path));
     const QFileInfo kept(KeptPath(replacement, install));
     if (replacement.before == Replacement::Before::File && kept.exists()) {
-        return target.setPermissions(kept.permissions());
+        return target.setPermissions(Mode(kept));
     }
     if (!target.open(QIODevice::ReadOnly)) {
         return false;
     }
     return !BeginsLikeAProgram(target.read(BeginningSize)) ||
-           target.setPermissions(WithExecution(target.permissions()));
+           target.setPermissions(WithExecution(Mode(QFileInfo(target))));
 }

@@ -77,7 +77,7 @@ QString RoomReason(const QList<Replacement> &replacements, const QDir &staging, 
 {
     const QStorageInfo stagingVolume(staging.absolutePath());
     const QStorageInfo installVolume(install.absolutePath());
-    const QString reason = VolumeReason(stagingVolume, BytesToFetch(replacements, staging));
+    QString reason = VolumeReason(stagingVolume, BytesToFetch(replacements, staging));
     if (!reason.isEmpty() || stagingVolume == installVolume) {
         return reason;
     }

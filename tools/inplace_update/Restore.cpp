@@ -81,7 +81,7 @@ QString TakeBackUnfinished(const QList<Replacement> &replacements, const QDir &i
             break;
         case Standing::Nothing:
         case Standing::Strange:
-            if (const QString problem = TakeBackBroken(replacement, install); !problem.isEmpty()) {
+            if (QString problem = TakeBackBroken(replacement, install); !problem.isEmpty()) {
                 return problem;
             }
             break;
