@@ -35,7 +35,7 @@ public:
     /// Returns why the folder cannot be had, or empty text.
     QString take()
     {
-        if (m_file.tryLock(0)) {
+        if (m_file.tryLock(0) || takeFromDead()) {
             return {};
         }
         return m_file.error() == QLockFile::LockFailedError
@@ -44,6 +44,24 @@ public:
     }
 
 private:
+    /// An update that was killed while it took the lock leaves a file that names nobody, and that
+    /// no rule of staleness covers. The file of a living one cannot be removed.
+    bool takeFromDead()
+    {
+        return namesNobody() && !m_file.tryLock(BeginningMs) && namesNobody() &&
+               m_file.removeStaleLockFile() && m_file.tryLock(0);
+    }
+
+    bool namesNobody() const
+    {
+        qint64 process = 0;
+        QString host;
+        QString program;
+        return m_file.error() == QLockFile::LockFailedError &&
+               !m_file.getLockInfo(&process, &host, &program);
+    }
+
+    static constexpr int BeginningMs = 1000; // more than it takes to write one's name
     const QString m_folder;
     QLockFile m_file;
 };
