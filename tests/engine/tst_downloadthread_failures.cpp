@@ -89,6 +89,7 @@ void tst_DownloadThreadFailures::answer_notRight_failsWithItsText()
                   {RecordOf(path, "content"), RecordOf(QStringLiteral("next"), "next")});
 
     QVERIFY(run.ended);
+    QCOMPARE(server.requests().size(), 1); // a redirect is not followed, and no further file asked
     QVERIFY(!run.worker.success());
     QCOMPARE(run.worker.errormsg(), text);
     QCOMPARE(run.failed.size(), 1);
@@ -181,9 +182,12 @@ void tst_DownloadThreadFailures::url_notUsable_isANetworkError_data()
 void tst_DownloadThreadFailures::url_notUsable_isANetworkError()
 {
     QFETCH(QString, url);
+    const ReplyWatch watch;
     WorkerRun run(url, *m_folders, {RecordOf(QStringLiteral("file"), "content")});
     QVERIFY(run.ended);
     QCOMPARE(run.worker.errormsg(), QStringLiteral("下载更新文件file网络错误"));
+    QTRY_COMPARE(watch.alive(), 0);
+    QCOMPARE(watch.released(), 1);
 }
 
 void tst_DownloadThreadFailures::failure_inTheMiddle_keepsWhatIsStaged()

@@ -173,17 +173,3 @@ QStringList HostBundle::recorded(const QString &record) const
     lines.removeLast(); // empty behind the last line end
     return lines;
 }
-
-void WriteFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        qFatal("The test cannot write %s.", qPrintable(path));
-    }
-}
-
-QByteArray ReadFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}

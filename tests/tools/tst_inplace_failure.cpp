@@ -45,6 +45,8 @@ private slots:
     void refusal_folders_areNamed();
     void refusal_folderInUse_isNamed_data();
     void refusal_folderInUse_isNamed();
+    void lockFile_remnants_areNoLock_data();
+    void lockFile_remnants_areNoLock();
     void refusal_folderNotWritable_isNamed_data();
     void refusal_folderNotWritable_isNamed();
     void refusal_tooLittleRoom_isTold();
@@ -153,6 +155,31 @@ void tst_InplaceFailure::refusal_folderInUse_isNamed()
     QCOMPARE(m_stage->requested(), QStringList());
     lock.unlock();
     QVERIFY(m_stage->update().success);
+}
+
+void tst_InplaceFailure::lockFile_remnants_areNoLock_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("content");
+    const QByteArray dead = "999999999\ninplace_update\n\n";
+    QTest::newRow("of a dead process") << QStringLiteral("inplace_update#lock") << dead;
+    QTest::newRow("without content") << QStringLiteral("inplace_update#lock") << QByteArray("");
+    QTest::newRow("of a removal") << QStringLiteral("inplace_update#lock.rmlock") << dead;
+    QTest::newRow("of a removal, without content")
+        << QStringLiteral("inplace_update#lock.rmlock") << QByteArray("");
+}
+
+void tst_InplaceFailure::lockFile_remnants_areNoLock()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, content);
+    WriteFile(m_stage->installPath(QStringLiteral("inplace_update#lock")), content);
+    WriteFile(m_stage->stagingPath(QStringLiteral("inplace_update#lock")), content);
+    WriteFile(m_stage->installPath(name), content);
+    const Outcome outcome = m_stage->update();
+    QVERIFY2(outcome.success, qPrintable(outcome.message));
+    QCOMPARE(m_stage->installed(), InplaceStage::updated());
+    QVERIFY(m_stage->staged().isEmpty());
 }
 
 void tst_InplaceFailure::refusal_folderNotWritable_isNamed_data()

@@ -53,7 +53,7 @@ void tst_InplaceRelease::fetchRelease_unsafePath_isRefused_data()
     row("absolute", Line("//etc/passwd"));
     row("current folder", Line("a/./b"));
     row("parent folder", Line("../b"));
-    row("parent folder by backslash", Line("a\\..\\..\\b"));
+    row("parent folder by backslash", Line(R"(a\..\..\b)"));
     row("parent folder at the end", Line("a/.."));
     row("empty component", Line("a//b"));
     row("a folder's name", Line("a/"));

@@ -59,7 +59,6 @@ UpdateCommand ReadUpdateCommand(const QStringList &arguments)
     UpdateCommand command;
     if (parser.isSet(HelpOption)) {
         command.action = UpdateCommand::Action::Help;
-        command.text = parser.helpText();
         return command;
     }
     for (const QString &option : {BaseUrlOption, InstallOption, StagingOption}) {
@@ -86,4 +85,11 @@ UpdateCommand ReadUpdateCommand(const QStringList &arguments)
     options.console = parser.isSet(ConsoleOption);
     command.action = UpdateCommand::Action::Update;
     return command;
+}
+
+QString UpdateHelp()
+{
+    QCommandLineParser parser;
+    AddOptions(parser);
+    return parser.helpText();
 }

@@ -20,8 +20,12 @@ struct UpdateCommand {
 
     Action action = Action::Complain;
     UpdateOptions options; ///< for Update
-    QString text;          ///< for Help and Complain, to be printed
+    QString text;          ///< for Complain, to be printed
 };
 
 /// Reads the program's \a arguments, its own name first. Judges how they are written only.
+/// Needs no application object.
 UpdateCommand ReadUpdateCommand(const QStringList &arguments);
+
+/// Returns the text for Help. Needs an application object.
+QString UpdateHelp();

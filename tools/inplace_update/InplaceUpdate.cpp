@@ -4,16 +4,16 @@
 #include "tools/inplace_update/InplaceUpdate.h"
 
 #include "app/FileNames.h"
+#include "tools/inplace_update/FolderLock.h"
 #include "tools/inplace_update/Journal.h"
 #include "tools/inplace_update/Modes.h"
 #include "tools/inplace_update/Release.h"
 #include "tools/inplace_update/Requirements.h"
 #include "tools/inplace_update/Restore.h"
+#include "tools/inplace_update/WholeFile.h"
 #include "tools/inplace_update/Worker.h"
 
-#include <QLockFile>
 #include <QObject>
-#include <QSaveFile>
 
 namespace {
 
@@ -21,50 +21,6 @@ Outcome Failure(const QString &message)
 {
     return {false, false, message};
 }
-
-/// Keeps other updates away from a folder, and shows on the way that it can be written.
-class FolderLock {
-public:
-    explicit FolderLock(const QDir &folder)
-        : m_folder(folder.absolutePath()),
-          m_file(folder.absoluteFilePath(QStringLiteral("inplace_update#lock")))
-    {
-        m_file.setStaleLockTime(0); // an update may take long; only a dead one's lock is stale
-    }
-
-    /// Returns why the folder cannot be had, or empty text.
-    QString take()
-    {
-        if (m_file.tryLock(0) || takeFromDead()) {
-            return {};
-        }
-        return m_file.error() == QLockFile::LockFailedError
-                   ? QObject::tr("另一个升级正在使用目录%1").arg(m_folder)
-                   : QObject::tr("目录%1无法写入").arg(m_folder);
-    }
-
-private:
-    /// An update that was killed while it took the lock leaves a file that names nobody, and that
-    /// no rule of staleness covers. The file of a living one cannot be removed.
-    bool takeFromDead()
-    {
-        return namesNobody() && !m_file.tryLock(BeginningMs) && namesNobody() &&
-               m_file.removeStaleLockFile() && m_file.tryLock(0);
-    }
-
-    bool namesNobody() const
-    {
-        qint64 process = 0;
-        QString host;
-        QString program;
-        return m_file.error() == QLockFile::LockFailedError &&
-               !m_file.getLockInfo(&process, &host, &program);
-    }
-
-    static constexpr int BeginningMs = 1000; // more than it takes to write one's name
-    const QString m_folder;
-    QLockFile m_file;
-};
 
 /// One run over a locked installation.
 class Run {
@@ -163,11 +119,10 @@ void Run::endJournal() const
 
 Outcome Run::finish(bool update, const QString &message) const
 {
-    QSaveFile file(localManifest());
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(m_release.manifest) != m_release.manifest.size() || !file.commit()) {
-        return {false, update,
-                QObject::tr("无法写入%1:%2").arg(localManifest(), file.errorString())};
+    const QString scratch = m_install.absoluteFilePath(QStringLiteral("inplace_update#manifest"));
+    const QString problem = WriteWholeFile(localManifest(), scratch, m_release.manifest);
+    if (!problem.isEmpty()) {
+        return {false, update, problem};
     }
     m_journal.remove();
     return {true, update, message};

@@ -3,9 +3,11 @@
 
 #include "tools/inplace_update/Journal.h"
 
+#include "tools/inplace_update/WholeFile.h"
+
+#include <QFile>
 #include <QFileInfo>
 #include <QObject>
-#include <QSaveFile>
 
 namespace {
 
@@ -48,6 +50,7 @@ bool ReadLine(const QByteArray &line, Replacement &replacement)
 // No release can hold a file of this name: '#' is refused in its paths.
 Journal::Journal(const QDir &staging, const QDir &install)
     : m_path(staging.absoluteFilePath(QStringLiteral("inplace_update#journal"))),
+      m_scratch(m_path + QStringLiteral("#new")),
       m_install(QFileInfo(install.absolutePath()).canonicalFilePath())
 {
 }
@@ -87,15 +90,11 @@ QString Journal::write(const QList<Replacement> &replacements) const
     for (const Replacement &replacement : replacements) {
         content += LineOf(replacement);
     }
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
-        !file.commit()) {
-        return QObject::tr("无法写入%1:%2").arg(m_path, file.errorString());
-    }
-    return {};
+    return WriteWholeFile(m_path, m_scratch, content);
 }
 
 void Journal::remove() const
 {
     (void)QFile::remove(m_path); // one that stays only makes the next run look twice
+    (void)QFile::remove(m_scratch);
 }

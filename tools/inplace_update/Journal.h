@@ -26,6 +26,7 @@ public:
 
 private:
     const QString m_path;
+    const QString m_scratch;
     const QString m_install;
     bool m_wasLeft = false;
     QList<Replacement> m_replacements;

@@ -43,7 +43,8 @@ int main(int argc, char *argv[])
     }
     const UpdateCommand command = ReadUpdateCommand(arguments);
     if (command.action == UpdateCommand::Action::Help) {
-        (void)std::fputs(command.text.toUtf8().constData(), stdout);
+        const QCoreApplication application(argc, argv);
+        (void)std::fputs(UpdateHelp().toUtf8().constData(), stdout);
         return EXIT_SUCCESS;
     }
     if (command.action == UpdateCommand::Action::Complain) {
