@@ -89,7 +89,11 @@ void tst_DownloadThreadFailures::answer_notRight_failsWithItsText()
                   {RecordOf(path, "content"), RecordOf(QStringLiteral("next"), "next")});
 
     QVERIFY(run.ended);
-    QCOMPARE(server.requests().size(), 1); // a redirect is not followed, and no further file asked
+    // A redirect is not followed, and no further file is asked for. (Where no answer came, the
+    // network layer tries the same address again by itself.)
+    for (const QByteArray &request : server.requests()) {
+        QCOMPARE(RequestedPath(request), QStringLiteral("/folder/file.bin"));
+    }
     QVERIFY(!run.worker.success());
     QCOMPARE(run.worker.errormsg(), text);
     QCOMPARE(run.failed.size(), 1);
