@@ -28,7 +28,7 @@ FolderLock::~FolderLock()
 
 QString FolderLock::take()
 {
-    const QString inUse = QObject::tr("另一个升级正在使用目录%1").arg(m_folder);
+    QString inUse = QObject::tr("另一个升级正在使用目录%1").arg(m_folder);
     // The system's own lock on the folder ends with its process, and leaves nothing behind. A
     // volume without such locks has the lock file alone.
     m_handle = ::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_CLOEXEC);
