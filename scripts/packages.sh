@@ -69,6 +69,7 @@ need_for_testing() {
   need 'command -v python3' python3
   need 'command -v rsvg-convert' librsvg2-bin
   need 'command -v clang++' clang
+  need 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a' libclang-rt-14-dev
   need 'ls /usr/include/GNUstep/Foundation/Foundation.h' libgnustep-base-dev
   need 'ls /usr/lib/gcc/*/12/include/objc/objc.h' libobjc-12-dev
   need 'command -v clang-format-14 || command -v clang-format' clang-format
