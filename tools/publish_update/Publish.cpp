@@ -9,12 +9,14 @@
 #include "tools/publish_update/Messages.h"
 #include "tools/publish_update/ReleaseCopy.h"
 #include "tools/publish_update/ReleaseScan.h"
+#include "tools/publish_update/SystemCalls.h"
 #include "tools/publish_update/VersionCheck.h"
 #include "tools/publish_update/Workspace.h"
 
 #include <QFileInfo>
 
 #include <cstdlib>
+#include <unistd.h>
 
 namespace {
 
@@ -110,6 +112,9 @@ QString WriteManifest(const QString &folder, const std::vector<tagDownloadFileIn
         file.write(content) != content.size() || !file.flush()) {
         return QStringLiteral("\"%1\" cannot be written: %2.")
             .arg(file.fileName(), file.errorString());
+    }
+    if (::fsync(file.handle()) != 0) {
+        return QStringLiteral("\"%1\" cannot be written: %2.").arg(file.fileName(), SystemError());
     }
     return {};
 }
