@@ -24,7 +24,10 @@ private slots:
     void killed_atAnyMoment_leavesAWholeReleaseInSight_data();
     void killed_atAnyMoment_leavesAWholeReleaseInSight();
     void killed_betweenItsTwoStrokes_isTakenBackByTheNextRun();
+    void leftovers_ofAPublishedRelease_doNotTakeItBack_data();
     void leftovers_ofAPublishedRelease_doNotTakeItBack();
+    void leftovers_behindALink_areLeftAlone();
+    void failure_inANewOutput_leavesNoFolder();
     void failure_whileItWrites_changesNothing();
     void failure_ofTheLastStroke_takesTheReleaseBack();
     void failure_ofTheFirstStroke_announcesNothing();
@@ -46,7 +49,7 @@ private:
 
 namespace {
 
-constexpr int FileCount = 100;
+constexpr int FileCount = 30;
 const QString Work = QStringLiteral(".publish_update");
 const QByteArray OldDescription = R"({"Folder":"3.9.0"})";
 
@@ -100,14 +103,14 @@ void tst_PublishAtomic::killed_whileItCopies_leavesTheOldReleaseInSight()
 {
     QProcess process;
     process.start(PublishProgram(), arguments());
-    const QDir copy(m_output + "/.publish_update/release/d0");
-    while (process.state() != QProcess::NotRunning && !copy.exists("f0")) {
+    const QDir copy(m_output + "/.publish_update/release/d0"); // f28 is copied second
+    while (process.state() != QProcess::NotRunning && !copy.exists("f28")) {
         (void)process.waitForFinished(1);
     }
     process.kill();
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitStatus(), QProcess::CrashExit);
-    QVERIFY(copy.exists("f0"));
+    QVERIFY(copy.exists("f28"));
     verifyOldInSight();
 
     QCOMPARE(RunPublish(arguments()).exitCode, 0);
@@ -150,8 +153,10 @@ void tst_PublishAtomic::killed_atAnyMoment_leavesAWholeReleaseInSight()
 
 void tst_PublishAtomic::killed_betweenItsTwoStrokes_isTakenBackByTheNextRun()
 {
-    // What such a run leaves: the release in sight, its name noted, update.json still the old one.
+    // What such a run leaves: the release in sight, its name noted, update.json still the old one
+    // and the new one prepared.
     QCOMPARE(RunPublish(arguments()).exitCode, 0);
+    WriteFile(m_output + "/.publish_update/update.json", tree().value("update.json"));
     WriteFile(m_output + "/update.json", OldDescription);
     WriteFile(m_output + "/.publish_update/name", "3.10.25");
     WriteFile(m_output + "/3.10.25/mark", "of the interrupted run");
@@ -164,28 +169,68 @@ void tst_PublishAtomic::killed_betweenItsTwoStrokes_isTakenBackByTheNextRun()
     QVERIFY(tree().value("update.json").contains(R"("3.10.25")"));
 }
 
+void tst_PublishAtomic::leftovers_ofAPublishedRelease_doNotTakeItBack_data()
+{
+    using Files = QMap<QString, QByteArray>;
+    QTest::addColumn<Files>("left");
+    const QString name = "/.publish_update/name";
+    const QString prepared = "/.publish_update/update.json";
+    QTest::newRow("killed after the last stroke") << Files{{name, "3.10.25"}};
+    QTest::newRow("killed after the last stroke, another release announced since")
+        << Files{{name, "3.10.25"}, {"/update.json", OldDescription}};
+    QTest::newRow("killed before the first stroke") << Files{{name, "3.10.25"},
+                                                             {prepared, "new"},
+                                                             {"/.publish_update/release/f", "copy"},
+                                                             {"/update.json", OldDescription}};
+    QTest::newRow("killed between the strokes, announced by hand since")
+        << Files{{name, "3.10.25"}, {prepared, "new"}};
+    QTest::newRow("no name of ours")
+        << Files{{name, "../output/3.10.25"}, {prepared, "new"}, {"/update.json", OldDescription}};
+}
+
 void tst_PublishAtomic::leftovers_ofAPublishedRelease_doNotTakeItBack()
 {
+    using Files = QMap<QString, QByteArray>;
+    QFETCH(Files, left);
     QCOMPARE(RunPublish(arguments()).exitCode, 0);
-    const QMap<QString, QByteArray> published = tree();
-
-    // Killed after the last stroke: the note is still there, but the release is announced.
-    WriteFile(m_output + "/.publish_update/name", "3.10.25");
+    const QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    for (auto file = left.cbegin(); file != left.cend(); ++file) {
+        WriteFile(m_output + file.key(), file.value());
+    }
     QCOMPARE(RunPublish(arguments()).exitCode, 1);
-    QCOMPARE(tree(), published);
-
-    // Killed before the first stroke: the copy is still there, so nothing is to be taken back.
-    WriteFile(m_output + "/update.json", OldDescription);
-    WriteFile(m_output + "/.publish_update/name", "3.10.25");
-    WriteFile(m_output + "/.publish_update/release/f", "copy");
-    QCOMPARE(RunPublish(arguments()).exitCode, 1);
-    QVERIFY(publishedWhole());
-
-    // No note of ours.
-    WriteFile(m_output + "/.publish_update/name", "../output/3.10.25");
-    QCOMPARE(RunPublish(arguments()).exitCode, 1);
-    QVERIFY(publishedWhole());
+    QCOMPARE(Tree(m_output + "/3.10.25"), published);
     QVERIFY(!tree().contains(Work));
+}
+
+void tst_PublishAtomic::leftovers_behindALink_areLeftAlone()
+{
+    const QString elsewhere = m_folder->filePath("elsewhere");
+    WriteFile(elsewhere + "/name", "3.9.0");
+    WriteFile(elsewhere + "/update.json", "");
+    const QMap<QString, QByteArray> before = Tree(elsewhere);
+    QVERIFY(QFile::link(elsewhere, m_output + "/.publish_update"));
+    const ToolRun run = RunPublish(arguments());
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(Tree(elsewhere), before);
+    QVERIFY(publishedWhole());
+    QVERIFY(tree().contains("3.9.0/update_md5.info"));
+    QVERIFY(!QFileInfo(m_output + "/.publish_update").isSymLink());
+}
+
+void tst_PublishAtomic::failure_inANewOutput_leavesNoFolder()
+{
+    const QString above = m_folder->filePath("new");
+    const QStringList wrapper{"sh", "-c", R"(trap '' XFSZ; ulimit -f 100; exec "$0" "$@")"};
+    QCOMPARE(RunPublish(PublishArguments(m_release, above + "/er/est"), wrapper).exitCode, 1);
+    QVERIFY(!QFileInfo::exists(above));
+
+    QVERIFY(QDir().mkpath(above));
+    QCOMPARE(RunPublish(PublishArguments(m_release, above + "/er/est"), wrapper).exitCode, 1);
+    QVERIFY(QDir(above).isEmpty()); // it was there before
+
+    QCOMPARE(RunPublish(PublishArguments(m_release, above + "/er/est")).exitCode, 0);
+    QVERIFY(QFileInfo::exists(above + "/er/est/update.json"));
 }
 
 void tst_PublishAtomic::failure_whileItWrites_changesNothing()
@@ -205,8 +250,8 @@ void tst_PublishAtomic::failure_ofTheLastStroke_takesTheReleaseBack()
     const QMap<QString, QByteArray> before = tree();
     const ToolRun run = RunPublish(arguments());
     QCOMPARE(run.exitCode, 1);
-    QCOMPARE(QString::fromUtf8(run.errors),
-             "publish_update: " + Quoted(m_output + "/update.json") + " cannot be written.\n");
+    QCOMPARE(QString::fromUtf8(run.errors), "publish_update: " + Quoted(m_output + "/update.json") +
+                                                " cannot be written: Is a directory.\n");
     QCOMPARE(tree(), before);
 }
 
@@ -216,7 +261,8 @@ void tst_PublishAtomic::failure_ofTheFirstStroke_announcesNothing()
         Workspace workspace(m_output);
         QCOMPARE(workspace.open(), QString());
         QVERIFY(QDir().rmdir(workspace.releaseDir()));
-        QVERIFY(!workspace.publish("3.10.25", "new").isEmpty());
+        QCOMPARE(workspace.publish("3.10.25", "new"),
+                 Quoted(m_output + "/3.10.25") + " cannot be written: No such file or directory.");
     }
     verifyOldInSight();
 }
@@ -229,7 +275,8 @@ void tst_PublishAtomic::output_unwritable_changesNothing()
         QFile::setPermissions(m_output, QFile::ReadOwner | QFile::ExeOwner | QFile::WriteOwner));
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(QString::fromUtf8(run.errors),
-             "publish_update: " + Quoted(m_output) + " cannot be written.\n");
+             "publish_update: " + Quoted(m_output + "/.publish_update") +
+                 " cannot be written: Permission denied.\n");
     verifyOldInSight();
 }
 

@@ -30,6 +30,8 @@ private slots:
     void release_unreadable_isRefused();
     void output_insideTheRelease_isRefused_data();
     void output_insideTheRelease_isRefused();
+    void release_wholeDisk_isRefused();
+    void release_inTheWorkspace_isRefused();
     void output_folderPublishedBefore_isRefused();
 
 private:
@@ -280,6 +282,23 @@ void tst_PublishRefusal::output_insideTheRelease_isRefused()
     QCOMPARE(refusal(PublishArguments(m_release, path)),
              QStringList(Quoted(path) + " lies in the release itself."));
     QCOMPARE(Tree(m_release), before);
+}
+
+void tst_PublishRefusal::release_wholeDisk_isRefused()
+{
+    QCOMPARE(refusal(PublishArguments("/", m_output)),
+             QStringList(Quoted(m_output) + " lies in the release itself."));
+}
+
+void tst_PublishRefusal::release_inTheWorkspace_isRefused()
+{
+    for (const char *below : {"", "/", "/release", "/../.publish_update/a/b"}) {
+        const QString release = m_output + "/.publish_update" + below;
+        WriteFile(release + "/Host", "host");
+        QCOMPARE(refusal(PublishArguments(release, m_output)),
+                 QStringList(Quoted(release) +
+                             R"( lies in the folder ".publish_update", which is emptied first.)"));
+    }
 }
 
 void tst_PublishRefusal::output_folderPublishedBefore_isRefused()

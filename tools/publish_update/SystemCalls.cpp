@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tools/publish_update/SystemCalls.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+QString SystemError()
+{
+    return QString::fromStdString(std::generic_category().message(errno));
+}
+
+bool MakeFolder(const QString &path)
+{
+    return ::mkdir(QFile::encodeName(path).constData(), 0777) == 0; // less the umask
+}
+
+bool Move(const QString &from, const QString &to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+bool SyncFolder(const QString &path)
+{
+    const int folder =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) {
+        return false;
+    }
+    // EINVAL: a file system that syncs no folders has nothing to wait for.
+    const bool synced = ::fsync(folder) == 0 || errno == EINVAL;
+    const int error = errno;
+    (void)::close(folder);
+    errno = error;
+    return synced;
+}
