@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/tools/PublishTool.h"
+#include "tools/publish_update/Formats.h"
 #include "tools/publish_update/ReleaseScan.h"
 
 #include <QTemporaryDir>
@@ -156,6 +157,9 @@ void tst_PublishRefusal::release_unsafeFile_isRefused_data()
         "it holds a line feed, which ends the manifest's lines");
     add("CR", "a\rb", "a" + replaced + "b",
         "it holds a carriage return, which ends the manifest's lines");
+    QTest::newRow("escape, which no message may hold")
+        << QByteArray("Host\x1B[31m.old#")
+        << unsafe.arg("Host" + replaced + "[31m.old#", address.arg('#'));
     add("backslash", "a\\b", "a\\b",
         "it holds a backslash, which the manifest takes for a separator");
     add("number sign", "a#b", "a#b", address.arg('#'));
@@ -204,7 +208,8 @@ void tst_PublishRefusal::release_fileOf2GiB_isRefused()
     QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(qint64{1} << 31)); // takes no room
     QCOMPARE(
         refusal(PublishArguments(m_release, m_output)),
-        QStringList(R"("big" cannot be published: files of 2 GiB and more cannot be updated.)"));
+        QStringList(R"("big" cannot be published: files of almost 2 GiB (2,147,483,584 bytes) and )"
+                    "more cannot be updated."));
 }
 
 void tst_PublishRefusal::release_largestFile_isAccepted()

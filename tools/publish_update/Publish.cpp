@@ -98,7 +98,7 @@ QStringList FolderProblems(const PublishOptions &options)
     return {};
 }
 
-UpdateDescription Description(const PublishOptions &options)
+PublishedDescription Description(const PublishOptions &options)
 {
     return {Number(options.version), options.versionString, options.folder,
             Number(options.minVersion), options.downloadUrl};
