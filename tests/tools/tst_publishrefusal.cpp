@@ -22,6 +22,7 @@ private slots:
     void options_lossyVersion_isPublishedByForce();
     void release_unsafeFile_isRefused_data();
     void release_unsafeFile_isRefused();
+    void release_namesEqualButForNormalisation_areRefused();
     void release_severalUnsafeFiles_areAllNamed();
     void release_fileOf2GiB_isRefused();
     void release_largestFile_isAccepted();
@@ -168,6 +169,9 @@ void tst_PublishRefusal::release_unsafeFile_isRefused_data()
     add("not UTF-8", "a\xFF", "a" + replaced, "it does not come unchanged through UTF-8");
     add("252 bytes", QByteArray(252, 'n'), QString(252, 'n'),
         "it has a name over 251 bytes in its decomposed form");
+    const QString accented(84, QChar(0xE9)); // two bytes each, three when decomposed
+    add("168 bytes that are 252 when decomposed", accented.toUtf8(), accented,
+        "it has a name over 251 bytes in its decomposed form");
     QTest::newRow("old name beside")
         << QByteArray("Host.old")
         << whole.arg(R"("Host.old" takes the name that is kept for the old "Host")");
@@ -190,6 +194,18 @@ void tst_PublishRefusal::release_unsafeFile_isRefused()
     const QStringList messages = refusal(PublishArguments(m_release, m_output));
     QCOMPARE(std::remove(path.constData()), 0);
     QCOMPARE(messages, QStringList(message));
+}
+
+void tst_PublishRefusal::release_namesEqualButForNormalisation_areRefused()
+{
+    const QString composed(QStringLiteral("caf\u00E9"));
+    const QString decomposed(QStringLiteral("cafe\u0301"));
+    WriteFile(m_release + "/" + composed, "");
+    WriteFile(m_release + "/" + decomposed, "");
+    QCOMPARE(refusal(PublishArguments(m_release, m_output)),
+             QStringList("The release cannot be published: " + Quoted(decomposed) + " and " +
+                         Quoted(composed) +
+                         " differ in letter case or Unicode normalisation only."));
 }
 
 void tst_PublishRefusal::release_severalUnsafeFiles_areAllNamed()
@@ -263,6 +279,11 @@ void tst_PublishRefusal::release_unreadable_isRefused()
     const QStringList messages = refusal(arguments, wrapper);
     QVERIFY(QFile::setPermissions(m_release + "/closed",
                                   QFile::ExeOwner | QFile::WriteOwner | QFile::ReadOwner));
+    QVERIFY(QFile::setPermissions(m_release + "/closed", QFile::ReadOwner)); // names only
+    const QStringList named = refusal(arguments, wrapper);
+    QVERIFY(QFile::setPermissions(m_release + "/closed",
+                                  QFile::ExeOwner | QFile::WriteOwner | QFile::ReadOwner));
+    QCOMPARE(named, QStringList(R"("closed/a" cannot be looked at: Permission denied.)"));
     QCOMPARE(messages.size(), 1);
     QVERIFY2(messages.constFirst().startsWith("The release cannot be looked through at ") &&
                  messages.constFirst().contains("/closed"),

@@ -108,8 +108,8 @@ QString WriteManifest(const QString &folder, const std::vector<tagDownloadFileIn
 {
     QFile file(QDir(folder).absoluteFilePath(LOCAL_MD5_FILENAME));
     const QByteArray content = ManifestContent(records);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly) ||
-        file.write(content) != content.size() || !file.flush()) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered) ||
+        !WriteAll(file, content.constData(), content.size())) {
         return QStringLiteral("\"%1\" cannot be written: %2.")
             .arg(file.fileName(), file.errorString());
     }
