@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <unistd.h>
+
 /// What publish_update publishes, and how it is asked to.
 class tst_Publish : public QObject {
     Q_OBJECT
@@ -22,6 +24,9 @@ private slots:
     void publish_modes_letAWebServerRead();
     void publish_secondVersion_standsBesideTheFirst();
     void publish_links_areListedAndLeftOut();
+    void publish_pathOfTheRelease_mayBeWrittenInAnyWay_data();
+    void publish_pathOfTheRelease_mayBeWrittenInAnyWay();
+    void publish_noThreads_doesItsWorkAllTheSame();
     void publish_minVersionAbove_isWarnedOf();
     void publish_otherLocale_writesUtf8AllTheSame();
     void publish_terminal_showsProgress();
@@ -150,6 +155,62 @@ void tst_Publish::publish_links_areListedAndLeftOut()
         QVERIFY2(!path.startsWith("a-") && !path.startsWith("b-") && !path.startsWith("c-"),
                  qPrintable(path));
     }
+}
+
+void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay_data()
+{
+    QTest::addColumn<QString>("folder"); // to stand in
+    QTest::addColumn<QString>("path");
+    QTest::newRow("relative") << ""
+                              << "release";
+    QTest::newRow("separator at the end") << ""
+                                          << "release/";
+    QTest::newRow("several separators") << ""
+                                        << "release//";
+    QTest::newRow("dot before") << ""
+                                << "./release";
+    QTest::newRow("dot behind") << ""
+                                << "release/.";
+    QTest::newRow("dot only") << "release"
+                              << ".";
+    QTest::newRow("dot and separator") << "release"
+                                       << "./";
+    QTest::newRow("upwards") << "release/Contents"
+                             << "..";
+    QTest::newRow("up and down again") << "release"
+                                       << "../release";
+}
+
+void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, path);
+    const ToolRun run = RunPublish(
+        PublishArguments(path, m_output),
+        {"sh", "-c", R"(cd "$0" && exec "$@")", m_folder->path() + QLatin1Char('/') + folder});
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.exitCode, 0);
+    QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    const QByteArray manifest = published.take("update_md5.info");
+    QCOMPARE(published, Tree(m_release));
+    QCOMPARE(ParseMd5File(manifest).keys(),
+             QStringList({".hidden", "Contents/MacOS/Host", QStringLiteral("资源/a b.txt")}));
+}
+
+void tst_Publish::publish_noThreads_doesItsWorkAllTheSame()
+{
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    QSKIP("The sanitizer needs threads of its own.");
+#endif
+    // Nobody has this user number; root's threads are not limited.
+    const QStringList nobody{"setpriv", "--reuid=54321", "--inh-caps=+dac_override",
+                             "--ambient-caps=+dac_override"};
+    const QStringList wrapper{"prlimit", "--nproc=1"};
+    const ToolRun run = RunPublish(PublishArguments(m_release, m_output),
+                                   ::geteuid() == 0 ? nobody + wrapper : wrapper);
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(Tree(m_output).contains("3.10.25/update_md5.info"));
 }
 
 void tst_Publish::publish_minVersionAbove_isWarnedOf()

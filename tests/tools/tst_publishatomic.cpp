@@ -29,6 +29,7 @@ private slots:
     void leftovers_behindALink_areLeftAlone();
     void failure_inANewOutput_leavesNoFolder();
     void failure_whileItWrites_changesNothing();
+    void failure_whileItWritesTheManifest_changesNothing();
     void failure_ofTheLastStroke_takesTheReleaseBack();
     void failure_ofTheFirstStroke_announcesNothing();
     void output_unwritable_changesNothing();
@@ -122,7 +123,7 @@ void tst_PublishAtomic::killed_whileItCopies_leavesTheOldReleaseInSight()
 void tst_PublishAtomic::killed_atAnyMoment_leavesAWholeReleaseInSight_data()
 {
     QTest::addColumn<int>("microseconds");
-    for (int row = 0; row < 12; ++row) {
+    for (int row = 0; row < 8; ++row) {
         const int moment = QRandomGenerator::global()->bounded(60000);
         QTest::newRow(qPrintable(QString::number(moment) + " us")) << moment;
     }
@@ -239,6 +240,23 @@ void tst_PublishAtomic::failure_whileItWrites_changesNothing()
         RunPublish(arguments(), {"sh", "-c", R"(trap '' XFSZ; ulimit -f 100; exec "$0" "$@")"});
     QCOMPARE(run.exitCode, 1);
     QVERIFY2(run.errors.contains("cannot be written: File too large."), run.errors.constData());
+    verifyOldInSight();
+    QVERIFY(!tree().contains(Work));
+}
+
+void tst_PublishAtomic::failure_whileItWritesTheManifest_changesNothing()
+{
+    const QString release = m_folder->filePath("small files");
+    for (int file = 0; file < 30; ++file) {
+        WriteFile(QStringLiteral("%1/%2%3").arg(release, QString(200, 'n'), QString::number(file)),
+                  "");
+    }
+    const ToolRun run = RunPublish(PublishArguments(release, m_output),
+                                   {"sh", "-c", R"(trap '' XFSZ; ulimit -f 4; exec "$0" "$@")"});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(QString::fromUtf8(run.errors),
+             "publish_update: " + Quoted(m_output + "/.publish_update/release/update_md5.info") +
+                 " cannot be written: File too large.\n");
     verifyOldInSight();
     QVERIFY(!tree().contains(Work));
 }

@@ -111,14 +111,15 @@ void tst_PublishFormats::manifestContent_records_areWrittenLineByLine()
 
 void tst_PublishFormats::manifestContent_written_isReadBackUnchanged()
 {
-    const std::vector<tagDownloadFileInfo> records{
-        {QStringLiteral("资源/a b"), 7, 0xFFFFFFFF, Md5}};
-    const QByteArray content = ManifestContent(records);
-    QCOMPARE(ManifestProblems(content), QStringList());
-    const tagDownloadFileInfo record = ParseMd5File(content).value(records.front().path);
-    QCOMPARE(record.sizeHigh, 7U);
-    QCOMPARE(record.sizeLow, 0xFFFFFFFFU);
-    QCOMPARE(record.md5, Md5);
+    const std::vector<tagDownloadFileInfo> records{{QStringLiteral("资源/a b"), 0, 0x7FFFFFBF, Md5},
+                                                   {"both halves", 7, 0xFFFFFFFF, Md5}};
+    QCOMPARE(ManifestProblems(ManifestContent({records.front()})), QStringList());
+    const QMap<QString, tagDownloadFileInfo> read = ParseMd5File(ManifestContent(records));
+    for (const tagDownloadFileInfo &record : records) {
+        QCOMPARE(read.value(record.path).sizeHigh, record.sizeHigh);
+        QCOMPARE(read.value(record.path).sizeLow, record.sizeLow);
+        QCOMPARE(read.value(record.path).md5, record.md5);
+    }
 }
 
 void tst_PublishFormats::manifestProblems_content_areNamed_data()
@@ -146,6 +147,11 @@ void tst_PublishFormats::manifestProblems_content_areNamed_data()
     QTest::newRow("size with a blank") << Md5 + "\t1 \ta\n" << line(1, size);
     QTest::newRow("size with a letter") << Md5 + "\t1g\ta\n" << line(1, size);
     QTest::newRow("size over 64 bits") << Md5 + "\t10000000000000000\ta\n" << line(1, size);
+    QTest::newRow("largest size") << Md5 + "\t7fffffbf\ta\n" << QStringList();
+    const QString tooLarge(
+        "files of almost 2 GiB (2,147,483,584 bytes) and more cannot be updated");
+    QTest::newRow("too large") << Md5 + "\t7fffffc0\ta\n" << line(1, tooLarge);
+    QTest::newRow("too large by far") << Md5 + "\tffffffffffffffff\ta\n" << line(1, tooLarge);
     QTest::newRow("path upwards") << Md5 + "\t1\t../a\n"
                                   << line(1, R"(path "../a": it has a ".." component)");
     QTest::newRow("path not UTF-8")
@@ -168,9 +174,9 @@ void tst_PublishFormats::manifestProblems_content_areNamed()
 
 void tst_PublishFormats::descriptionContent_written_isReadBackUnchanged()
 {
-    const UpdateDescription written{3100025, QStringLiteral(R"(三 "3")"), "3.10.25", 3000000,
-                                    "https://www.example.com/d?a=b"};
-    UpdateDescription read;
+    const PublishedDescription written{3100025, QStringLiteral(R"(三 "3")"), "3.10.25", 3000000,
+                                       "https://www.example.com/d?a=b"};
+    PublishedDescription read;
     QCOMPARE(DescriptionProblems(DescriptionContent(written), read), QStringList());
     QCOMPARE(read.version, written.version);
     QCOMPARE(read.versionString, written.versionString);
@@ -216,7 +222,7 @@ void tst_PublishFormats::descriptionProblems_content_areNamed()
 {
     QFETCH(QByteArray, content);
     QFETCH(QStringList, problems);
-    UpdateDescription description;
+    PublishedDescription description;
     QCOMPARE(DescriptionProblems(content, description), problems);
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/tools/PublishTool.h"
+#include "tools/publish_update/Formats.h"
 #include "tools/publish_update/ReleaseScan.h"
 
 #include <QTemporaryDir>
@@ -21,6 +22,7 @@ private slots:
     void options_lossyVersion_isPublishedByForce();
     void release_unsafeFile_isRefused_data();
     void release_unsafeFile_isRefused();
+    void release_namesEqualButForNormalisation_areRefused();
     void release_severalUnsafeFiles_areAllNamed();
     void release_fileOf2GiB_isRefused();
     void release_largestFile_isAccepted();
@@ -156,6 +158,9 @@ void tst_PublishRefusal::release_unsafeFile_isRefused_data()
         "it holds a line feed, which ends the manifest's lines");
     add("CR", "a\rb", "a" + replaced + "b",
         "it holds a carriage return, which ends the manifest's lines");
+    QTest::newRow("escape, which no message may hold")
+        << QByteArray("Host\x1B[31m.old#")
+        << unsafe.arg("Host" + replaced + "[31m.old#", address.arg('#'));
     add("backslash", "a\\b", "a\\b",
         "it holds a backslash, which the manifest takes for a separator");
     add("number sign", "a#b", "a#b", address.arg('#'));
@@ -163,6 +168,9 @@ void tst_PublishRefusal::release_unsafeFile_isRefused_data()
     add("percent", "d/a%b", "d/a%b", address.arg('%'));
     add("not UTF-8", "a\xFF", "a" + replaced, "it does not come unchanged through UTF-8");
     add("252 bytes", QByteArray(252, 'n'), QString(252, 'n'),
+        "it has a name over 251 bytes in its decomposed form");
+    const QString accented(84, QChar(0xE9)); // two bytes each, three when decomposed
+    add("168 bytes that are 252 when decomposed", accented.toUtf8(), accented,
         "it has a name over 251 bytes in its decomposed form");
     QTest::newRow("old name beside")
         << QByteArray("Host.old")
@@ -188,6 +196,18 @@ void tst_PublishRefusal::release_unsafeFile_isRefused()
     QCOMPARE(messages, QStringList(message));
 }
 
+void tst_PublishRefusal::release_namesEqualButForNormalisation_areRefused()
+{
+    const QString composed(QStringLiteral("caf\u00E9"));
+    const QString decomposed(QStringLiteral("cafe\u0301"));
+    WriteFile(m_release + "/" + composed, "");
+    WriteFile(m_release + "/" + decomposed, "");
+    QCOMPARE(refusal(PublishArguments(m_release, m_output)),
+             QStringList("The release cannot be published: " + Quoted(decomposed) + " and " +
+                         Quoted(composed) +
+                         " differ in letter case or Unicode normalisation only."));
+}
+
 void tst_PublishRefusal::release_severalUnsafeFiles_areAllNamed()
 {
     WriteFile(m_release + "/b#", "");
@@ -204,7 +224,8 @@ void tst_PublishRefusal::release_fileOf2GiB_isRefused()
     QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(qint64{1} << 31)); // takes no room
     QCOMPARE(
         refusal(PublishArguments(m_release, m_output)),
-        QStringList(R"("big" cannot be published: files of 2 GiB and more cannot be updated.)"));
+        QStringList(R"("big" cannot be published: files of almost 2 GiB (2,147,483,584 bytes) and )"
+                    "more cannot be updated."));
 }
 
 void tst_PublishRefusal::release_largestFile_isAccepted()
@@ -258,6 +279,11 @@ void tst_PublishRefusal::release_unreadable_isRefused()
     const QStringList messages = refusal(arguments, wrapper);
     QVERIFY(QFile::setPermissions(m_release + "/closed",
                                   QFile::ExeOwner | QFile::WriteOwner | QFile::ReadOwner));
+    QVERIFY(QFile::setPermissions(m_release + "/closed", QFile::ReadOwner)); // names only
+    const QStringList named = refusal(arguments, wrapper);
+    QVERIFY(QFile::setPermissions(m_release + "/closed",
+                                  QFile::ExeOwner | QFile::WriteOwner | QFile::ReadOwner));
+    QCOMPARE(named, QStringList(R"("closed/a" cannot be looked at: Permission denied.)"));
     QCOMPARE(messages.size(), 1);
     QVERIFY2(messages.constFirst().startsWith("The release cannot be looked through at ") &&
                  messages.constFirst().contains("/closed"),

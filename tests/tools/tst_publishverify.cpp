@@ -4,9 +4,13 @@
 #include "core/Func.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/tools/PublishTool.h"
+#include "tools/publish_update/Verify.h"
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <atomic>
 
 using Pages = QMap<QByteArray, QByteArray>;
 
@@ -20,7 +24,12 @@ private slots:
     void verify_publishedRelease_isAllRight();
     void verify_fault_isReported_data();
     void verify_fault_isReported();
+    void verify_control_isReplacedInMessages();
     void verify_connectionDropped_isReported();
+    void verify_noAnswer_timesOut_data();
+    void verify_noAnswer_timesOut();
+    void verify_bodies_areHeldWithinABudget_data();
+    void verify_bodies_areHeldWithinABudget();
     static void verify_noServer_isReported();
     void verify_manyFiles_areAllAskedFor();
 
@@ -138,6 +147,10 @@ void tst_PublishVerify::verify_fault_isReported_data()
         << Manifest << Page(md5 + "\t4\t../update.json\n")
         << QByteArray(R"(3.10.25/update_md5.info: line 1: path "../update.json": it has a ".." )"
                       "component.");
+    QTest::newRow("manifest with a file too large, which is not asked for")
+        << Manifest << Page(md5 + "\t7fffffc0\tother\n" + md5 + "\t4\tContents/Host\n")
+        << QByteArray("3.10.25/update_md5.info: line 1: files of almost 2 GiB (2,147,483,584 "
+                      "bytes) and more cannot be updated.");
     QTest::newRow("manifest lists a file that is not there")
         << Manifest << Page(md5 + "\t4\tother\n") << QByteArray("other: " + isMissing);
 
@@ -152,6 +165,9 @@ void tst_PublishVerify::verify_fault_isReported_data()
     }
     QTest::newRow("file of a broken server")
         << Host << error500 << QByteArray(file + "it cannot be fetched: ");
+    QTest::newRow("file not modified")
+        << Host << ScriptedServer::answer("304 Not Modified", "")
+        << QByteArray(file + "it cannot be fetched: Unknown error,status=304.");
     QTest::newRow("part of a file") << Host << ScriptedServer::answer("206 Partial Content", "host")
                                     << QByteArray("Unknown error,status=206.");
     QTest::newRow("file shorter") << Host << Page("hos")
@@ -183,6 +199,90 @@ void tst_PublishVerify::verify_fault_isReported()
     for (const QByteArray &request : requests) {
         QVERIFY(!request.contains("elsewhere") && !request.contains(".."));
     }
+}
+
+void tst_PublishVerify::verify_control_isReplacedInMessages()
+{
+    Pages pages = m_pages;
+    pages.insert(Manifest, Page(Md5Hash("host") + "\t4\t\x1B[31m\xC2\x9B\x7F\n"));
+    const ScriptedServer server(Serve(pages));
+    const ToolRun run = RunVerify(server);
+    QCOMPARE(run.exitCode, 1);
+    const QString replaced(QChar::ReplacementCharacter);
+    QCOMPARE(QString::fromUtf8(run.errors), "publish_update: " + replaced + "[31m" + replaced +
+                                                replaced + ": it is missing (status 404).\n");
+}
+
+void tst_PublishVerify::verify_noAnswer_timesOut_data()
+{
+    QTest::addColumn<QByteArray>("path");
+    QTest::addColumn<int>("descriptionSeconds");
+    QTest::addColumn<int>("fileSeconds");
+    QTest::newRow("description") << Description << 1 << 60;
+    QTest::newRow("manifest") << Manifest << 60 << 1;
+    QTest::newRow("file") << Host << 60 << 1;
+}
+
+void tst_PublishVerify::verify_noAnswer_timesOut()
+{
+    QFETCH(QByteArray, path);
+    QFETCH(int, descriptionSeconds);
+    QFETCH(int, fileSeconds);
+    const Pages pages = m_pages;
+    const ScriptedServer server(
+        [pages, path](ScriptedConnection &connection, const QByteArray &request) {
+            if (request.startsWith("GET " + path + ' ')) {
+                connection.hang();
+            }
+            connection.send(pages.value(request.split(' ').value(1)));
+        });
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(Verify(server.url(QString::fromUtf8(Base)), {descriptionSeconds, fileSeconds}), 1);
+    QVERIFY(timer.elapsed() >= 1000);
+    QVERIFY(timer.elapsed() < 10000); // less than by default
+}
+
+void tst_PublishVerify::verify_bodies_areHeldWithinABudget_data()
+{
+    QTest::addColumn<QByteArray>("size");
+    QTest::addColumn<int>("atOnce");
+    QTest::newRow("small ones") << QByteArray("1") << 4;
+    QTest::newRow("two fit") << QByteArray("2000000") << 2;
+    QTest::newRow("one fits") << QByteArray("2000001") << 1;
+    QTest::newRow("not even one fits") << QByteArray("7fffffbf") << 1;
+}
+
+void tst_PublishVerify::verify_bodies_areHeldWithinABudget()
+{
+    QFETCH(QByteArray, size);
+    QFETCH(int, atOnce);
+    Pages pages = m_pages;
+    QByteArray manifest;
+    for (const char *name : {"a", "b", "c", "d"}) {
+        manifest += Md5Hash("x") + '\t' + size + '\t' + name + '\n';
+    }
+    pages.insert(Manifest, Page(manifest));
+    std::atomic<int> now{0};
+    std::atomic<int> most{0};
+    const ScriptedServer server(
+        [&pages, &now, &most, atOnce](ScriptedConnection &connection, const QByteArray &request) {
+            const QByteArray path = request.split(' ').value(1);
+            if (pages.contains(path)) {
+                connection.send(pages.value(path));
+                return;
+            }
+            most = qMax(++now, most.load());
+            for (int waited = 0; waited < 1000 && most < atOnce; ++waited) {
+                connection.pause(10);
+            }
+            connection.pause(50); // time for one too many
+            --now;
+            connection.send(Page("x"));
+        });
+    (void)RunVerify(server); // the sizes are wrong
+    QCOMPARE(server.requests().size(), 6);
+    QCOMPARE(most.load(), atOnce);
 }
 
 void tst_PublishVerify::verify_connectionDropped_isReported()

@@ -98,7 +98,7 @@ QStringList FolderProblems(const PublishOptions &options)
     return {};
 }
 
-UpdateDescription Description(const PublishOptions &options)
+PublishedDescription Description(const PublishOptions &options)
 {
     return {Number(options.version), options.versionString, options.folder,
             Number(options.minVersion), options.downloadUrl};
@@ -108,8 +108,8 @@ QString WriteManifest(const QString &folder, const std::vector<tagDownloadFileIn
 {
     QFile file(QDir(folder).absoluteFilePath(LOCAL_MD5_FILENAME));
     const QByteArray content = ManifestContent(records);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly) ||
-        file.write(content) != content.size() || !file.flush()) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered) ||
+        !WriteAll(file, content.constData(), content.size())) {
         return QStringLiteral("\"%1\" cannot be written: %2.")
             .arg(file.fileName(), file.errorString());
     }

@@ -27,20 +27,6 @@ namespace {
 
 constexpr std::size_t BlockSize = 0x10000; // small enough to stay in the processor's cache
 
-/// Writes the whole block. A write that ends early is gone on with, so that the error shows.
-bool WriteAll(QFile &file, const char *block, qint64 length)
-{
-    while (length > 0) {
-        const qint64 written = file.write(block, length);
-        if (written <= 0) {
-            return false;
-        }
-        block += written;
-        length -= written;
-    }
-    return true;
-}
-
 QString ReadReason(const QString &path, const QString &error)
 {
     return QStringLiteral("\"%1\" cannot be read: %2.").arg(path, error);

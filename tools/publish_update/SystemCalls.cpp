@@ -3,8 +3,6 @@
 
 #include "tools/publish_update/SystemCalls.h"
 
-#include <QFile>
-
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -25,6 +23,20 @@ bool MakeFolder(const QString &path)
 bool Move(const QString &from, const QString &to)
 {
     return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+bool WriteAll(QFile &file, const char *block, qint64 length)
+{
+    // A write that ends early is gone on with, so that the error shows.
+    while (length > 0) {
+        const qint64 written = file.write(block, length);
+        if (written <= 0) {
+            return false;
+        }
+        block += written;
+        length -= written;
+    }
+    return true;
 }
 
 bool SyncFolder(const QString &path)

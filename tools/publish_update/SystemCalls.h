@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QFile>
 #include <QString>
 
 /// \file
@@ -17,6 +18,10 @@ bool MakeFolder(const QString &path);
 /// Moves a file or folder at one stroke; a file in the way is replaced. Returns whether that went
 /// well; SystemError() says why not.
 bool Move(const QString &from, const QString &to);
+
+/// Writes a whole block to an unbuffered \a file. Returns whether that went well; the file's error
+/// says why not.
+bool WriteAll(QFile &file, const char *block, qint64 length);
 
 /// Waits until the names in a folder will survive a loss of power. Returns whether that went well;
 /// SystemError() says why not.

@@ -160,7 +160,7 @@ QString Workspace::removeLeftovers()
     // A run that ended between its two strokes left a release that nothing announces yet. Only
     // between them is the new update.json still here and the release no more.
     const QString name = QString::fromUtf8(Read(m_work.absoluteFilePath(TargetName)));
-    UpdateDescription announced;
+    PublishedDescription announced;
     (void)DescriptionProblems(Read(m_output.absoluteFilePath(UPDATE_DESCRIBE_FILENAME)), announced);
     if (Exists(m_work.absoluteFilePath(UPDATE_DESCRIBE_FILENAME)) && !Exists(releaseDir()) &&
         FolderReason(name).isEmpty() && name != announced.folder &&
