@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 # Builds the project in this folder by clang++ and registers a test fuzz_SUBJECT for each target: five
-# seconds, from the committed seeds on. `./check fuzz MINUTES` runs the same programs longer.
+# seconds, from the committed seeds on and always with the same random numbers. `./check fuzz MINUTES` runs the same programs longer.
 find_program(UPDATER_FUZZ_CXX NAMES clang++ clang++-14)
 if(UPDATER_FUZZ_CXX AND NOT DEFINED UPDATER_FUZZ_WORKS)
     set(probe ${CMAKE_BINARY_DIR}/fuzz_probe)
@@ -37,6 +37,6 @@ add_custom_target(updater_fuzz ALL
 foreach(subject manifest description versionnumber infoplist releasepaths)
     add_test(NAME fuzz_${subject}
         COMMAND ${PROJECT_SOURCE_DIR}/tests/support/isolated.sh
-            ${PROJECT_SOURCE_DIR}/tests/fuzz/fuzz.sh ${fuzz_dir}/fuzz_${subject} 5)
+            ${PROJECT_SOURCE_DIR}/tests/fuzz/fuzz.sh ${fuzz_dir}/fuzz_${subject} 5 1)
     set_tests_properties(fuzz_${subject} PROPERTIES TIMEOUT 120 LABELS fuzz)
 endforeach()

@@ -9,6 +9,7 @@ set -u
 
 program=$1
 seconds=$2
+seed=${3-}
 subject=${program##*/fuzz_}
 tests=$(cd "$(dirname "$0")/.." && pwd)
 seeds=$tests/fuzz/seeds/$subject
@@ -17,7 +18,7 @@ mkdir -p corpus findings || exit 99
 
 # Each target has its own options: what the tests' surroundings set would slow all of them down.
 unset ASAN_OPTIONS LSAN_OPTIONS
-"$program" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 \
+"$program" -max_total_time="$seconds" ${seed:+-seed="$seed"} -timeout=30 -rss_limit_mb=2048 \
   -print_final_stats=1 -artifact_prefix=findings/ corpus "$seeds" >log 2>&1
 code=$?
 executions=$(sed -n 's/^stat::number_of_executed_units: *//p' log)
