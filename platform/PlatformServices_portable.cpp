@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,6 +37,10 @@ struct PlistDeleter {
     void operator()(void *node) const { plist_free(node); }
 };
 
+struct FileCloser {
+    void operator()(std::FILE *file) const { (void)std::fclose(file); }
+};
+
 fs::path infoPlistPath()
 {
     std::error_code failed;
@@ -61,10 +64,10 @@ std::string readSmallFile(const fs::path &path)
     if (failed || size > largest) {
         return {};
     }
-    std::ifstream file(path, std::ios::binary);
+    // Not a C++ stream: the first one brings in the locales, which no session needs.
+    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
     std::string content(size, '\0');
-    file.read(content.data(), static_cast<std::streamsize>(size));
-    content.resize(static_cast<std::size_t>(file.gcount()));
+    content.resize(file ? std::fread(content.data(), 1, content.size(), file.get()) : 0);
     return content;
 }
 

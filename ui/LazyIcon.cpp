@@ -7,11 +7,13 @@
 #include <QPainter>
 #include <QString>
 
+#include <utility>
+
 namespace {
 
 class LazyIconEngine : public QIconEngine {
 public:
-    explicit LazyIconEngine(const QString &fileName) : m_fileName(fileName) {}
+    explicit LazyIconEngine(QString fileName) : m_fileName(std::move(fileName)) {}
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
     {

@@ -86,8 +86,7 @@ int main(int argc, char *argv[])
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;
     const std::uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
     const std::unique_ptr<xcb_generic_error_t, Freed> error(xcb_request_check(
-        display,
-        xcb_change_window_attributes_checked(display, root, XCB_CW_EVENT_MASK, &events)));
+        display, xcb_change_window_attributes_checked(display, root, XCB_CW_EVENT_MASK, &events)));
     if (!damage->present || error) {
         return 2;
     }
