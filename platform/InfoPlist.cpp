@@ -6,7 +6,7 @@
 #include <plist/plist.h>
 
 #include <cstdint>
-#include <fstream>
+#include <cstdio>
 #include <memory>
 #include <system_error>
 
@@ -16,6 +16,10 @@ namespace {
 
 struct PlistDeleter {
     void operator()(void *node) const { plist_free(node); }
+};
+
+struct FileCloser {
+    void operator()(std::FILE *file) const { (void)std::fclose(file); }
 };
 
 // Returns empty text for what is no readable file of a believable size.
@@ -32,10 +36,10 @@ std::string readSmallFile(const fs::path &path)
     if (failed || size > largest) {
         return {};
     }
-    std::ifstream file(path, std::ios::binary);
+    // Not a C++ stream: the first one brings in the locales, which no session needs.
+    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
     std::string content(size, '\0');
-    file.read(content.data(), static_cast<std::streamsize>(size));
-    content.resize(static_cast<std::size_t>(file.gcount()));
+    content.resize(file ? std::fread(content.data(), 1, content.size(), file.get()) : 0);
     return content;
 }
 

@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 
 # Builds the project in this folder by clang++ and registers a test fuzz_SUBJECT for each target: five
-# seconds, from the committed seeds on and always with the same random numbers. `./check fuzz MINUTES` runs the same programs longer.
+# seconds, from the committed seeds on and always with the same random numbers. `./check fuzz MINUTES`
+# runs the same programs longer.
 find_program(UPDATER_FUZZ_CXX NAMES clang++ clang++-14)
 if(UPDATER_FUZZ_CXX AND NOT DEFINED UPDATER_FUZZ_WORKS)
     set(probe ${CMAKE_BINARY_DIR}/fuzz_probe)

@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# fuzz.sh PROGRAM SECONDS: runs a fuzz target in the current folder, from its committed seeds and from
-# what lies in corpus/ on. Adds to corpus/, leaves an input that fails in findings/, and ends with a line
+# fuzz.sh PROGRAM SECONDS [SEED]: runs a fuzz target in the current folder, from its committed seeds and
+# from what lies in corpus/ on, with random numbers from SEED on. Adds to corpus/, leaves an input that fails in findings/, and ends with a line
 # that tells executions and findings. The exit code tells whether there was none.
 set -u
 
