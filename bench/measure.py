@@ -1,7 +1,10 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 
-"""Whole processes by hyperfine, their memory by time, and what runs inside one by Google Benchmark."""
+"""Whole processes by hyperfine, their memory by time, and what runs inside one by Google Benchmark.
+
+Times are pairs of seconds: by the clock, and of processor, which other programs disturb less.
+"""
 
 import json
 import os
@@ -28,8 +31,12 @@ def shell(script):
     return quoted("bash", "-c", script)
 
 
+def _medians(pairs):
+    return tuple(statistics.median(values) for values in zip(*pairs))
+
+
 def process_times(commands, env, rounds, runs=1, prepare=None, any_exit_code=False):
-    """Medians in seconds of the commands, which take turns: every round runs each of them."""
+    """Medians of the commands' times, which take turns: every round runs each of them."""
     times = [[] for _ in commands]
     for turn in range(rounds):
         order = list(range(len(commands)))
@@ -43,8 +50,9 @@ def process_times(commands, env, rounds, runs=1, prepare=None, any_exit_code=Fal
         result = _json_of(["hyperfine"] + options + [commands[i] for i in order],
                           "--export-json={}", env)
         for index, one in zip(order, result["results"]):
-            times[index] += one["times"]
-    return [statistics.median(one) for one in times]
+            processor = one["user"] + one["system"]  # the mean of this round
+            times[index] += [(time, processor) for time in one["times"]]
+    return [_medians(one) for one in times]
 
 
 def peak_memory(commands, env, rounds, prepare=None):
@@ -71,11 +79,11 @@ def printed_times(commands, env, rounds):
             out = subprocess.run(shlex.split(command), env=env, check=False, text=True,
                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
             times[index].append(float(out.splitlines()[0]) / 1000)
-    return [statistics.median(one) for one in times]
+    return [(statistics.median(one), None) for one in times]
 
 
 def inside(program, data, env, regex, repetitions, min_time=0.01):
-    """Medians in seconds of the benchmarks that match regex; their repetitions are interleaved."""
+    """Medians of the times of the benchmarks that match regex; their repetitions are interleaved."""
     command = [program, f"--benchmark_filter={regex}", f"--benchmark_min_time={min_time}",
                f"--benchmark_repetitions={repetitions}",
                "--benchmark_enable_random_interleaving=true",
@@ -87,17 +95,17 @@ def inside(program, data, env, regex, repetitions, min_time=0.01):
             raise RuntimeError(f"{run['name']}: {run['error_message']}")
         if run["run_type"] == "iteration":
             times.setdefault(run["run_name"].split("/repeats")[0], []).append(
-                run["real_time"] * unit[run["time_unit"]])
-    return {name: statistics.median(values) for name, values in times.items()}
+                (run["real_time"] * unit[run["time_unit"]], run["cpu_time"] * unit[run["time_unit"]]))
+    return {name: _medians(values) for name, values in times.items()}
 
 
 def inside_and_process(program, data, env, regex, command, rounds):
-    """Medians in seconds of one benchmark and of one command, which take turns."""
+    """Medians of the times of one benchmark and of one command, which take turns."""
     ours, other = [], []
     for _ in range(rounds):
         ours += inside(program, data, env, regex, 1).values()
         other += process_times([command], env, 1)
-    return statistics.median(ours), statistics.median(other)
+    return _medians(ours), _medians(other)
 
 
 def load():

@@ -13,7 +13,9 @@ from stage import ROOT
 
 
 def times(ours, other):
-    return {"kind": "time", "ours": ours, "other": other}
+    """Of two pairs: by the clock, and of processor where that was measured."""
+    processor = ours[1] / other[1] if ours[1] and other[1] else None
+    return {"kind": "time", "ours": ours[0], "other": other[0], "processor": processor}
 
 
 def sizes(ours, other):
@@ -43,10 +45,11 @@ def machine():
             f"{memory / 2**20:.0f} GiB of memory, {platform.system()} {platform.release()}")
 
 
-def line(what, ours, against, other, ratio, limit):
+def line(what, ours, against, other, ratio, limit, processor=None):
     target = "–" if limit is None else f"{limit:.2f}"
+    busy = "–" if processor is None else f"{processor:.2f}"
     missed = " (missed)" if limit is not None and ratio > limit else ""
-    return f"| {what} | {ours} | {against} | {other} | {ratio:.2f}{missed} | {target} |"
+    return f"| {what} | {ours} | {against} | {other} | {ratio:.2f}{missed} | {busy} | {target} |"
 
 
 class Results:
@@ -61,8 +64,8 @@ class Results:
         self._file.write_text(json.dumps(self._rows, indent=1))
 
     def table(self, names):
-        lines = [machine(), "", "| what | ours | against | the other | ratio | at most |",
-                 "|---|---:|---|---:|---:|---:|"]
+        lines = [machine(), "", "| what | ours | against | the other | ratio | of processor time | at most |",
+                 "|---|---:|---|---:|---:|---:|---:|"]
         for name in (one for one in names if one in self._rows):
             one = self._rows[name]
             if "curves" in one:
@@ -71,7 +74,7 @@ class Results:
                 continue
             lines.append(line(one["what"], shown(one["ours"], one["kind"]), one["against"],
                               shown(one["other"], one["kind"]), one["ours"] / one["other"],
-                              one["limit"]))
+                              one["limit"], one.get("processor")))
         if "growth" in names and "growth" in self._rows:
             lines += ["", *self._growth_table(self._rows["growth"]["curves"])]
         return "\n".join(lines)
