@@ -210,7 +210,9 @@ void tst_Publish::publish_noThreads_doesItsWorkAllTheSame()
                                    ::geteuid() == 0 ? nobody + wrapper : wrapper);
     QCOMPARE(run.errors, QByteArray());
     QCOMPARE(run.exitCode, 0);
-    QVERIFY(Tree(m_output).contains("3.10.25/update_md5.info"));
+    QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    QVERIFY(published.remove("update_md5.info"));
+    QCOMPARE(published, Tree(m_release));
 }
 
 void tst_Publish::publish_minVersionAbove_isWarnedOf()
