@@ -19,7 +19,7 @@ struct SessionState {
     QString hostVersionText;
     QString command; ///< first command-line argument or empty
 
-    /// Returns whether the command is \a word, in any letter case.
+    /// Returns whether the command is \a word, in any letter case. Callable on any thread.
     bool isCommand(QLatin1String word) const;
 };
 

@@ -3,6 +3,8 @@
 
 #include "app/StatusRecord.h"
 
+#include <QtEndian>
+
 namespace {
 
 constexpr int RecordSize = 2;
@@ -55,6 +57,7 @@ void StatusRecord::write(Status status)
     if (!bytes) {
         return;
     }
-    bytes[0] = status.success ? 1 : 0;
-    bytes[1] = status.update ? 1 : 0;
+    // Both bytes at once.
+    const unsigned record = (status.success ? 1U : 0U) | (status.update ? 0x100U : 0U);
+    qToLittleEndian(static_cast<quint16>(record), bytes);
 }

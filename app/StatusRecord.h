@@ -8,8 +8,10 @@
 /// The two-byte status record of the running session, in a shared-memory segment that at the same
 /// time keeps a second session of the same installation out.
 ///
-/// The segment lives as long as any process is attached to it. Where it could not be made the
-/// session goes on without: writes are dropped, and every status reads false.
+/// The segment lives as long as any process is attached to it. One that a killed session left
+/// behind refuses exactly one further session, whose end removes it. Where the segment could not be
+/// made the session goes on without: writes are dropped, and every status reads false.
+/// For one thread at a time.
 class StatusRecord {
 public:
     struct Status {
@@ -25,7 +27,9 @@ public:
     /// then read() gives that session's status.
     bool claim();
 
+    /// Returns the status under the segment's lock; only the lowest bit of each byte counts.
     Status read();
+    /// Replaces the status under the segment's lock.
     void write(Status status);
 
 private:

@@ -12,7 +12,7 @@ struct UpdateDescription {
     int version = 0;       ///< number of the newest version
     QString versionString; ///< the newest version as shown to people
     QString folder;        ///< kept for the in-place update; the session does not use it
-    int minVersion = 0;    ///< the lowest host version that may still skip the update
+    int minVersion = 0;    ///< hosts at or below it are not offered to put the update off
     QString downloadUrl;   ///< what the browser opens on consent
 };
 

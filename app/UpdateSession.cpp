@@ -11,13 +11,13 @@
 #include "app/UpdateDescription.h"
 #include "core/Func.h"
 #include "platform/LogHandler.h"
+#include "ui/LazyIcon.h"
 #include "ui/UpdateError.h"
 #include "ui/UpdateNotice.h"
 
 #include <QApplication>
 #include <QDebug>
 #include <QDesktopServices>
-#include <QIcon>
 
 #include <optional>
 
@@ -180,7 +180,7 @@ int RunUpdateSession(int &argc, char **argv, const QString &baseUrl, const QStri
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
     const QApplication application(argc, argv);
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icon")));
+    QApplication::setWindowIcon(LazyIcon(QStringLiteral(":/icon")));
     CLogHandler::SetLogLevel(QtDebugMsg);
     CLogHandler::Initialize();
     qInfo().noquote() << QApplication::tr("----------------更新程序启动------------------");

@@ -20,7 +20,8 @@ if(UPDATER_SANITIZE)
 endif()
 
 if(UPDATER_COVERAGE)
-    target_compile_options(updater_options INTERFACE --coverage)
+    # Of C++ alone: the tests' Objective-C++ has another compiler, which counts in another way.
+    target_compile_options(updater_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:--coverage>)
     target_link_options(updater_options INTERFACE --coverage)
 endif()
 

@@ -11,20 +11,44 @@ app=$stage/Kestrel.app
 processes=()
 answers=()
 
+give_up() {
+  echo "$*" >&2
+  exit 1
+}
+
+# await CONDITION...: waits until the command succeeds, for twenty seconds at most.
+await() {
+  local tries=0
+  until "$@"; do
+    [ $((tries += 1)) -lt 400 ] || return 1
+    sleep 0.05
+  done
+}
+
 is_free() { ! (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
 # The address is compiled in: the port is kept while it is free, so that nothing is built anew.
 choose_port() {
-  port=$(cat "$stage/port" 2>/dev/null || echo 18480)
+  port=$(cat "$stage/port" 2>/dev/null || true)
+  [[ $port =~ ^[0-9]+$ ]] || port=18480
   while ! is_free "$port"; do port=$((20000 + RANDOM % 10000)); done
   echo "$port" >"$stage/port"
 }
 
-build_updater() {
-  cmake --preset release -B "$stage/release" -DUPDATER_BUILD_TESTS=OFF -DUPDATER_BUILD_TOOLS=OFF \
+build() { # TARGET...
+  echo "Building in $stage/release ..."
+  cmake --preset release -B "$stage/release" -DUPDATER_BUILD_TESTS=OFF -DUPDATER_BUILD_TOOLS=ON \
     -DUPDATE_BASE_URL="http://127.0.0.1:$port/public/kestrel/update/mac" >"$stage/build.log" 2>&1 &&
-    cmake --build "$stage/release" --target updater >>"$stage/build.log" 2>&1 ||
+    cmake --build "$stage/release" --target "$@" >>"$stage/build.log" 2>&1 ||
     { cat "$stage/build.log"; exit 1; }
+}
+
+show_gallery() {
+  mkdir -p "$stage"
+  choose_port
+  build updater_gallery
+  "$stage/release/tools/gallery/updater_gallery" "$stage/gallery"
+  echo "All pictures at a glance: ${stage#"$PWD/"}/gallery/index.html and contact-sheet.png"
 }
 
 lay_out_bundle() {
@@ -51,7 +75,7 @@ open_screen() {
   virtual=yes
   Xvfb -displayfd 3 -screen 0 1024x640x24 -nolisten tcp -noreset 3>"$stage/display" 2>/dev/null &
   processes+=($!)
-  until [ -s "$stage/display" ]; do sleep 0.05; done
+  await test -s "$stage/display" || give_up 'The virtual screen did not come.'
   DISPLAY=:$(cat "$stage/display")
   export DISPLAY
 }
@@ -63,8 +87,7 @@ set_stage() {
   temporary=$(mktemp -d)
   mkdir -m 0700 "$temporary/home" "$temporary/tmp" "$temporary/run"
   choose_port
-  echo "Building in $stage/release ..."
-  build_updater
+  build updater
   lay_out_bundle
   virtual=
   open_screen
@@ -75,26 +98,37 @@ set_stage() {
 
 strike_stage() {
   local process
-  for process in "${processes[@]}"; do kill "$process" 2>/dev/null && wait "$process" 2>/dev/null; done
+  for process in "${processes[@]}"; do
+    kill "$process" 2>/dev/null || true
+    wait "$process" 2>/dev/null || true
+  done
   rm -rf "${temporary-}"
 }
 
+# For the right-hand side of sed's s|||, in quotes of nginx's own.
+escaped() { printf '%s' "$1" | sed 's/[&|\\]/\\&/g'; }
+
+is_served() { ! is_free "$port"; }
+
 serve() {
   local folder=$stage/nginx
-  mv "$stage/nginx/www/download.html" "$folder/www/" 2>/dev/null || true
-  sed -e "s|@FOLDER@|$folder|g" -e "s|@PORT@|$port|" demo/nginx.conf.in >"$folder/nginx.conf"
-  nginx -e "$folder/error.log" -p "$folder" -c "$folder/nginx.conf" 2>/dev/null &
+  sed -e "s|@FOLDER@|$(escaped "$folder")|g" -e "s|@PORT@|$port|" -e "s|@RATE@|${rate-0}|" \
+    demo/nginx.conf.in >"$folder/nginx.conf"
+  nginx -e "$folder/error.log" -p "$folder" -c "$folder/nginx.conf" 2>"$records/nginx" &
   processes+=($!)
-  while is_free "$port"; do sleep 0.05; done
+  await is_served || give_up "nginx does not serve: $(cat "$records/nginx")"
 }
 
-# The session's surroundings: its own home, and none of the caller's. To be run in the background.
-updater() {
+# The surroundings of what is shown: a home of its own, and nothing of the caller's. To be run in the
+# background.
+in_own_home() { # PROGRAM [ARGUMENT...]
   exec env -i PATH="$PWD/demo:$PATH" HOME="$temporary/home" TMPDIR="$temporary/tmp" \
     XDG_RUNTIME_DIR="$temporary/run" LC_ALL=C.UTF-8 DISPLAY="$DISPLAY" \
-    ${XAUTHORITY:+XAUTHORITY="$XAUTHORITY"} DEMO_RECORDS="$records" \
-    DEMO_PASS_ON="$([ -n "$virtual" ] || echo yes)" "$app/Contents/MacOS/updater" "$@"
+    XAUTHORITY="${XAUTHORITY:-$HOME/.Xauthority}" DEMO_RECORDS="$records" \
+    "$@"
 }
+
+updater() { in_own_home "$app/Contents/MacOS/updater" "$@"; }
 
 start_session() {
   updater "$@" >"$records/output" 2>"$records/errors" &
@@ -108,32 +142,30 @@ start_second_session() {
   processes+=($second)
 }
 
-session_log() { cat "$temporary"/home/.com.example.kestrel/Log/*.log; }
+session_log() { cat "$temporary"/home/.com.example.kestrel/Log/*.log 2>/dev/null; }
 
 find_window() { xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1; }
 
+shows() { window=$(find_window "$1") && [ -n "$window" ]; }
+
 await_window() {
-  local tries=0
-  until [ -n "$(find_window "$1")" ]; do
-    kill -0 "$session" 2>/dev/null && [ $((tries += 1)) -lt 400 ] ||
-      { echo "The window $1 did not come." >&2; exit 1; }
-    sleep 0.05
-  done
+  await shows "$1" || give_up "The window $1 did not come: $(cat "$records"/*errors)"
 }
+
+has_logged_more_than() { [ "$(session_log | wc -l)" != "$1" ]; }
 
 # answer WINDOW KEY: as the user would, with a picture taken first.
 answer() {
   [ -n "$virtual" ] || return 0
   await_window "$1"
   sleep 0.3 # until it is painted
-  local picture window lines
+  local picture lines
   picture=$screenshots/$scene-$((${#answers[@]} + 1))-$1.png
   import -window root "$picture"
-  window=$(find_window "$1")
   lines=$(session_log | wc -l)
   xdotool windowfocus --sync "$window" key "$2"
   answers+=("$1: $2 (${picture#"$PWD/"})")
-  while [ "$(session_log | wc -l)" = "$lines" ]; do sleep 0.05; done # every answer shows in the log
+  await has_logged_more_than "$lines" || give_up "The answer to $1 changed nothing."
 }
 
 finish_session() {
@@ -153,9 +185,11 @@ tell_file() { # TITLE FILE
 
 tell() {
   sleep 0.2 # what was started detached writes its record
-  session_log >"$records/log"
+  session_log >"$records/log" || give_up "The session left no log: $(cat "$records/errors")"
   printf '\nWhat happened in the scene "%s"\n\nDialogs answered\n' "$scene"
-  if [ ${#answers[@]} -gt 0 ]; then printf '  %s\n' "${answers[@]}"; else echo '  (none)'; fi
+  if [ ${#answers[@]} -gt 0 ]; then printf '  %s\n' "${answers[@]}"
+  elif [ -n "$virtual" ]; then echo '  (none)'
+  else echo '  (by you: the log tells which way each one went)'; fi
   tell_file 'Standard output' "$records/output"
   printf '\nExit code\n  %s\n' "$code"
   [ -z "${second_code-}" ] || printf '\nExit code of the second session\n  %s\n' "$second_code"

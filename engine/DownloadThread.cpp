@@ -46,8 +46,7 @@ void CDownloadThread::downloadOne()
         applyUpdate();
         return;
     }
-    if (!isStaged()) {
-        requestOne();
+    if (requestOne()) {
         return;
     }
     // One frame for each file that is staged already: nothing may live across this call.
@@ -60,9 +59,8 @@ QFileInfo CDownloadThread::stagingFile() const
     return {m_downloadDir.absoluteFilePath(m_files.at(m_current).path)};
 }
 
-bool CDownloadThread::isStaged() const
+bool CDownloadThread::isStaged(const QFileInfo &staging) const
 {
-    const QFileInfo staging = stagingFile();
     return staging.isFile() && CheckFileMd5(staging.absoluteFilePath(), m_files.at(m_current).md5);
 }
 
@@ -82,11 +80,15 @@ bool CDownloadThread::clearTheWay(const QFileInfo &staging)
     return removed || fail(staging, tr("路径%1被占用，无法删除!").arg(path));
 }
 
-void CDownloadThread::requestOne()
+/// Returns false when the file is staged already and there is nothing to request.
+bool CDownloadThread::requestOne()
 {
-    const QFileInfo staging = stagingFile();
+    const QFileInfo staging = stagingFile(); // asks the disk once
+    if (isStaged(staging)) {
+        return false;
+    }
     if (!clearTheWay(staging)) {
-        return;
+        return true;
     }
     emit downloadStarted(staging, m_current, m_files.size());
 
@@ -94,10 +96,11 @@ void CDownloadThread::requestOne()
     QNetworkReply *reply = m_manager.get(QNetworkRequest(url));
     if (!reply) {
         fail(staging, tr("下载更新文件%1失败").arg(staging.fileName()));
-        return;
+        return true;
     }
     connect(reply, &QNetworkReply::downloadProgress, this, &CDownloadThread::downloadProgress);
     connect(reply, &QNetworkReply::finished, this, &CDownloadThread::downloadOneFinished);
+    return true;
 }
 
 void CDownloadThread::downloadOneFinished()

@@ -71,9 +71,9 @@ private:
     void applyUpdate();
 
     QFileInfo stagingFile() const;
-    bool isStaged() const;
+    bool isStaged(const QFileInfo &staging) const;
     bool clearTheWay(const QFileInfo &staging);
-    void requestOne();
+    bool requestOne();
     bool stage(QNetworkReply &reply);
     bool checkBody(const QByteArray &body, const QFileInfo &staging);
     bool applyOne(const QString &path);

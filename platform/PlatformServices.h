@@ -20,7 +20,8 @@
 /// this call does not return. A text of 512 bytes or more is cut at 512.
 const char *ApplicationHomePath();
 
-/// Returns the main bundle's "CFBundleShortVersionString" as UTF-8 text, or null when it has none.
+/// Returns the main bundle's "CFBundleShortVersionString" as UTF-8 text, or null when it has none
+/// or its value is no text.
 ///
 /// On macOS the text lives as long as the caller's autorelease pool: copy it at once.
 const char *GetMainExecutableVersion();

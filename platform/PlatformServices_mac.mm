@@ -33,8 +33,9 @@ std::array<char, systemUuidSize + 1> system_uuid_str;
 bool init_system_uuid = false;
 
 // Owns one Core Foundation object, or none.
-template <typename Ref> class CFOwner {
-  public:
+template <typename Ref>
+class CFOwner {
+public:
     explicit CFOwner(Ref object = nullptr) : m_object(object) {}
     ~CFOwner()
     {
@@ -48,7 +49,7 @@ template <typename Ref> class CFOwner {
     Ref get() const { return m_object; }
     Ref *out() { return &m_object; }
 
-  private:
+private:
     Ref m_object;
 };
 
@@ -143,7 +144,7 @@ void readPlatformProperty(CFStringRef key, char *buffer, std::size_t size)
     }
     if (CFGetTypeID(property.get()) == CFDataGetTypeID()) {
         // Whole, unbounded and unterminated on purpose.
-        const auto data = static_cast<CFDataRef>(property.get());
+        const auto *const data = static_cast<CFDataRef>(property.get());
         CFDataGetBytes(data, CFRangeMake(0, CFDataGetLength(data)),
                        reinterpret_cast<UInt8 *>(buffer));
     } else if (CFGetTypeID(property.get()) == CFStringGetTypeID()) {
@@ -181,7 +182,10 @@ const char *ApplicationHomePath()
 }
 
 // Without a pool of its own: the text must outlive the call.
-const char *GetMainExecutableVersion() { return [mainExecutableVersion() UTF8String]; }
+const char *GetMainExecutableVersion()
+{
+    return [mainExecutableVersion() UTF8String];
+}
 
 int GetMainExecutableVersionNum()
 {
@@ -210,6 +214,7 @@ int GetMainExecutableVersionNum()
 void hideWindowCaptionBar(std::uintptr_t view)
 {
     @autoreleasepool {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface stays free of AppKit
         NSWindow *window = [(__bridge NSView *)reinterpret_cast<void *>(view) window];
         [window setTitleVisibility:NSWindowTitleHidden]; // 1
         [window setTitlebarAppearsTransparent:YES];

@@ -3,17 +3,14 @@
 
 #include "platform/PlatformServices.h"
 
+#include "platform/InfoPlist.h"
 #include "platform/VersionNumber.h"
-
-#include <plist/plist.h>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -29,15 +26,6 @@ constexpr std::size_t homePathSize = 512;
 std::array<char, homePathSize + 1> home_path; // the last byte stays zero: a full text ends there
 bool init_home_path = false;
 
-struct MainBundleInfo {
-    std::optional<std::string> identifier;
-    std::optional<std::string> version;
-};
-
-struct PlistDeleter {
-    void operator()(void *node) const { plist_free(node); }
-};
-
 fs::path infoPlistPath()
 {
     std::error_code failed;
@@ -47,53 +35,9 @@ fs::path infoPlistPath()
     return (bundled ? folder.parent_path() : folder) / "Info.plist";
 }
 
-// Returns empty text for what is no readable file of a believable size.
-std::string readSmallFile(const fs::path &path)
+const InfoPlist &mainBundleInfo()
 {
-    // Bounds the nesting too: the parser descends into lists of lists by recursion.
-    constexpr std::uintmax_t largest = 262144;
-    std::error_code failed;
-    // Asked first: opening a named pipe would wait for a writer.
-    if (!fs::is_regular_file(path, failed)) {
-        return {};
-    }
-    const std::uintmax_t size = fs::file_size(path, failed);
-    if (failed || size > largest) {
-        return {};
-    }
-    std::ifstream file(path, std::ios::binary);
-    std::string content(size, '\0');
-    file.read(content.data(), static_cast<std::streamsize>(size));
-    content.resize(static_cast<std::size_t>(file.gcount()));
-    return content;
-}
-
-// Returns nothing for a dictionary that is none, a key that is missing and an item that is no text.
-std::optional<std::string> textItem(plist_t dictionary, const char *key)
-{
-    char *text = nullptr;
-    plist_get_string_val(plist_dict_get_item(dictionary, key), &text);
-    const std::unique_ptr<char, decltype(&std::free)> owned(text, &std::free);
-    return text ? std::make_optional<std::string>(text) : std::nullopt;
-}
-
-MainBundleInfo readMainBundleInfo()
-{
-    const std::string content = readSmallFile(infoPlistPath());
-    const auto length = static_cast<std::uint32_t>(content.size());
-    plist_t root = nullptr;
-    if (plist_is_binary(content.data(), length)) {
-        plist_from_bin(content.data(), length, &root);
-    } else {
-        plist_from_xml(content.data(), length, &root);
-    }
-    const std::unique_ptr<void, PlistDeleter> owned(root);
-    return {textItem(root, "CFBundleIdentifier"), textItem(root, "CFBundleShortVersionString")};
-}
-
-const MainBundleInfo &mainBundleInfo()
-{
-    static const MainBundleInfo info = readMainBundleInfo();
+    static const InfoPlist info = ReadInfoPlist(infoPlistPath());
     return info;
 }
 

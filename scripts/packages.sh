@@ -17,32 +17,32 @@ as_root() {
   if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# Packages that bring a service must not start it: what is needed is its program alone.
-install_without_services() {
-  local policy=/usr/sbin/policy-rc.d made=
+# Packages that bring a service must not start it: what is needed is its program alone. Runs in a
+# shell of its own, whose end takes the policy back, however it comes.
+install_without_services() (
+  policy=/usr/sbin/policy-rc.d
   if [ ! -e "$policy" ]; then
-    made=yes
+    trap 'as_root rm -f "$policy"' EXIT
+    trap 'exit 130' INT TERM HUP
     printf '#!/bin/sh\nexit 101\n' | as_root tee "$policy" >/dev/null
     as_root chmod +x "$policy"
   fi
-  local result=0
-  as_root apt-get update -qq || true # an old list may still do
-  as_root env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -y -qq --no-install-recommends "$@" </dev/null >/dev/null || result=1
-  [ -z "$made" ] || as_root rm -f "$policy"
-  return $result
-}
+  wait_for_lock='-o DPkg::Lock::Timeout=300'
+  as_root apt-get $wait_for_lock update -qq || true # an old list may still do
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get $wait_for_lock \
+    install -y -qq --no-install-recommends "$@" </dev/null >/dev/null
+)
 
 install_needed() {
   [ ${#missing_packages[@]} -gt 0 ] || return 0
-  if command -v apt-get >/dev/null && { [ "$(id -u)" = 0 ] || command -v sudo >/dev/null; }; then
-    echo "Installing: ${missing_packages[*]}" >&2
-    install_without_services "${missing_packages[@]}" || {
-      echo "These packages could not be installed: ${missing_packages[*]}" >&2
-      exit 1
-    }
-  else
+  if ! command -v apt-get >/dev/null || ! { [ "$(id -u)" = 0 ] || command -v sudo >/dev/null; }; then
     echo "Please install (names as on Debian 12): ${missing_packages[*]}" >&2
+    exit 1
+  fi
+  echo "Installing: ${missing_packages[*]}" >&2
+  if ! install_without_services "${missing_packages[@]}"; then
+    echo "These packages could not be installed: ${missing_packages[*]}" >&2
+    exit 1
   fi
   missing_packages=()
 }
@@ -61,7 +61,7 @@ need_for_showing() {
   need 'command -v Xvfb' xvfb
   need 'command -v xdotool' xdotool
   need 'command -v import' imagemagick
-  need 'ls /usr/share/fonts/*/noto/NotoSansCJK-Regular.*' fonts-noto-cjk
+  need 'fc-list :lang=zh | grep . || ls /usr/share/fonts/*/noto/NotoSansCJK-Regular.*' fonts-noto-cjk
 }
 
 need_for_testing() {
@@ -69,7 +69,8 @@ need_for_testing() {
   need 'command -v python3' python3
   need 'command -v rsvg-convert' librsvg2-bin
   need 'command -v clang++' clang
-  need 'command -v gnustep-config || ls /usr/include/GNUstep/Foundation/Foundation.h' libgnustep-base-dev
+  need 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a' libclang-rt-14-dev
+  need 'ls /usr/include/GNUstep/Foundation/Foundation.h' libgnustep-base-dev
   need 'ls /usr/lib/gcc/*/12/include/objc/objc.h' libobjc-12-dev
   need 'command -v clang-format-14 || command -v clang-format' clang-format
 }

@@ -13,14 +13,14 @@
 
 namespace {
 
-constexpr int longestLine =
-    1000;                       // characters; more than a dialog has room for, and quick to measure
-constexpr int smallestFont = 9; // pixels; below it letters are cut rather than shrunk
-constexpr int faintRow = 1;     // pixels; what the edge of a letter may lose unseen
+constexpr int longestLine = 300; // characters; more than a dialog has room for
+constexpr int longestTip = 1000; // characters; about half a screen
+constexpr int smallestFont = 9;  // pixels; below it letters are cut rather than shrunk
+constexpr int faintRow = 1;      // pixels; what the edge of a letter may lose unseen
 
-QString beginning(const QString &text)
+QString beginning(const QString &text, int length)
 {
-    return text.size() <= longestLine ? text : text.left(longestLine) + QChar(0x2026);
+    return text.size() <= length ? text : text.left(length) + QChar(0x2026);
 }
 
 bool hasLineBreak(const QString &text)
@@ -52,7 +52,7 @@ bool CLabelLine::eventFilter(QObject *watched, QEvent *event)
 CLabelLine::Line CLabelLine::line() const
 {
     const QRect room = m_label.contentsRect();
-    const QString start = beginning(m_label.text());
+    const QString start = beginning(m_label.text(), longestLine);
     const QString text = hasLineBreak(start) ? start.simplified() : start;
 
     Line line;
@@ -125,7 +125,7 @@ bool CLabelLine::showToolTip(const Line &line, QPoint position) const
         return false;
     }
     // Rich text wraps its lines; the text in it is escaped, so that markup shows as letters.
-    const QString text = beginning(m_label.text()).simplified().toHtmlEscaped();
+    const QString text = beginning(m_label.text(), longestTip).simplified().toHtmlEscaped();
     // It belongs to the window: with the label it would take the label's black text, on any colour.
     QToolTip::showText(position, QLatin1String("<p>") + text + QLatin1String("</p>"),
                        m_label.window());

@@ -6,16 +6,20 @@
 #include <QApplication>
 #include <QDialog>
 #include <QFile>
+#include <QIcon>
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
+#include <QTranslator>
 
 /// \file
 /// A whole session with a user built in: every dialog is written down, a line each, in the file
 /// that PUPPET_RECORD names, and answered with the next word of PUPPET_ANSWERS (the name of a
 /// button to click, or of a key: "Escape", "Return"; Escape when there are no more). The base URL
-/// and the description's name come from PUPPET_BASE_URL and PUPPET_DESCRIPTION.
+/// and the description's name come from PUPPET_BASE_URL and PUPPET_DESCRIPTION. With
+/// PUPPET_TRANSLATE every text that goes through translation gets its context in front. A warning
+/// is logged while the application object ends.
 
 namespace {
 
@@ -24,6 +28,13 @@ constexpr int LookMs = 2;
 QString Describe(const QDialog &dialog)
 {
     QStringList parts{QString::fromLatin1(dialog.metaObject()->className())};
+    if (!QCoreApplication::testAttribute(Qt::AA_EnableHighDpiScaling) ||
+        !QCoreApplication::testAttribute(Qt::AA_UseHighDpiPixmaps)) {
+        parts.append(QStringLiteral("without high resolution"));
+    }
+    if (dialog.windowIcon().availableSizes() != QList<QSize>{QSize(256, 256)}) {
+        parts.append(QStringLiteral("without icon"));
+    }
     const QList<QWidget *> children = dialog.findChildren<QWidget *>();
     for (const QWidget *child : children) {
         const auto *label = qobject_cast<const QLabel *>(child);
@@ -72,9 +83,29 @@ private:
     QTimer m_look;
 };
 
+class ContextTranslator : public QTranslator {
+public:
+    using QTranslator::QTranslator;
+    bool isEmpty() const override { return false; }
+    QString translate(const char *context, const char *source, const char *, int) const override
+    {
+        return QString::fromUtf8(context) + QLatin1Char(':') + QString::fromUtf8(source);
+    }
+};
+
+void WarnAtTheEnd()
+{
+    qWarning("the application object ends");
+}
+
 void SitDown()
 {
-    new User(QCoreApplication::instance());
+    QCoreApplication *application = QCoreApplication::instance();
+    new User(application);
+    if (qEnvironmentVariableIsSet("PUPPET_TRANSLATE")) {
+        QCoreApplication::installTranslator(new ContextTranslator(application));
+    }
+    qAddPostRoutine(WarnAtTheEnd);
 }
 Q_COREAPP_STARTUP_FUNCTION(SitDown)
 

@@ -43,6 +43,12 @@ private slots:
     void retry_thenRefused_endsByTheLastFailure();
     void retry_thenAnswered_showsNotice();
     void versionMessage_percentSigns_areKept();
+    void fetch_systemProxy_isAsked();
+    void fetch_hangingServer_isGivenUpAfterFifteenSeconds();
+    void texts_goThroughTranslation_data();
+    void texts_goThroughTranslation();
+    void log_afterTheClosingMarker_isSilent_data();
+    void log_afterTheClosingMarker_isSilent();
 
 private:
     struct End {
@@ -57,6 +63,7 @@ private:
     QList<QByteArray> m_answers; // the last one serves all further requests
     QString m_baseUrl;
     QString m_description;
+    QMap<QString, QString> m_more; // further variables of the environment
 };
 
 void tst_Session::initTestCase()
@@ -67,11 +74,15 @@ void tst_Session::initTestCase()
 void tst_Session::init()
 {
     m_answers.clear();
-    m_server = std::make_unique<ScriptedServer>(
-        [this](ScriptedConnection &connection, const QByteArray &) {
-            connection.send(m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.value(0));
+    m_more.clear();
+    m_server = std::make_unique<ScriptedServer>([this](ScriptedConnection &connection,
+                                                       const QByteArray &) {
+        const QByteArray answer = m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.value(0);
+        connection.send(answer);
+        if (answer.isEmpty()) {
             connection.close();
-        });
+        }
+    });
     m_bundle = std::make_unique<HostBundle>(QStringLiteral(SESSION_PUPPET));
     m_baseUrl = m_server->url(QStringLiteral("/base"));
     m_description = QStringLiteral("update.json");
@@ -85,6 +96,9 @@ tst_Session::End tst_Session::run(const QStringList &arguments, const QString &a
     environment.insert(QStringLiteral("PUPPET_DESCRIPTION"), m_description);
     environment.insert(QStringLiteral("PUPPET_ANSWERS"), answers);
     environment.insert(QStringLiteral("PUPPET_RECORD"), record);
+    for (auto more = m_more.cbegin(); more != m_more.cend(); ++more) {
+        environment.insert(more.key(), more.value());
+    }
     const std::unique_ptr<QProcess> session = m_bundle->start(arguments, environment);
 
     End end;
@@ -172,6 +186,8 @@ void tst_Session::content_notValid_isShownUpToItsFirstNul_data()
     row("NUL in front", QByteArray("\0{}", 3), QString());
     row("invalid UTF-8", "{\"a\":\"\xff\"}", QStringLiteral("{\"a\":\"\uFFFD\"}"));
     row("Chinese", "错误", QStringLiteral("错误"));
+    const QByteArray deep = QByteArray(10000, '[') + QByteArray(10000, ']');
+    row("nested 10,000 deep", deep, QString::fromLatin1(deep));
 }
 
 void tst_Session::content_notValid_isShownUpToItsFirstNul()
@@ -308,6 +324,97 @@ void tst_Session::versionMessage_percentSigns_areKept()
     const End end = run({QStringLiteral("console")}, QString());
     QCOMPARE(end.output, QByteArray(R"({"errormsg":"current version:3.%2.%1, newest version:)"
                                     R"(%1 %2 \"x\"","success":true,"update":false})"));
+}
+
+void tst_Session::fetch_systemProxy_isAsked()
+{
+    m_more.insert(QStringLiteral("http_proxy"), m_server->url(QString()));
+    m_baseUrl = QStringLiteral("http://updates.invalid/base");
+    m_answers = {ScriptedServer::answer("200 OK", "{}")};
+    const End end = run({QStringLiteral("console")}, QString());
+    QVERIFY2(end.output.contains(R"("success":true)"), end.output.constData());
+    QCOMPARE(m_server->requests().size(), 1);
+    QVERIFY(m_server->requests().first().startsWith(
+        "GET http://updates.invalid/base/update.json HTTP/1.1\r\n"));
+}
+
+void tst_Session::fetch_hangingServer_isGivenUpAfterFifteenSeconds()
+{
+    const ScriptedServer hanging(
+        [](ScriptedConnection &connection, const QByteArray &) { connection.hang(); });
+    m_baseUrl = hanging.url(QStringLiteral("/base"));
+    QElapsedTimer timer;
+    timer.start();
+    const End end = run({QStringLiteral("console")}, QString());
+    const qint64 elapsed = timer.elapsed();
+    QVERIFY2(elapsed > 14000 && elapsed < 25000, QByteArray::number(elapsed).constData());
+    QCOMPARE(QString::fromUtf8(end.output),
+             QStringLiteral(R"({"errormsg":"下载升级描述文件失败:网络超时,status=0",)"
+                            R"("success":false,"update":false})"));
+    QCOMPARE(end.exitCode, 0);
+}
+
+void tst_Session::texts_goThroughTranslation_data()
+{
+    QTest::addColumn<QString>("baseUrl"); // %1 is the server's
+    QTest::addColumn<QString>("description");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QString>("shown"); // in a dialog or the log, with its context
+    const QString served = QStringLiteral("%1");
+    const QString name = QStringLiteral("update.json");
+    const QByteArray newer = ScriptedServer::answer(
+        "200 OK", R"({"Version":9000000,"VersionString":"9","DownloadUrl":"x:"})");
+    const auto row = [](const char *shown, const QString &baseUrl, const QString &description,
+                        const QByteArray &answer) {
+        QTest::newRow(shown) << baseUrl << description << answer << QString::fromUtf8(shown);
+    };
+    row("QObject:配置错误", QString(), name, {});
+    row("QObject:升级地址不合法:", QString(), name, {});
+    row("QObject:升级描述文件地址不合法:", QStringLiteral("x:"), QStringLiteral("/["), {});
+    row("QObject:更新失败", served, name, {});
+    row("QObject:下载升级描述文件失败:", served, name, {});
+    row("QObject:升级描述文件内容不合法:", served, name, ScriptedServer::answer("200 OK", "[]"));
+    row("QApplication:----------------更新程序启动------------------", served, name, newer);
+    row("QApplication:尝试打开的url： x:", served, name, newer);
+    row("QApplication:----------------更新程序关闭1------------------", served, name, newer);
+    row("QApplication:current version:3.0.0, newest version:9", served, name, newer);
+    row("CUpdateNotice:发现新版本：9", served, name, newer);
+}
+
+void tst_Session::texts_goThroughTranslation()
+{
+    QFETCH(QString, baseUrl);
+    QFETCH(QString, description);
+    QFETCH(QByteArray, answer);
+    QFETCH(QString, shown);
+    m_more.insert(QStringLiteral("PUPPET_TRANSLATE"), QStringLiteral("yes"));
+    m_baseUrl = baseUrl.replace(QLatin1String("%1"), m_baseUrl);
+    m_description = description;
+    m_answers = {answer};
+    const End windowed = run({}, QStringLiteral("update"));
+    const End console = run({QStringLiteral("console")}, QStringLiteral("update"));
+    const QStringList all = windowed.dialogs + console.dialogs + m_bundle->log() +
+                            QStringList(QString::fromUtf8(console.output));
+    QVERIFY2(!all.filter(shown).isEmpty(), qPrintable(all.join(QLatin1Char('\n'))));
+}
+
+void tst_Session::log_afterTheClosingMarker_isSilent_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("windowed") << QStringList();
+    QTest::newRow("console") << QStringList{QStringLiteral("console")};
+    QTest::newRow("restart") << QStringList{QStringLiteral("restart")};
+}
+
+void tst_Session::log_afterTheClosingMarker_isSilent()
+{
+    QFETCH(QStringList, arguments);
+    m_answers = {ScriptedServer::answer("200 OK", "{}")};
+    run(arguments, QString());
+    QVERIFY2(m_bundle->log().last().startsWith(QStringLiteral("I ----------------更新程序关闭")),
+             qPrintable(m_bundle->log().join(QLatin1Char('\n'))));
+    const QByteArray errors = ReadFile(m_bundle->path(QStringLiteral("records/stderr")));
+    QVERIFY(errors.contains("the application object ends")); // it was said, and not written
 }
 
 QTEST_GUILESS_MAIN(tst_Session)

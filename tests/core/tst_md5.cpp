@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "core/Func.h"
+#include "tests/support/OrdinaryUser.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -93,11 +94,13 @@ void tst_Md5::checkFileMd5_unreadable_isFalse_data()
     QTest::newRow("missing") << m_folder.filePath(QStringLiteral("missing"));
     QTest::newRow("directory") << m_folder.path();
     QTest::newRow("no path") << QString();
+    QTest::newRow("no permission") << write(QStringLiteral("locked"), QByteArray());
 }
 
 void tst_Md5::checkFileMd5_unreadable_isFalse()
 {
     QFETCH(QString, path);
+    const OrdinaryUser user; // who may not look into the folder
     QVERIFY(!CheckFileMd5(path, Empty));
 }
 

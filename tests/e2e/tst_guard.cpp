@@ -3,9 +3,9 @@
 
 #include "tests/support/Descendants.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/Onlooker.h"
 #include "tests/support/ScriptedServer.h"
 
-#include <QSharedMemory>
 #include <QtTest>
 
 #include <atomic>
@@ -29,28 +29,6 @@ QByteArray End(QProcess &session)
                ? session.readAllStandardOutput()
                : QByteArray("the session did not end well");
 }
-
-/// Looks on while sessions run, as a second session would.
-class Onlooker {
-public:
-    explicit Onlooker(const HostBundle &bundle)
-        : m_segment(bundle.macOsDir() + QStringLiteral("update_singleton"))
-    {
-    }
-
-    bool attach() { return m_segment.attach(QSharedMemory::ReadOnly); }
-    void detach() { (void)m_segment.detach(); }
-    QByteArray record()
-    {
-        m_segment.lock();
-        QByteArray bytes(static_cast<const char *>(m_segment.constData()), 2);
-        m_segment.unlock();
-        return bytes;
-    }
-
-private:
-    QSharedMemory m_segment;
-};
 
 } // namespace
 

@@ -4,6 +4,7 @@
 #include "tests/support/Descendants.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/Onlooker.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <QtTest>
@@ -14,6 +15,9 @@ const QString Updater = QStringLiteral(UPDATER);
 const QString DescriptionPath = QStringLiteral("/public/kestrel/update/mac/update.json");
 const QString Start = QStringLiteral("I ----------------更新程序启动------------------");
 const QString NoWindow;
+const QString Notice = QStringLiteral("CUpdateNotice");
+const QString Address = QStringLiteral("https://example.com/down?a=1&b=2");
+const QString OpenedLine = QStringLiteral("I 尝试打开的url： ") + Address;
 
 QString Marker(const char *number)
 {
@@ -35,6 +39,15 @@ QByteArray Json(const QByteArray &version)
            "\"DownloadUrl\":\"https://example.com/down?a=1&b=2\"}";
 }
 
+/// The one request of a session: nothing but what the toolkit itself sends.
+QByteArray PlainRequest()
+{
+    return "GET " + DescriptionPath.toLatin1() +
+           " HTTP/1.1\r\nHost: 127.0.0.1:" + QByteArray::number(UPDATER_PORT) +
+           "\r\nContent-Length: 0\r\nConnection: Keep-Alive\r\nAccept-Encoding: gzip, deflate\r\n"
+           "Accept-Language: en,*\r\nUser-Agent: Mozilla/5.0\r\n\r\n";
+}
+
 } // namespace
 
 /// Every way a session can end, by the real program: what it prints, logs, starts and asks.
@@ -51,7 +64,10 @@ private:
     void addCommandRows();
     void addConfigurationRows();
     void addServerRows();
-    void addDecisionRows();
+    void addConsoleDecisionRows();
+    void addWindowedDecisionRows();
+    static QStringList decisionLog(const QString &command, const QByteArray &json,
+                                   const QStringList &further);
 
     std::unique_ptr<Desktop> m_desktop;
     std::unique_ptr<ScriptedServer> m_server;
@@ -86,7 +102,8 @@ void tst_Outcomes::session_everyOutcome_isExactlyItsRow_data()
     addCommandRows();
     addConfigurationRows();
     addServerRows();
-    addDecisionRows();
+    addConsoleDecisionRows();
+    addWindowedDecisionRows();
 }
 
 void tst_Outcomes::addCommandRows()
@@ -172,74 +189,66 @@ void tst_Outcomes::addServerRows()
         << QStringList() << 1;
 }
 
-void tst_Outcomes::addDecisionRows()
+QStringList tst_Outcomes::decisionLog(const QString &command, const QByteArray &json,
+                                      const QStringList &further)
 {
-    const QString notice = QStringLiteral("CUpdateNotice");
+    const QString url = QStringLiteral("http://127.0.0.1:%1").arg(UPDATER_PORT) + DescriptionPath;
+    return QStringList{QStringLiteral("D command = ") + command,
+                       QStringLiteral("D update.json  url = ") + url,
+                       QStringLiteral("D update.json  content = ") + QString::fromUtf8(json)} +
+           further;
+}
+
+void tst_Outcomes::addConsoleDecisionRows()
+{
     const QString versions = QStringLiteral("current version:3.0.0, newest version:3.10.25");
-    const QString address = QStringLiteral("https://example.com/down?a=1&b=2");
-    const QString opened = QStringLiteral("I 尝试打开的url： ") + address;
-    const QString asked = QStringLiteral("D update.json  url = ") + url();
-    const auto received = [](const QByteArray &json) {
-        return QStringLiteral("D update.json  content = ") + QString::fromUtf8(json);
-    };
-    const auto reported = [](const QByteArray &report) {
-        return QStringLiteral("D ") + QString::fromUtf8(report);
-    };
-
+    const QByteArray current = Json("3000000");
+    const QByteArray newer = Json("3100025");
+    const QByteArray notAccepted = Report(true, false, versions);
+    const QByteArray accepted = Report(true, true, versions);
+    const QString notAcceptedLine = QStringLiteral("D ") + QString::fromUtf8(notAccepted);
+    const QString acceptedLine = QStringLiteral("D ") + QString::fromUtf8(accepted);
     for (const char *word : {"console", "CONSOLE", "Console"}) {
-        const QString command = QStringLiteral("D command = ") + QLatin1String(word);
-        const QStringList arguments{QLatin1String(word)};
-        const QByteArray current = Json("3000000");
-        const QByteArray currentReport = Report(true, false, versions);
+        const QString command = QLatin1String(word);
         QTest::addRow("9 no update needed, as %s", word)
-            << Updater << arguments << ScriptedServer::answer("200 OK", current) << NoWindow
-            << QString() << currentReport
-            << QStringList{command, asked, received(current), reported(currentReport)}
-            << Marker("3") << 1 << false << QStringList() << 1;
-
-        const QByteArray newer = Json("3100025");
-        const QByteArray acceptedReport = Report(true, true, versions);
-        QTest::addRow("10 notice accepted, as %s", word)
-            << Updater << arguments << ScriptedServer::answer("200 OK", newer) << notice
-            << QStringLiteral("Return") << acceptedReport
-            << QStringList{command, asked, received(newer), opened, reported(acceptedReport)}
-            << Marker("1") << 0 << false << QStringList{address} << 1;
-        const QByteArray declinedReport = Report(true, false, versions);
-        QTest::addRow("11 notice declined, as %s", word)
-            << Updater << arguments << ScriptedServer::answer("200 OK", newer) << notice
-            << QStringLiteral("Escape") << declinedReport
-            << QStringList{command, asked, received(newer), reported(declinedReport)} << Marker("1")
-            << 0 << false << QStringList() << 1;
-    }
-
-    struct Mode {
-        const char *name;
-        QStringList arguments;
-        QString command;
-    };
-    const QList<Mode> windowed{
-        {"windowed", {}, QStringLiteral("D command = ")},
-        {"console second",
-         {QStringLiteral("x"), QStringLiteral("console")},
-         QStringLiteral("D command = x")},
-    };
-    for (const Mode &mode : windowed) {
-        const QByteArray current = Json("2999999");
-        QTest::addRow("9 no update needed, %s", mode.name)
-            << Updater << mode.arguments << ScriptedServer::answer("200 OK", current) << NoWindow
-            << QString() << QByteArray() << QStringList{mode.command, asked, received(current)}
-            << Marker("3") << 1 << true << QStringList() << 1;
-        const QByteArray newer = Json("3000001");
-        QTest::addRow("10 notice accepted, %s", mode.name)
-            << Updater << mode.arguments << ScriptedServer::answer("200 OK", newer) << notice
-            << QStringLiteral("Return") << QByteArray()
-            << QStringList{mode.command, asked, received(newer), opened} << Marker("1") << 0
-            << false << QStringList{address} << 1;
-        QTest::addRow("11 notice declined, %s", mode.name)
-            << Updater << mode.arguments << ScriptedServer::answer("200 OK", newer) << notice
-            << QStringLiteral("Escape") << QByteArray()
-            << QStringList{mode.command, asked, received(newer)} << Marker("1") << 0 << false
+            << Updater << QStringList{command} << ScriptedServer::answer("200 OK", current)
+            << NoWindow << QString() << notAccepted
+            << decisionLog(command, current, {notAcceptedLine}) << Marker("3") << 1 << false
             << QStringList() << 1;
+        QTest::addRow("10 notice accepted, as %s", word)
+            << Updater << QStringList{command} << ScriptedServer::answer("200 OK", newer) << Notice
+            << QStringLiteral("Return") << accepted
+            << decisionLog(command, newer, {OpenedLine, acceptedLine}) << Marker("1") << 0 << false
+            << QStringList{Address} << 1;
+        QTest::addRow("11 notice declined, as %s", word)
+            << Updater << QStringList{command} << ScriptedServer::answer("200 OK", newer) << Notice
+            << QStringLiteral("Escape") << notAccepted
+            << decisionLog(command, newer, {notAcceptedLine}) << Marker("1") << 0 << false
+            << QStringList() << 1;
+    }
+}
+
+void tst_Outcomes::addWindowedDecisionRows()
+{
+    const QByteArray current = Json("2999999");
+    const QByteArray newer = Json("3000001");
+    // Only the first argument counts.
+    const QList<QStringList> commandLines{{}, {QStringLiteral("x"), QStringLiteral("console")}};
+    for (const QStringList &arguments : commandLines) {
+        const QString command = arguments.value(0);
+        const QByteArray name = arguments.join(QLatin1Char(' ')).toUtf8();
+        QTest::addRow("9 no update needed, windowed %s", name.constData())
+            << Updater << arguments << ScriptedServer::answer("200 OK", current) << NoWindow
+            << QString() << QByteArray() << decisionLog(command, current, {}) << Marker("3") << 1
+            << true << QStringList() << 1;
+        QTest::addRow("10 notice accepted, windowed %s", name.constData())
+            << Updater << arguments << ScriptedServer::answer("200 OK", newer) << Notice
+            << QStringLiteral("Return") << QByteArray() << decisionLog(command, newer, {OpenedLine})
+            << Marker("1") << 0 << false << QStringList{Address} << 1;
+        QTest::addRow("11 notice declined, windowed %s", name.constData())
+            << Updater << arguments << ScriptedServer::answer("200 OK", newer) << Notice
+            << QStringLiteral("Escape") << QByteArray() << decisionLog(command, newer, {})
+            << Marker("1") << 0 << false << QStringList() << 1;
     }
 }
 
@@ -261,11 +270,13 @@ void tst_Outcomes::session_everyOutcome_isExactlyItsRow()
     m_answer = answer;
     const int requestsBefore = m_server->requests().size();
     HostBundle bundle(updater);
+    Onlooker onlooker(bundle);
     const std::unique_ptr<QProcess> session =
         bundle.start(arguments, m_desktop->shownIn(bundle.environment()));
     if (!window.isEmpty()) {
         const QString id = m_desktop->waitForWindow(window);
         QVERIFY2(!id.isEmpty(), "the window did not come");
+        QVERIFY(onlooker.attach());
         m_desktop->press(id, key);
     }
     QVERIFY(session->waitForFinished());
@@ -281,10 +292,13 @@ void tst_Outcomes::session_everyOutcome_isExactlyItsRow()
     QCOMPARE(bundle.browserAddresses(), addresses);
     QCOMPARE(m_server->requests().size() - requestsBefore, requests);
     if (requests > 0) {
-        const QByteArray request = m_server->requests().last();
-        QVERIFY2(request.startsWith("GET " + DescriptionPath.toLatin1() + " HTTP/1.1\r\n"),
-                 request.constData());
+        QCOMPARE(m_server->requests().last(), PlainRequest());
     }
+    if (!window.isEmpty()) {
+        QCOMPARE(onlooker.record(), QByteArray("\0\0", 2));
+        onlooker.detach();
+    }
+    QVERIFY2(!onlooker.attach(), "a segment is left");
 }
 
 QTEST_GUILESS_MAIN(tst_Outcomes)

@@ -7,6 +7,8 @@
 
 #include <QtTest>
 
+#include <atomic>
+
 namespace {
 
 const QStringList Console{QStringLiteral("console")};
@@ -27,7 +29,7 @@ private slots:
 
     void streams_closedOrGone_changeNothing_data();
     void streams_closedOrGone_changeNothing();
-    void report_closedStream_doesNotReachTheServer();
+    void streams_closed_areTheNullDevice();
     void host_missing_changesNothing();
     void host_names_areStarted_data();
     void host_names_areStarted();
@@ -38,6 +40,9 @@ private slots:
     void home_withChineseLetters_holdsTheLog();
     void log_folderIsFile_goesToDataDir();
     void infoPlist_missing_countsAsVersionZero();
+    void config_unusable_startsTheDefaultHost_data();
+    void config_unusable_startsTheDefaultHost();
+    void updateFolder_isFile_changesNothing();
 
 private:
     QByteArray run(const QStringList &arguments);
@@ -46,13 +51,20 @@ private:
     std::unique_ptr<ScriptedServer> m_server;
     std::unique_ptr<HostBundle> m_bundle;
     int m_exitCode = -1;
+    std::atomic<bool> m_hold{false}; // whether the server lets a session wait
 };
 
 void tst_Surroundings::initTestCase()
 {
     AdoptDescendants();
     m_server = std::make_unique<ScriptedServer>(
-        ScriptedServer::always(ScriptedServer::answer("200 OK", "{}")), UPDATER_PORT);
+        [this](ScriptedConnection &connection, const QByteArray &) {
+            while (m_hold) {
+                connection.pause(2);
+            }
+            connection.send(ScriptedServer::answer("200 OK", "{}"));
+        },
+        UPDATER_PORT);
 }
 
 void tst_Surroundings::init()
@@ -100,13 +112,27 @@ void tst_Surroundings::streams_closedOrGone_changeNothing()
     QCOMPARE(m_bundle->log().last(), LastLine);
 }
 
-void tst_Surroundings::report_closedStream_doesNotReachTheServer()
+void tst_Surroundings::streams_closed_areTheNullDevice()
 {
+    m_hold = true;
     const int before = m_server->requests().size();
-    QCOMPARE(shell(QStringLiteral("<&- >&- 2>&-")), QByteArray("exit=1\n"));
-    const QList<QByteArray> requests = m_server->requests().mid(before);
-    QCOMPARE(requests.size(), 1);
-    QVERIFY2(!requests.first().contains("errormsg"), requests.first().constData());
+    ChildProcess session; // the shell gives its place to the updater
+    session.setProcessEnvironment(m_bundle->environment());
+    session.start(QStringLiteral("sh"),
+                  {QStringLiteral("-c"),
+                   QStringLiteral("exec '%1' console <&- >&- 2>&-").arg(m_bundle->updaterPath())});
+    const bool asks = QTest::qWaitFor([&] { return m_server->requests().size() > before; }, 10000);
+    QStringList streams;
+    for (const char *stream : {"0", "1", "2"}) {
+        streams.append(QFile::symLinkTarget(
+            QStringLiteral("/proc/%1/fd/%2")
+                .arg(QString::number(session.processId()), QLatin1String(stream))));
+    }
+    m_hold = false;
+    QVERIFY(asks);
+    QVERIFY(session.waitForFinished());
+    const QString null = QStringLiteral("/dev/null");
+    QCOMPARE(streams, QStringList({null, null, null}));
 }
 
 void tst_Surroundings::host_missing_changesNothing()
@@ -213,6 +239,38 @@ void tst_Surroundings::infoPlist_missing_countsAsVersionZero()
     QVERIFY(QFile::remove(m_bundle->path(QStringLiteral("X.app/Contents/Info.plist"))));
     QCOMPARE(run(Console), QByteArray(NoUpdate).replace("3.0.0", ""));
     QVERIFY(QFileInfo(m_bundle->home() + QStringLiteral("/.(null)/Log")).isDir());
+}
+
+void tst_Surroundings::config_unusable_startsTheDefaultHost_data()
+{
+    QTest::addColumn<QByteArray>("config"); // null: a directory in its place
+    QTest::newRow("directory") << QByteArray();
+    QTest::newRow("rubbish") << QByteArray("\x00\xff\xfe]]][[=\n\x01", 11);
+}
+
+void tst_Surroundings::config_unusable_startsTheDefaultHost()
+{
+    QFETCH(QByteArray, config);
+    if (config.isNull()) {
+        QVERIFY(QDir(m_bundle->macOsDir()).mkdir(QStringLiteral("system.cfg")));
+    } else {
+        m_bundle->writeConfig(config);
+    }
+    run({});
+    QCOMPARE(m_exitCode, 1);
+    QCOMPARE(m_bundle->hostStarts(),
+             QStringList(m_bundle->properHostStart(QStringLiteral("Host.exe"))));
+}
+
+void tst_Surroundings::updateFolder_isFile_changesNothing()
+{
+    QVERIFY(QDir().mkpath(m_bundle->dataDir()));
+    const QString updateDir = m_bundle->dataDir() + QStringLiteral("/update");
+    WriteFile(updateDir, "mine");
+    QCOMPARE(run(Console), NoUpdate);
+    QCOMPARE(m_exitCode, 1);
+    QCOMPARE(ReadFile(updateDir), QByteArray("mine"));
+    QCOMPARE(m_bundle->log().last(), LastLine);
 }
 
 QTEST_GUILESS_MAIN(tst_Surroundings)

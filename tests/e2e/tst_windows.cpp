@@ -33,6 +33,8 @@ private slots:
     void notice_clicks_decide();
     void notice_forced_hasNoSkipButton();
     void error_retryThreeTimes_thenSucceeds();
+    void error_retryThreeTimes_thenRefused();
+    void second_session_isRefusedInAWindow();
     void error_keysAndClicks_retry_data();
     void error_keysAndClicks_retry();
     void dialog_size_followsTheScreensDensity_data();
@@ -107,12 +109,61 @@ void tst_Windows::notice_forced_hasNoSkipButton()
     const QString window = m_desktop->waitForWindow(Notice);
     QVERIFY(!window.isEmpty());
     m_desktop->click(window, RightButton);
-    QVERIFY(m_desktop->hasWindow(Notice));
-    m_desktop->press(window, QStringLiteral("Escape")); // counts as declining
+    // Had the click been an answer, this key would come too late.
+    m_desktop->press(window, QStringLiteral("Return"));
     QVERIFY(session->waitForFinished());
     QVERIFY(AwaitDescendants({m_desktop->processId()}));
     QCOMPARE(session->exitCode(), 0);
-    QCOMPARE(m_bundle->browserAddresses(), QStringList());
+    QCOMPARE(m_bundle->browserAddresses(), QStringList{QStringLiteral("https://x/")});
+}
+
+void tst_Windows::error_retryThreeTimes_thenRefused()
+{
+    m_failures = 4;
+    const std::unique_ptr<QProcess> session = start();
+    for (int i = 1; i <= 4; ++i) {
+        const QString window = m_desktop->waitForWindow(Error);
+        QVERIFY(!window.isEmpty());
+        QTRY_COMPARE(m_bundle->log().filter(QStringLiteral(" url = ")).size(), i);
+        m_desktop->press(window, i < 4 ? QStringLiteral("Return") : QStringLiteral("Escape"));
+        if (i < 4) {
+            QTRY_COMPARE(m_bundle->log().filter(QStringLiteral(" url = ")).size(), i + 1);
+        }
+    }
+    QVERIFY(session->waitForFinished());
+    QVERIFY(AwaitDescendants({m_desktop->processId()}));
+    QCOMPARE(session->exitCode(), 1);
+    QCOMPARE(m_bundle->log().last(),
+             QStringLiteral("I ----------------更新程序关闭3------------------"));
+    QCOMPARE(m_bundle->hostStarts(),
+             QStringList(m_bundle->properHostStart(QStringLiteral("Host.exe"))));
+}
+
+void tst_Windows::second_session_isRefusedInAWindow()
+{
+    const std::unique_ptr<QProcess> first = start();
+    const QString notice = m_desktop->waitForWindow(Notice);
+    QVERIFY(!notice.isEmpty());
+    const QStringList logBefore = m_bundle->log();
+
+    const std::unique_ptr<QProcess> second = start();
+    const QString error = m_desktop->waitForWindow(Error);
+    QVERIFY(!error.isEmpty());
+    m_desktop->press(error, QStringLiteral("Escape"));
+    QVERIFY(second->waitForFinished());
+    QVERIFY(AwaitDescendants({m_desktop->processId(), first->processId()}));
+    QCOMPARE(second->exitCode(), 1);
+    QCOMPARE(second->readAllStandardOutput(), QByteArray());
+    QCOMPARE(m_bundle->log().mid(logBefore.size()),
+             (QStringList{QStringLiteral("I ----------------更新程序启动------------------"),
+                          QStringLiteral("D command = "),
+                          QStringLiteral("I ----------------更新程序关闭12------------------")}));
+    QCOMPARE(m_bundle->hostStarts(),
+             QStringList(m_bundle->properHostStart(QStringLiteral("Host.exe"))));
+
+    m_desktop->press(notice, QStringLiteral("Escape"));
+    QVERIFY(first->waitForFinished());
+    QCOMPARE(first->exitCode(), 0);
 }
 
 void tst_Windows::error_retryThreeTimes_thenSucceeds()
@@ -124,8 +175,10 @@ void tst_Windows::error_retryThreeTimes_thenSucceeds()
         const QString window = m_desktop->waitForWindow(Error);
         QVERIFY(!window.isEmpty());
         QCOMPARE(m_server->requests().size() - before, i);
+        const int connections = m_server->connections();
         m_desktop->click(window, LeftButton);
         QTRY_COMPARE(m_server->requests().size() - before, i + 1);
+        QCOMPARE(m_server->connections(), connections + 1); // although the last one is kept open
     }
     const QString notice = m_desktop->waitForWindow(Notice);
     QVERIFY(!notice.isEmpty());

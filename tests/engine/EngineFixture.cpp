@@ -23,25 +23,6 @@ tagDownloadFileInfo RecordOf(const QString &path, const QByteArray &content)
     return record;
 }
 
-void WriteFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    if (!QDir().mkpath(QFileInfo(path).absolutePath()) || !file.open(QIODevice::WriteOnly) ||
-        file.write(content) != content.size()) {
-        qFatal("The test's own file cannot be written.");
-    }
-}
-
-QByteArray ReadFile(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    const QByteArray content = file.readAll();
-    return content.isNull() ? QByteArray("") : content;
-}
-
 FileMap ReadTree(const QDir &folder)
 {
     FileMap files;

@@ -5,6 +5,7 @@
 
 #include "engine/DownloadThread.h"
 #include "tests/support/ScriptedServer.h"
+#include "tests/support/TestFiles.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -21,12 +22,6 @@ using FileMap = QMap<QString, QByteArray>;
 
 /// Returns the record of a file as the worker wants it: size halves swapped.
 tagDownloadFileInfo RecordOf(const QString &path, const QByteArray &content);
-
-/// Writes a file, with its folders. Aborts the test when that fails.
-void WriteFile(const QString &path, const QByteArray &content);
-
-/// Returns the content of a file; null when it cannot be read.
-QByteArray ReadFile(const QString &path);
 
 /// Returns every file below a folder with its content, hidden ones too. Links are not followed.
 FileMap ReadTree(const QDir &folder);

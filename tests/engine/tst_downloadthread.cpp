@@ -61,8 +61,15 @@ void tst_DownloadThread::metaObject_members_areThreeSignals()
 void tst_DownloadThread::metaTypes_ofTheSignals_areRegistered()
 {
     const CDownloadThread worker({}, m_folders->staging, m_folders->install, {});
-    QCOMPARE(QMetaType::type("QFileInfo"), qMetaTypeId<QFileInfo>());
-    QCOMPARE(QMetaType::type("int64_t"), qMetaTypeId<int64_t>());
+    // By name first: asking for the id of a type registers it.
+    const int fileInfo = QMetaType::type("QFileInfo");
+    const int int64 = QMetaType::type("int64_t");
+    QVERIFY(fileInfo != QMetaType::UnknownType);
+    QVERIFY(int64 != QMetaType::UnknownType);
+    const QMetaObject &meta = CDownloadThread::staticMetaObject;
+    QCOMPARE(meta.method(meta.methodOffset()).parameterType(0), fileInfo);
+    QCOMPARE(meta.method(meta.methodOffset() + 1).parameterType(0), int64);
+    QCOMPARE(meta.method(meta.methodOffset() + 2).parameterType(0), fileInfo);
 }
 
 void tst_DownloadThread::construction_emptyList_succeedsAtOnce()

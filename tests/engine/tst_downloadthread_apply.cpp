@@ -252,6 +252,7 @@ void tst_DownloadThreadApply::failure_names_theFileOfTheInstallation()
     const ScriptedServer server(ServeFiles({{File, "new"}}));
     m_folders->letAnyoneWrite();
     const OrdinaryUser user;
+    const ReplyWatch watch;
 
     WorkerRun run(server.url(QStringLiteral("/")), *m_folders, {RecordOf(File, "new")});
 
@@ -265,6 +266,8 @@ void tst_DownloadThreadApply::failure_names_theFileOfTheInstallation()
     QCOMPARE(run.failed.first().at(1).toString(), text);
     QCOMPARE(ReadTree(m_folders->install), before);
     QCOMPARE(ReadFile(m_folders->stagingPath(File)), QByteArray("new"));
+    QTRY_COMPARE(watch.alive(), 0);
+    QCOMPARE(watch.released(), 1);
 }
 
 void tst_DownloadThreadApply::failure_inAnyRecord_leavesTheRest_data()

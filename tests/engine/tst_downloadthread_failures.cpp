@@ -89,6 +89,11 @@ void tst_DownloadThreadFailures::answer_notRight_failsWithItsText()
                   {RecordOf(path, "content"), RecordOf(QStringLiteral("next"), "next")});
 
     QVERIFY(run.ended);
+    // A redirect is not followed, and no further file is asked for. (Where no answer came, the
+    // network layer tries the same address again by itself.)
+    for (const QByteArray &request : server.requests()) {
+        QCOMPARE(RequestedPath(request), QStringLiteral("/folder/file.bin"));
+    }
     QVERIFY(!run.worker.success());
     QCOMPARE(run.worker.errormsg(), text);
     QCOMPARE(run.failed.size(), 1);
@@ -181,9 +186,12 @@ void tst_DownloadThreadFailures::url_notUsable_isANetworkError_data()
 void tst_DownloadThreadFailures::url_notUsable_isANetworkError()
 {
     QFETCH(QString, url);
+    const ReplyWatch watch;
     WorkerRun run(url, *m_folders, {RecordOf(QStringLiteral("file"), "content")});
     QVERIFY(run.ended);
     QCOMPARE(run.worker.errormsg(), QStringLiteral("下载更新文件file网络错误"));
+    QTRY_COMPARE(watch.alive(), 0);
+    QCOMPARE(watch.released(), 1);
 }
 
 void tst_DownloadThreadFailures::failure_inTheMiddle_keepsWhatIsStaged()

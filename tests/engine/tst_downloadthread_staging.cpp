@@ -6,6 +6,9 @@
 
 #include <QtTest>
 
+#include <csignal>
+#include <sys/resource.h>
+
 #include <sys/stat.h>
 
 /// What the worker makes of the things that lie in its staging folder.
@@ -27,7 +30,9 @@ private slots:
     void inTheWay_links_areFollowed();
     void folder_missing_isMade();
     void folder_thatCannotBeMade_showsInTheWriting();
-    void file_thatCannotBeWritten_fails();
+    void file_thatCannotBeOpened_fails_data();
+    void file_thatCannotBeOpened_fails();
+    void write_thatIsCutShort_isNotNoticed();
 
 private:
     QString inTheWay() const { return m_folders->stagingPath(m_path); }
@@ -196,10 +201,18 @@ void tst_DownloadThreadStaging::folder_thatCannotBeMade_showsInTheWriting()
              QByteArray("a file where a folder must be"));
 }
 
-void tst_DownloadThreadStaging::file_thatCannotBeWritten_fails()
+void tst_DownloadThreadStaging::file_thatCannotBeOpened_fails_data()
 {
-    WriteFile(inTheWay(), "read-only");
-    QVERIFY(QFile::setPermissions(inTheWay(), QFile::Permissions(0x4044)));
+    QTest::addColumn<int>("permissions");
+    QTest::newRow("not to be written") << 0x4044;
+    QTest::newRow("not to be read: it is opened for both") << 0x2022;
+}
+
+void tst_DownloadThreadStaging::file_thatCannotBeOpened_fails()
+{
+    QFETCH(int, permissions);
+    WriteFile(inTheWay(), "in the way");
+    QVERIFY(QFile::setPermissions(inTheWay(), QFile::Permissions(permissions)));
     m_folders->letAnyoneWrite();
     const ReplyWatch watch;
     const OrdinaryUser user;
@@ -208,6 +221,24 @@ void tst_DownloadThreadStaging::file_thatCannotBeWritten_fails()
     QCOMPARE(m_run->failed.first().at(0).value<QFileInfo>().absoluteFilePath(), inTheWay());
     QTRY_COMPARE(watch.alive(), 0);
     QCOMPARE(watch.released(), 1);
+}
+
+void tst_DownloadThreadStaging::write_thatIsCutShort_isNotNoticed()
+{
+    // As on a full disk: no file grows beyond three bytes.
+    (void)std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit three{3, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &three), 0);
+    QVERIFY(!fetch()); // what is installed is not right
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
+
+    QCOMPARE(m_run->worker.errormsg(), QStringLiteral("更新成功"));
+    QVERIFY(m_run->worker.success());
+    const FileMap installed = ReadTree(m_folders->install);
+    QCOMPARE(installed.size(), 1);
+    QCOMPARE(installed.first().size(), 3);
 }
 
 QTEST_GUILESS_MAIN(tst_DownloadThreadStaging)

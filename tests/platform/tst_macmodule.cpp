@@ -20,6 +20,7 @@ private slots:
     static void sandboxed_home_isTheDataDirectory_data();
     static void sandboxed_home_isTheDataDirectory();
     static void sandboxed_noHome_isTheWorkingDirectory();
+    static void sandboxed_noHomeAndLongWorkingDirectory_isEmpty();
     static void notSandboxed_noHome_isNamedNull();
     static void hideWindowCaptionBar_view_isTreatedInOrder();
     static void machineText_property_isRead_data();
@@ -188,6 +189,21 @@ void tst_MacModule::sandboxed_noHome_isTheWorkingDirectory()
     QVERIFY2(run.err.contains("\nsandboxed:path=(null)\n"), run.err.constData());
     QCOMPARE(QString::fromUtf8(run.out),
              stage.fill(QStringLiteral("home={stage}/work\nhome={stage}/work\n")));
+}
+
+void tst_MacModule::sandboxed_noHomeAndLongWorkingDirectory_isEmpty()
+{
+    MacStage stage;
+    stage.set("VALIDITY_STATUS", QStringLiteral("0"));
+    stage.environment.remove(QStringLiteral("HOME"));
+    const QString folder = (QLatin1Char('/') + QString(200, QLatin1Char('x'))).repeated(3);
+    stage.makeFolder(QStringLiteral("{stage}") + folder);
+
+    const RunResult run = stage.run(
+        {QStringLiteral("go to"), QStringLiteral("{stage}") + folder, QStringLiteral("home")});
+
+    QVERIFY2(run.exitCode == 0, run.err.constData());
+    QCOMPARE(run.out, QByteArray("home=\n"));
 }
 
 void tst_MacModule::notSandboxed_noHome_isNamedNull()

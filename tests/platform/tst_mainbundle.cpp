@@ -111,6 +111,9 @@ void tst_MainBundle::mainBundle_propertyList_isRead_data()
     QTest::newRow("XML") << infoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3"))
                          << QStringLiteral("version=1.2.3\nnumber=1020003\n"
                                            "home={stage}/home/.a.b.c\n");
+    QTest::newRow("a text ends at NUL")
+        << binaryPlist().replace("\x53\xF8", QByteArray(2, '\0'))
+        << QStringLiteral("version=3.10.25\nnumber=3100025\nhome={stage}/home/.公\n");
     QTest::newRow("XML with entities and a comment")
         << infoPlist("<!-- <key>CFBundleIdentifier</key><string>no</string> -->"
                      "<key>CFBundleIdentifier</key><string>a&amp;&lt;b&gt;</string>")

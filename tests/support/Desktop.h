@@ -3,7 +3,8 @@
 
 #pragma once
 
-#include <QProcess>
+#include "tests/support/ChildProcess.h"
+
 #include <QRect>
 #include <QString>
 
@@ -42,6 +43,6 @@ private:
     QByteArray xdotool(const QStringList &arguments);
     QString find(const QString &title);
 
-    QProcess m_server;
+    ChildProcess m_server;
     QString m_display;
 };

@@ -84,7 +84,7 @@ void HostBundle::addHost(const QString &name) const
 std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
                                             const QProcessEnvironment &environment) const
 {
-    auto session = std::make_unique<QProcess>();
+    auto session = std::make_unique<ChildProcess>();
     session->setProcessEnvironment(environment);
     session->setWorkingDirectory(path(QStringLiteral("work")));
     session->setStandardErrorFile(path(QStringLiteral("records/stderr")));
@@ -172,18 +172,4 @@ QStringList HostBundle::recorded(const QString &record) const
                             .split(QLatin1Char('\n'));
     lines.removeLast(); // empty behind the last line end
     return lines;
-}
-
-void WriteFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        qFatal("The test cannot write %s.", qPrintable(path));
-    }
-}
-
-QByteArray ReadFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }

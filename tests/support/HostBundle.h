@@ -3,7 +3,9 @@
 
 #pragma once
 
-#include <QProcess>
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TestFiles.h"
+
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -56,9 +58,3 @@ private:
 
     QTemporaryDir m_root;
 };
-
-/// Writes \a content to \a path, as a new file or over the old one.
-void WriteFile(const QString &path, const QByteArray &content);
-
-/// Returns the content of the file at \a path; empty when it is missing.
-QByteArray ReadFile(const QString &path);

@@ -23,6 +23,7 @@ private slots:
     void update_modes_areCarriedOver();
     void update_linksInTheStagingFolder_areNotFollowed();
     void update_otherVolume_isCopied();
+    void update_lockThatNamesNobody_isTaken();
     void update_cancelled_canBeResumed_data();
     void update_cancelled_canBeResumed();
 
@@ -164,6 +165,16 @@ void tst_InplaceUpdate::update_otherVolume_isCopied()
     QVERIFY(m_stage->update().success);
     QCOMPARE(m_stage->installed(), InplaceStage::updated());
     QVERIFY(m_stage->staged().isEmpty());
+}
+
+void tst_InplaceUpdate::update_lockThatNamesNobody_isTaken()
+{
+    // What is left of an update that was killed between making its lock and writing its name.
+    QFile lock(m_stage->installPath(QStringLiteral("inplace_update#lock")));
+    QVERIFY(lock.open(QIODevice::WriteOnly));
+    lock.close();
+    QVERIFY(m_stage->update().success);
+    QCOMPARE(m_stage->installed(), InplaceStage::updated());
 }
 
 void tst_InplaceUpdate::update_cancelled_canBeResumed_data()

@@ -200,7 +200,13 @@ void tst_UpdateProgressRun::run_escape_rejectsAndLeavesTheWorker()
 
 void tst_UpdateProgressRun::run_failure_isShown()
 {
-    const ScriptedServer server(ServeFiles({}));
+    std::atomic<bool> watched{false};
+    const ScriptedServer server([&](ScriptedConnection &connection, const QByteArray &) {
+        while (!watched) {
+            connection.pause(2);
+        }
+        connection.send(ScriptedServer::answer("404 Not Found", ""));
+    });
     QString shown;
     bool visible = false;
     m_meanwhile = [&](CUpdateProgress &dialog, CDownloadThread &worker) {
@@ -208,6 +214,7 @@ void tst_UpdateProgressRun::run_failure_isShown()
             shown = dialog.findChild<QLabel *>(QStringLiteral("desc"))->text();
             visible = dialog.isVisible();
         });
+        watched = true;
     };
     QCOMPARE(run(server.url(QStringLiteral("/")), {RecordOf(QStringLiteral("file"), "content")}),
              static_cast<int>(QDialog::Accepted));

@@ -130,10 +130,10 @@ QPixmap icons()
     sheet.fill(QApplication::palette().color(QPalette::Window));
     QPainter painter(&sheet);
     const QIcon icon(QStringLiteral(":/icon"));
-    int left = 16;
+    int left = 10;
     for (const int side : {256, 128, 64, 32, 16}) {
         icon.paint(&painter, left, 300 - side, side, side);
-        left += side + 12;
+        left += side + 10;
     }
     return sheet;
 }

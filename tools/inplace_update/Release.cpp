@@ -46,19 +46,6 @@ bool Fetch(const QString &url, qint32 seconds, QByteArray &body, QString &error)
     return true;
 }
 
-QString UnsafePathText(const QMap<QString, tagDownloadFileInfo> &files)
-{
-    const QStringList paths = files.keys();
-    for (const QString &path : paths) {
-        const QString reason = UnsafePathReason(path);
-        if (!reason.isEmpty()) {
-            return QObject::tr("升级清单中的路径不安全:\"%1\", %2").arg(path, reason);
-        }
-    }
-    const QString reason = CollisionReason(paths);
-    return reason.isEmpty() ? reason : QObject::tr("升级清单中的路径不安全:%1").arg(reason);
-}
-
 } // namespace
 
 QString FetchRelease(const QString &baseUrl, Release &release)
@@ -84,4 +71,17 @@ QString FetchRelease(const QString &baseUrl, Release &release)
         return QObject::tr("升级清单中没有文件");
     }
     return UnsafePathText(release.files);
+}
+
+QString UnsafePathText(const QMap<QString, tagDownloadFileInfo> &files)
+{
+    const QStringList paths = files.keys();
+    for (const QString &path : paths) {
+        const QString reason = UnsafePathReason(path);
+        if (!reason.isEmpty()) {
+            return QObject::tr("升级清单中的路径不安全:\"%1\", %2").arg(path, reason);
+        }
+    }
+    const QString reason = CollisionReason(paths);
+    return reason.isEmpty() ? reason : QObject::tr("升级清单中的路径不安全:%1").arg(reason);
 }

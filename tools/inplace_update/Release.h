@@ -17,3 +17,7 @@ struct Release {
 /// Returns why that failed, or empty text. A manifest that lists nothing, or a path that must not
 /// be fetched or stored, is a failure. Blocks in local event loops.
 QString FetchRelease(const QString &baseUrl, Release &release);
+
+/// Returns why not all \a files may be fetched and stored, as a text for the user, or empty text.
+/// Callable on any thread.
+QString UnsafePathText(const QMap<QString, tagDownloadFileInfo> &files);

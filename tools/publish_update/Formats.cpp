@@ -33,6 +33,9 @@ QString ManifestLineReason(const QByteArray &line)
     if (!size.match(QString::fromLatin1(fields.at(1))).hasMatch()) {
         return QStringLiteral("its size is not a hexadecimal number");
     }
+    if (fields.at(1).toULongLong(nullptr, 16) >= static_cast<quint64>(TooLargeSize)) {
+        return QStringLiteral("files %1 cannot be updated").arg(TooLargeText);
+    }
     const QString path = QString::fromUtf8(fields.at(2));
     const QString reason = UnsafePathReason(path);
     return reason.isEmpty() ? reason : QStringLiteral("path \"%1\": %2").arg(path, reason);
@@ -55,7 +58,7 @@ QByteArray ManifestContent(const std::vector<tagDownloadFileInfo> &records)
     return content;
 }
 
-QByteArray DescriptionContent(const UpdateDescription &description)
+QByteArray DescriptionContent(const PublishedDescription &description)
 {
     const QJsonObject object{{Version, description.version},
                              {VersionString, description.versionString},
@@ -65,7 +68,7 @@ QByteArray DescriptionContent(const UpdateDescription &description)
     return QJsonDocument(object).toJson(QJsonDocument::Indented);
 }
 
-QStringList DescriptionProblems(const QByteArray &content, UpdateDescription &description)
+QStringList DescriptionProblems(const QByteArray &content, PublishedDescription &description)
 {
     QJsonParseError error{};
     const QJsonDocument document = QJsonDocument::fromJson(content, &error);
@@ -144,8 +147,7 @@ QString DownloadUrlReason(const QString &url)
 
 QString FolderReason(const QString &folder)
 {
-    const QString reason = UnsafePathReason(folder);
-    if (!reason.isEmpty()) {
+    if (QString reason = UnsafePathReason(folder); !reason.isEmpty()) {
         return reason;
     }
     if (folder.contains(QLatin1Char('/'))) {

@@ -13,8 +13,15 @@
 /// How the manifest and the update description of a release are written, and what is wrong with
 /// published ones. Callable on any thread.
 
-/// The update description of a release.
-struct UpdateDescription {
+/// The size from which on a file cannot be updated: one body is held whole in a byte array, which
+/// has room for a little less than 2 GiB.
+constexpr qint64 TooLargeSize = (qint64{1} << 31) - 64;
+
+/// That size in words, to stand behind what has it.
+const QString TooLargeText = QStringLiteral("of almost 2 GiB (2,147,483,584 bytes) and more");
+
+/// The update description of a release as it is published.
+struct PublishedDescription {
     int version = 0;
     QString versionString;
     QString folder;
@@ -29,15 +36,15 @@ quint64 FileSize(const tagDownloadFileInfo &record);
 QByteArray ManifestContent(const std::vector<tagDownloadFileInfo> &records);
 
 /// Returns the content of update.json that says what \a description says.
-QByteArray DescriptionContent(const UpdateDescription &description);
+QByteArray DescriptionContent(const PublishedDescription &description);
 
 /// Returns what is wrong with the published update.json in \a content, one text each.
 ///
 /// \a description  gets what could be read.
-QStringList DescriptionProblems(const QByteArray &content, UpdateDescription &description);
+QStringList DescriptionProblems(const QByteArray &content, PublishedDescription &description);
 
 /// Returns what is wrong with the published update_md5.info in \a content, one text each: lines
-/// that an updater would pass over or misread, and paths that it refuses.
+/// that an updater would pass over or misread, and what it refuses or this program would not write.
 QStringList ManifestProblems(const QByteArray &content);
 
 /// Returns why \a url is no address to send users to, or empty text when it is an https address.

@@ -10,10 +10,27 @@ namespace {
 constexpr int Failure = 1;
 constexpr int BadUsage = 2;
 
+/// The text with what could change the look of the terminal made visible: names of files and
+/// answers of servers are in it as they are. Line ends stay.
+QString Visible(QString text)
+{
+    for (QChar &character : text) {
+        if (character.category() == QChar::Other_Control && character != QLatin1Char('\n')) {
+            character = QChar::ReplacementCharacter;
+        }
+    }
+    return text;
+}
+
 void Print(std::FILE *stream, const QString &text)
 {
-    (void)std::fprintf(stream, "%s\n", text.toUtf8().constData());
+    (void)std::fprintf(stream, "%s\n", Visible(text).toUtf8().constData());
     (void)std::fflush(stream);
+}
+
+void PrintLine(std::FILE *stream, QString text)
+{
+    Print(stream, text.replace(QLatin1Char('\n'), QChar::ReplacementCharacter));
 }
 
 } // namespace
@@ -25,13 +42,13 @@ void Say(const QString &text)
 
 void Warn(const QString &text)
 {
-    Print(stderr, QStringLiteral("publish_update: warning: ") + text);
+    PrintLine(stderr, QStringLiteral("publish_update: warning: ") + text);
 }
 
 int Refuse(const QStringList &problems)
 {
     for (const QString &problem : problems) {
-        Print(stderr, QStringLiteral("publish_update: ") + problem);
+        PrintLine(stderr, QStringLiteral("publish_update: ") + problem);
     }
     return Failure;
 }

@@ -22,7 +22,7 @@ ProgressBar::~ProgressBar()
     }
 }
 
-void ProgressBar::show(qint64 done, qint64 total, const QString &text)
+void ProgressBar::show(qint64 done, qint64 total, const QString &text) const
 {
     if (!m_visible) {
         return;

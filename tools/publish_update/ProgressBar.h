@@ -14,7 +14,7 @@ public:
     Q_DISABLE_COPY(ProgressBar)
 
     /// Shows \a done of \a total, both of one unit, and \a text behind them.
-    void show(qint64 done, qint64 total, const QString &text);
+    void show(qint64 done, qint64 total, const QString &text) const;
 
 private:
     const bool m_visible;

@@ -9,12 +9,14 @@
 #include "tools/publish_update/Messages.h"
 #include "tools/publish_update/ReleaseCopy.h"
 #include "tools/publish_update/ReleaseScan.h"
+#include "tools/publish_update/SystemCalls.h"
 #include "tools/publish_update/VersionCheck.h"
 #include "tools/publish_update/Workspace.h"
 
 #include <QFileInfo>
 
 #include <cstdlib>
+#include <unistd.h>
 
 namespace {
 
@@ -74,11 +76,29 @@ QString Canonical(const QString &path)
 
 bool IsInside(const QString &path, const QString &folder)
 {
-    const QString separator(QLatin1Char('/'));
-    return (Canonical(path) + separator).startsWith(Canonical(folder) + separator);
+    const auto closed = [](const QString &text) {
+        const QChar separator = QLatin1Char('/');
+        return text.endsWith(separator) ? text : text + separator; // the root ends with it
+    };
+    return closed(path).startsWith(closed(folder));
 }
 
-UpdateDescription Description(const PublishOptions &options)
+/// Why the two folders cannot go together.
+QStringList FolderProblems(const PublishOptions &options)
+{
+    const QString release = Canonical(options.releaseDir);
+    const QString output = Canonical(options.outputDir);
+    if (IsInside(output, release)) {
+        return {QStringLiteral("\"%1\" lies in the release itself.").arg(options.outputDir)};
+    }
+    if (IsInside(release, QDir(output).filePath(WorkspacePrefix))) {
+        return {QStringLiteral("\"%1\" lies in the folder \"%2\", which is emptied first.")
+                    .arg(options.releaseDir, WorkspacePrefix)};
+    }
+    return {};
+}
+
+PublishedDescription Description(const PublishOptions &options)
 {
     return {Number(options.version), options.versionString, options.folder,
             Number(options.minVersion), options.downloadUrl};
@@ -88,10 +108,13 @@ QString WriteManifest(const QString &folder, const std::vector<tagDownloadFileIn
 {
     QFile file(QDir(folder).absoluteFilePath(LOCAL_MD5_FILENAME));
     const QByteArray content = ManifestContent(records);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly) ||
-        file.write(content) != content.size() || !file.flush()) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered) ||
+        !WriteAll(file, content.constData(), content.size())) {
         return QStringLiteral("\"%1\" cannot be written: %2.")
             .arg(file.fileName(), file.errorString());
+    }
+    if (::fsync(file.handle()) != 0) {
+        return QStringLiteral("\"%1\" cannot be written: %2.").arg(file.fileName(), SystemError());
     }
     return {};
 }
@@ -122,9 +145,8 @@ QString PublishFiles(const PublishOptions &options, const QVector<ReleaseFile> &
 int Publish(const PublishOptions &options)
 {
     QStringList problems = OptionProblems(options);
-    if (problems.isEmpty() && IsInside(options.outputDir, options.releaseDir)) {
-        problems.append(
-            QStringLiteral("\"%1\" lies in the release itself.").arg(options.outputDir));
+    if (problems.isEmpty()) {
+        problems = FolderProblems(options);
     }
     if (!problems.isEmpty()) {
         return Refuse(problems);

@@ -4,9 +4,11 @@
 #include "tools/publish_update/ReleaseCopy.h"
 
 #include "tools/publish_update/ProgressBar.h"
+#include "tools/publish_update/SystemCalls.h"
 #include "tools/publish_update/Workers.h"
 
 #include <QCryptographicHash>
+#include <QDir>
 #include <QMutex>
 #include <QMutexLocker>
 #include <QSet>
@@ -15,15 +17,54 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
+#include <fcntl.h>
 #include <numeric>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
+
+constexpr std::size_t BlockSize = 0x10000; // small enough to stay in the processor's cache
+
+QString ReadReason(const QString &path, const QString &error)
+{
+    return QStringLiteral("\"%1\" cannot be read: %2.").arg(path, error);
+}
+
+QString WriteReason(const QFile &file, const QString &error)
+{
+    return QStringLiteral("\"%1\" cannot be written: %2.").arg(file.fileName(), error);
+}
+
+/// Opens the regular file \a path below \a folder. What has taken its name since it was found,
+/// such as a link or a pipe, is neither followed nor waited for. Returns why that failed, or empty
+/// text.
+QString OpenRegular(const QString &folder, const QString &path, QFile &file)
+{
+    const int descriptor = ::open(QFile::encodeName(folder + path).constData(),
+                                  O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0 && errno != ELOOP) {
+        return ReadReason(path, SystemError());
+    }
+    struct stat status {};
+    if (descriptor < 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        (void)::close(descriptor);
+        return QStringLiteral("\"%1\" is no regular file any more.").arg(path);
+    }
+    if (!file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered,
+                   QFileDevice::AutoCloseHandle)) {
+        (void)::close(descriptor);
+        return ReadReason(path, file.errorString());
+    }
+    return {};
+}
 
 /// One copy of a release, shared by its threads.
 class ReleaseCopy {
 public:
-    ReleaseCopy(const QVector<ReleaseFile> &files, const QDir &source, const QDir &target)
-        : m_files(files), m_source(source), m_target(target),
+    ReleaseCopy(const QVector<ReleaseFile> &files, const QString &source, const QString &target)
+        : m_files(files), m_source(source + QLatin1Char('/')), m_target(target + QLatin1Char('/')),
           m_records(static_cast<std::size_t>(files.size())), m_order(files.size()),
           m_tickets(files.size())
     {
@@ -44,9 +85,9 @@ public:
             if (made.contains(folder)) {
                 continue;
             }
-            if (!m_target.mkpath(m_target.absoluteFilePath(folder))) {
+            if (!QDir().mkpath(m_target + folder)) {
                 return QStringLiteral("The folder \"%1\" cannot be created.")
-                    .arg(m_target.absoluteFilePath(folder));
+                    .arg(m_target + folder);
             }
             made.insert(folder);
         }
@@ -58,7 +99,7 @@ public:
         for (int ticket = m_tickets.take(); ticket >= 0; ticket = m_tickets.take()) {
             const int index = m_order.at(ticket);
             const QString reason =
-                copyFile(m_files.at(index).path, m_records[static_cast<std::size_t>(index)]);
+                copyFile(m_files.at(index), m_records[static_cast<std::size_t>(index)]);
             if (!reason.isEmpty()) {
                 m_tickets.stop();
                 const QMutexLocker guard(&m_mutex);
@@ -79,48 +120,51 @@ public:
     const std::vector<tagDownloadFileInfo> &records() const { return m_records; }
 
 private:
-    QString copyFile(const QString &path, tagDownloadFileInfo &record)
+    QString copyFile(const ReleaseFile &file, tagDownloadFileInfo &record)
     {
-        QFile source(m_source.absoluteFilePath(path));
-        if (!source.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-            return QStringLiteral("\"%1\" cannot be read: %2.").arg(path, source.errorString());
+        QFile source;
+        if (QString reason = OpenRegular(m_source, file.path, source); !reason.isEmpty()) {
+            return reason;
         }
-        QFile target(m_target.absoluteFilePath(path));
+        QFile target(m_target + file.path);
         if (!target.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered)) {
-            return QStringLiteral("\"%1\" cannot be written: %2.")
-                .arg(target.fileName(), target.errorString());
+            return WriteReason(target, target.errorString());
         }
         QCryptographicHash hash(QCryptographicHash::Md5);
         qint64 size = 0;
-        std::array<char, 64 * 1024> block; // small enough to stay in the processor's cache
-        for (;;) {
+        std::array<char, BlockSize> block;
+        while (size <= file.size) { // a file that grows for ever must come to an end too
             const qint64 length = source.read(block.data(), block.size());
             if (length == 0) {
                 break;
             }
             if (length < 0) {
-                return QStringLiteral("\"%1\" cannot be read: %2.").arg(path, source.errorString());
+                return ReadReason(file.path, source.errorString());
             }
             hash.addData(block.data(), static_cast<int>(length));
-            if (target.write(block.data(), length) != length) {
-                return QStringLiteral("\"%1\" cannot be written: %2.")
-                    .arg(target.fileName(), target.errorString());
+            if (!WriteAll(target, block.data(), length)) {
+                return WriteReason(target, target.errorString());
             }
             size += length;
             m_bytesDone += length;
         }
-        if (size >= TooLargeSize) {
-            return QStringLiteral("\"%1\" grew to 2 GiB and more while it was copied.").arg(path);
+        if (size != file.size) {
+            return QStringLiteral("\"%1\" changed its size while it was copied.").arg(file.path);
+        }
+        if (::fsync(target.handle()) != 0) {
+            return WriteReason(target, SystemError());
         }
         const auto whole = static_cast<quint64>(size);
-        record = {path, static_cast<quint32>(whole >> 32U), static_cast<quint32>(whole),
+        record = {file.path, static_cast<quint32>(whole >> 32U), static_cast<quint32>(whole),
                   Md5Text(hash.result())};
         return {};
     }
 
     const QVector<ReleaseFile> &m_files;
-    const QDir m_source;
-    const QDir m_target;
+    // Texts that paths are put behind: QDir fills a cache when it is first asked for an absolute
+    // path, which the threads must not do at once.
+    const QString m_source;
+    const QString m_target;
     std::vector<tagDownloadFileInfo> m_records; // one element is one thread's
     QVector<int> m_order;
     Tickets m_tickets;
@@ -136,9 +180,8 @@ private:
 QString CopyRelease(const QVector<ReleaseFile> &files, const QString &releaseDir,
                     const QString &targetDir, std::vector<tagDownloadFileInfo> &records)
 {
-    ReleaseCopy copy(files, QDir(releaseDir), QDir(targetDir));
-    const QString reason = copy.makeFolders();
-    if (!reason.isEmpty()) {
+    ReleaseCopy copy(files, releaseDir, targetDir);
+    if (QString reason = copy.makeFolders(); !reason.isEmpty()) {
         return reason;
     }
     ProgressBar bar;

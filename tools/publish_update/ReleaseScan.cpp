@@ -4,6 +4,7 @@
 #include "tools/publish_update/ReleaseScan.h"
 
 #include "tools/ReleasePaths.h"
+#include "tools/publish_update/Formats.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -25,16 +26,9 @@ QString Text(const std::error_code &error)
     return QString::fromStdString(error.message());
 }
 
-/// The path with what could change the look of a message made visible.
-QString Quoted(const QString &path)
+QString NotLookedAt(const QString &path, const std::error_code &error)
 {
-    QString text = path;
-    for (QChar &character : text) {
-        if (character.category() == QChar::Other_Control) {
-            character = QChar::ReplacementCharacter;
-        }
-    }
-    return QLatin1Char('"') + text + QLatin1Char('"');
+    return QStringLiteral("\"%1\" cannot be looked at: %2.").arg(path, Text(error));
 }
 
 void AddFile(const fs::directory_entry &entry, const QString &path, ReleaseContents &contents)
@@ -42,18 +36,17 @@ void AddFile(const fs::directory_entry &entry, const QString &path, ReleaseConte
     const QString reason = UnsafePathReason(path);
     if (!reason.isEmpty()) {
         contents.problems.append(
-            QStringLiteral("%1 cannot be published: %2.").arg(Quoted(path), reason));
+            QStringLiteral("\"%1\" cannot be published: %2.").arg(path, reason));
         return;
     }
     std::error_code error;
     const auto size = static_cast<qint64>(entry.file_size(error));
     if (error) {
-        contents.problems.append(
-            QStringLiteral("%1 cannot be looked at: %2.").arg(Quoted(path), Text(error)));
+        contents.problems.append(NotLookedAt(path, error));
     } else if (size >= TooLargeSize) {
         contents.problems.append(
-            QStringLiteral("%1 cannot be published: files of 2 GiB and more cannot be updated.")
-                .arg(Quoted(path)));
+            QStringLiteral("\"%1\" cannot be published: files %2 cannot be updated.")
+                .arg(path, TooLargeText));
     } else {
         contents.files.append({path, size});
     }
@@ -69,13 +62,15 @@ void AddEntry(const fs::directory_entry &entry, const QString &path, ReleaseCont
     case fs::file_type::directory:
         return;
     case fs::file_type::symlink:
-        contents.links.append(
-            QStringLiteral("%1 -> %2")
-                .arg(Quoted(path), Quoted(Text(fs::read_symlink(entry.path(), error)))));
+        contents.links.append(QStringLiteral("\"%1\" -> \"%2\"")
+                                  .arg(path, Text(fs::read_symlink(entry.path(), error))));
+        return;
+    case fs::file_type::none:
+        contents.problems.append(NotLookedAt(path, error));
         return;
     default:
         contents.problems.append(
-            QStringLiteral("%1 cannot be published: it is no regular file.").arg(Quoted(path)));
+            QStringLiteral("\"%1\" cannot be published: it is no regular file.").arg(path));
     }
 }
 
@@ -94,8 +89,9 @@ ReleaseContents ScanRelease(const QString &folder)
         at.increment(error);
     }
     if (error) {
-        contents.problems.append(QStringLiteral("The release cannot be looked through at %1: %2.")
-                                     .arg(Quoted(Text(here)), Text(error)));
+        contents.problems.append(
+            QStringLiteral("The release cannot be looked through at \"%1\": %2.")
+                .arg(Text(here), Text(error)));
     } else if (contents.files.isEmpty() && contents.problems.isEmpty()) {
         contents.problems.append(QStringLiteral("The release holds no files."));
     }

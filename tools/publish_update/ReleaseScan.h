@@ -20,10 +20,6 @@ struct ReleaseContents {
     QStringList problems;       ///< one text for each thing that must not be published
 };
 
-/// The size from which on a file cannot be updated: one body is held whole in a byte array, which
-/// has room for a little less than 2 GiB.
-constexpr qint64 TooLargeSize = (qint64{1} << 31) - 64;
-
 /// Looks through \a folder, hidden files included, without following symbolic links. Everything
 /// that must not be published, or cannot be looked at, becomes a problem.
 ReleaseContents ScanRelease(const QString &folder);

@@ -5,6 +5,8 @@
 
 #include "app/FileNames.h"
 #include "core/Func.h"
+#include "tools/ReleasePaths.h"
+#include "tools/publish_update/ByteBudget.h"
 #include "tools/publish_update/Formats.h"
 #include "tools/publish_update/Messages.h"
 #include "tools/publish_update/ProgressBar.h"
@@ -20,9 +22,9 @@
 namespace {
 
 constexpr int Connections = 4;
-constexpr qint32 DescriptionSeconds = 15; // as long as an updater waits
-constexpr qint32 FileSeconds = 60;
-constexpr quint64 SlowestBytesPerSecond = 64 * 1024;
+constexpr quint64 BytesAtOnce = 0x4000000; // of bodies, each of which is held twice on its way
+constexpr quint64 OneDay = 86400;
+constexpr quint64 SlowestBytesPerSecond = 0x10000;
 
 /// Fetches a whole body with a GET request. Returns what is wrong, or empty text.
 QString Fetch(QNetworkAccessManager &manager, const QString &url, qint32 seconds, QByteArray &body)
@@ -44,8 +46,8 @@ QString Fetch(QNetworkAccessManager &manager, const QString &url, qint32 seconds
 /// Whether the files of a manifest are served as it lists them; shared by the threads that ask.
 class FileCheck {
 public:
-    FileCheck(QString baseUrl, const QList<tagDownloadFileInfo> &files)
-        : m_baseUrl(std::move(baseUrl)), m_files(files), m_tickets(files.size())
+    FileCheck(QString baseUrl, const QList<tagDownloadFileInfo> &files, qint32 seconds)
+        : m_baseUrl(std::move(baseUrl)), m_files(files), m_seconds(seconds), m_tickets(files.size())
     {
     }
 
@@ -78,12 +80,12 @@ private:
         }
     }
 
-    QString fileReason(QNetworkAccessManager &manager, const tagDownloadFileInfo &file) const
+    QString fileReason(QNetworkAccessManager &manager, const tagDownloadFileInfo &file)
     {
         const quint64 size = FileSize(file);
         const qint32 seconds =
-            FileSeconds +
-            static_cast<qint32>(qMin<quint64>(size / SlowestBytesPerSecond, 24 * 3600));
+            m_seconds + static_cast<qint32>(qMin<quint64>(size / SlowestBytesPerSecond, OneDay));
+        const BudgetedBytes held(m_budget, size);
         QByteArray body;
         QString reason = Fetch(manager, m_baseUrl + file.path, seconds, body);
         if (!reason.isEmpty()) {
@@ -103,7 +105,9 @@ private:
 
     const QString m_baseUrl;
     const QList<tagDownloadFileInfo> m_files;
+    const qint32 m_seconds;
     Tickets m_tickets;
+    ByteBudget m_budget{BytesAtOnce};
     std::atomic<int> m_done{0};
     QMutex m_mutex;
     QStringList m_problems;
@@ -118,6 +122,20 @@ QStringList FetchText(const QString &url, const QString &name, qint32 seconds, Q
                             : QStringList{QStringLiteral("%1: %2.").arg(name, reason)};
 }
 
+/// The files of a manifest that may be asked for.
+QList<tagDownloadFileInfo> SafeFiles(const QByteArray &manifest)
+{
+    QList<tagDownloadFileInfo> files;
+    const QMap<QString, tagDownloadFileInfo> records = ParseMd5File(manifest);
+    for (const tagDownloadFileInfo &record : records) {
+        if (UnsafePathReason(record.path).isEmpty() &&
+            FileSize(record) < static_cast<quint64>(TooLargeSize)) {
+            files.append(record);
+        }
+    }
+    return files;
+}
+
 QStringList Named(const QString &name, const QStringList &problems)
 {
     QStringList named;
@@ -129,18 +147,18 @@ QStringList Named(const QString &name, const QStringList &problems)
 
 } // namespace
 
-int Verify(const QUrl &baseUrl)
+int Verify(const QUrl &baseUrl, const VerifyTimeouts &timeouts)
 {
     QNetworkProxyFactory::setUseSystemConfiguration(true);
     const QString base = QString::fromLatin1(baseUrl.toEncoded()) + QLatin1Char('/');
 
     QByteArray content;
     QStringList problems = FetchText(base + UPDATE_DESCRIBE_FILENAME, UPDATE_DESCRIBE_FILENAME,
-                                     DescriptionSeconds, content);
+                                     timeouts.descriptionSeconds, content);
     if (!problems.isEmpty()) {
         return Refuse(problems);
     }
-    UpdateDescription description;
+    PublishedDescription description;
     problems = Named(UPDATE_DESCRIBE_FILENAME, DescriptionProblems(content, description));
     if (!FolderReason(description.folder).isEmpty()) {
         return Refuse(problems);
@@ -149,14 +167,14 @@ int Verify(const QUrl &baseUrl)
     const QString release = base + description.folder + QLatin1Char('/');
     const QString manifestName = description.folder + QLatin1Char('/') + LOCAL_MD5_FILENAME;
     const QStringList unfetched =
-        FetchText(release + LOCAL_MD5_FILENAME, manifestName, FileSeconds, content);
+        FetchText(release + LOCAL_MD5_FILENAME, manifestName, timeouts.fileSeconds, content);
     if (!unfetched.isEmpty()) {
         return Refuse(problems + unfetched);
     }
     problems += Named(manifestName, ManifestProblems(content));
 
-    const QList<tagDownloadFileInfo> files = ParseMd5File(content).values();
-    FileCheck check(release, files);
+    const QList<tagDownloadFileInfo> files = SafeFiles(content);
+    FileCheck check(release, files, timeouts.fileSeconds);
     check.run();
     QStringList fileProblems = check.problems();
     fileProblems.sort();

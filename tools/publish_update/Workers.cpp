@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <future>
+#include <system_error>
 #include <vector>
 
 int Tickets::take()
@@ -21,8 +22,16 @@ void RunWorkers(int threads, const std::function<void()> &worker, const std::fun
     std::vector<std::future<void>> running;
     running.reserve(static_cast<std::size_t>(threads));
     for (int thread = 0; thread < threads; ++thread) {
-        running.push_back(std::async(std::launch::async, worker));
+        try {
+            running.push_back(std::async(std::launch::async, worker));
+        } catch (const std::system_error &) {
+            break; // the system has no more threads to give
+        }
     }
+    if (running.empty()) {
+        worker();
+    }
+    tick();
     for (const std::future<void> &one : running) {
         while (one.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
             tick();

@@ -30,5 +30,7 @@ private:
 
 /// Runs \a worker on \a threads threads at once and returns when all have ended. Calls \a tick on
 /// the calling thread about ten times a second meanwhile.
+///
+/// There are fewer threads where the system has no more; without any, the calling one works.
 void RunWorkers(int threads, const std::function<void()> &worker,
                 const std::function<void()> &tick);

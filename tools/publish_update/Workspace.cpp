@@ -5,27 +5,41 @@
 
 #include "app/FileNames.h"
 #include "tools/publish_update/Formats.h"
+#include "tools/publish_update/SystemCalls.h"
 
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QSaveFile>
 
-#include <cstdio>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace {
 
 const QString ReleaseName = QStringLiteral("release");
 const QString TargetName = QStringLiteral("name");
 
-QString WriteReason(const QString &path)
+QString WriteReason(const QString &path, const QString &error)
 {
-    return QStringLiteral("\"%1\" cannot be written.").arg(path);
+    return QStringLiteral("\"%1\" cannot be written: %2.").arg(path, error);
 }
 
-bool Write(const QString &path, const QByteArray &content)
+QString WriteReason(const QString &path)
+{
+    return WriteReason(path, SystemError());
+}
+
+/// Writes a file that survives a loss of power. Returns why that failed, or empty text.
+QString Write(const QString &path, const QByteArray &content)
 {
     QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() &&
-           file.commit();
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
+        !file.commit()) {
+        return WriteReason(path, file.errorString());
+    }
+    return {};
 }
 
 QByteArray Read(const QString &path)
@@ -34,25 +48,34 @@ QByteArray Read(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Moves a file or folder at one stroke; a file in the way is replaced.
-bool Move(const QString &from, const QString &to)
-{
-    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
-}
-
 bool Exists(const QString &path)
 {
     const QFileInfo info(path);
     return info.exists() || info.isSymLink();
 }
 
+/// Syncs a folder and the folders in it. Returns why that failed, or empty text.
+QString SyncFolders(const QString &top)
+{
+    QDirIterator at(top, QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    QStringList folders{top};
+    while (at.hasNext()) {
+        folders.append(at.next());
+    }
+    for (const QString &folder : qAsConst(folders)) {
+        if (!SyncFolder(folder)) {
+            return WriteReason(folder);
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 Workspace::Workspace(const QString &outputDir)
-    : m_output(outputDir), m_work(m_output.absoluteFilePath(WorkspacePrefix)),
-      m_lock(m_output.absoluteFilePath(WorkspacePrefix + QStringLiteral(".lock")))
+    : m_output(outputDir), m_work(m_output.absoluteFilePath(WorkspacePrefix))
 {
-    m_lock.setStaleLockTime(0); // a lock is stale when its process is gone, however old it is
 }
 
 Workspace::~Workspace()
@@ -61,25 +84,65 @@ Workspace::~Workspace()
         (void)QFile::remove(m_work.absoluteFilePath(TargetName));
         (void)QDir(m_work).removeRecursively(); // what stays is a leftover for the next run
     }
+    for (const QString &folder : qAsConst(m_made)) {
+        (void)QDir().rmdir(folder); // stays when something was published in it
+    }
+    if (m_lock >= 0) {
+        (void)::close(m_lock); // unlocks
+    }
 }
 
 QString Workspace::open()
 {
-    if (!m_output.mkpath(QStringLiteral("."))) {
-        return QStringLiteral("The folder \"%1\" cannot be created.").arg(m_output.path());
-    }
-    if (!m_lock.tryLock(0)) {
-        return m_lock.error() == QLockFile::LockFailedError
-                   ? QStringLiteral("Another publish_update is at work in \"%1\".")
-                         .arg(m_output.path())
-                   : WriteReason(m_output.path());
-    }
-    const QString reason = removeLeftovers();
-    if (!reason.isEmpty()) {
+    if (QString reason = makeOutput(); !reason.isEmpty()) {
         return reason;
     }
-    m_opened = true;
-    return m_output.mkpath(releaseDir()) ? QString() : WriteReason(m_output.path());
+    if (QString reason = lock(); !reason.isEmpty()) {
+        return reason;
+    }
+    if (QString reason = removeLeftovers(); !reason.isEmpty()) {
+        return reason;
+    }
+    for (const QString &folder : {m_work.path(), releaseDir()}) {
+        if (!MakeFolder(folder)) {
+            return WriteReason(folder);
+        }
+        m_opened = true;
+    }
+    return {};
+}
+
+/// Makes the output folder and those above it, and remembers which were missing.
+QString Workspace::makeOutput()
+{
+    QStringList missing;
+    for (QString path = m_output.absolutePath(); !Exists(path); path = QFileInfo(path).path()) {
+        missing.prepend(path);
+    }
+    for (const QString &folder : qAsConst(missing)) {
+        if (MakeFolder(folder)) {
+            m_made.prepend(folder);
+        } else if (errno != EEXIST) { // another publisher may have been quicker
+            return QStringLiteral("The folder \"%1\" cannot be created: %2.")
+                .arg(folder, SystemError());
+        }
+    }
+    return {};
+}
+
+/// Locks the output folder itself: no lock file is left behind, and the system unlocks it when the
+/// process is killed.
+QString Workspace::lock()
+{
+    m_lock = ::open(QFile::encodeName(m_output.absolutePath()).constData(), O_RDONLY | O_CLOEXEC);
+    if (m_lock < 0) {
+        return QStringLiteral("\"%1\" cannot be read: %2.").arg(m_output.path(), SystemError());
+    }
+    // A file system without locks is taken for one without a second publisher.
+    if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        return QStringLiteral("Another publish_update is at work in \"%1\".").arg(m_output.path());
+    }
+    return {};
 }
 
 QString Workspace::releaseDir() const
@@ -89,20 +152,24 @@ QString Workspace::releaseDir() const
 
 QString Workspace::removeLeftovers()
 {
-    // A run that ended between its two strokes left a release that nothing announces yet.
+    const QString leftover =
+        QStringLiteral("The leftover \"%1\" cannot be removed.").arg(m_work.path());
+    if (QFileInfo(m_work.path()).isSymLink()) { // not ours, and nor is what it points at
+        return QFile::remove(m_work.path()) ? QString() : leftover;
+    }
+    // A run that ended between its two strokes left a release that nothing announces yet. Only
+    // between them is the new update.json still here and the release no more.
     const QString name = QString::fromUtf8(Read(m_work.absoluteFilePath(TargetName)));
-    UpdateDescription announced;
+    PublishedDescription announced;
     (void)DescriptionProblems(Read(m_output.absoluteFilePath(UPDATE_DESCRIBE_FILENAME)), announced);
-    if (FolderReason(name).isEmpty() && name != announced.folder && !Exists(releaseDir()) &&
+    if (Exists(m_work.absoluteFilePath(UPDATE_DESCRIBE_FILENAME)) && !Exists(releaseDir()) &&
+        FolderReason(name).isEmpty() && name != announced.folder &&
         Exists(m_output.absoluteFilePath(name)) &&
         !Move(m_output.absoluteFilePath(name), releaseDir())) {
         return WriteReason(m_output.absoluteFilePath(name));
     }
     (void)QFile::remove(m_work.absoluteFilePath(TargetName)); // first: it tells what to take back
-    if (!QDir(m_work).removeRecursively()) {
-        return QStringLiteral("The leftover \"%1\" cannot be removed.").arg(m_work.path());
-    }
-    return {};
+    return QDir(m_work).removeRecursively() ? QString() : leftover;
 }
 
 QString Workspace::nameReason(const QString &name) const
@@ -121,17 +188,32 @@ QString Workspace::publish(const QString &name, const QByteArray &description)
     const QString target = m_output.absoluteFilePath(name);
     const QString prepared = m_work.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
     const QString announced = m_output.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
-    const QString taken = nameReason(name);
-    if (!taken.isEmpty()) {
+    if (QString taken = nameReason(name); !taken.isEmpty()) {
         return taken;
     }
-    if (!Write(prepared, description) ||
-        !Write(m_work.absoluteFilePath(TargetName), name.toUtf8()) || !Move(releaseDir(), target)) {
+    QString reason = Write(prepared, description);
+    if (reason.isEmpty()) {
+        reason = Write(m_work.absoluteFilePath(TargetName), name.toUtf8());
+    }
+    if (reason.isEmpty()) {
+        reason = SyncFolders(m_work.path());
+    }
+    if (!reason.isEmpty()) {
+        return reason;
+    }
+    if (!Move(releaseDir(), target)) {
         return WriteReason(target);
     }
-    if (!Move(prepared, announced)) {
-        (void)Move(target, releaseDir()); // nobody was told of it yet
-        return WriteReason(announced);
+    // The announcement must not outlive a loss of power that what it announces does not.
+    if (!SyncFolder(m_output.path())) {
+        reason = WriteReason(m_output.path());
+    } else if (!Move(prepared, announced)) {
+        reason = WriteReason(announced);
     }
+    if (!reason.isEmpty()) {
+        (void)Move(target, releaseDir()); // nobody was told of it yet
+        return reason;
+    }
+    (void)SyncFolder(m_output.path()); // it is announced; there is no way back
     return {};
 }

@@ -4,15 +4,15 @@
 #pragma once
 
 #include <QDir>
-#include <QLockFile>
 #include <QString>
+#include <QStringList>
 
 /// What the names of the publisher's own files in the output folder begin with.
 const QString WorkspacePrefix = QStringLiteral(".publish_update");
 
 /// A hidden folder in the output folder where a release is made ready, out of the sight of those
 /// who fetch. It keeps other publishers away from the output folder for as long as it lives, and is
-/// removed at the end.
+/// removed at the end; so is an output folder that it made and that nothing was published in.
 class Workspace {
 public:
     /// Does nothing yet.
@@ -32,16 +32,20 @@ public:
     QString nameReason(const QString &name) const;
 
     /// Shows the release folder as the folder \a name of the output folder, then puts the
-    /// \a description in the place of update.json; each at one stroke.
+    /// \a description in the place of update.json; each at one stroke, and only when what it shows
+    /// would survive a loss of power. The files of the release must have been synced.
     ///
     /// Returns why that failed, or empty text. After a failure the output folder is as it was.
     QString publish(const QString &name, const QByteArray &description);
 
 private:
+    QString makeOutput();
+    QString lock();
     QString removeLeftovers();
 
     const QDir m_output;
     const QDir m_work;
-    QLockFile m_lock;
+    int m_lock = -1; ///< descriptor of the locked output folder
     bool m_opened = false;
+    QStringList m_made; ///< output folder and those above it, as far as they were missing
 };

@@ -7,16 +7,12 @@
 #include "tools/publish_update/Verify.h"
 
 #include <QCoreApplication>
-#include <QTextCodec>
 
 #include <cstdlib>
 
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
-    // Manifests are written in UTF-8 whatever the vendor's locale is.
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
-
     const CommandLine line = ReadCommandLine(QCoreApplication::arguments());
     switch (line.action) {
     case CommandLine::Action::Publish:

@@ -8,16 +8,16 @@
 /// \file
 /// As much of the framework's interface as the platform module uses, with its names and values.
 
-typedef NSUInteger NSWindowStyleMask;
+using NSWindowStyleMask = NSUInteger;
 enum : NSUInteger { NSWindowStyleMaskFullSizeContentView = 1 << 15 };
 
-typedef enum : NSInteger { NSWindowTitleVisible, NSWindowTitleHidden } NSWindowTitleVisibility;
+enum NSWindowTitleVisibility : NSInteger { NSWindowTitleVisible, NSWindowTitleHidden };
 
-typedef enum : NSUInteger {
+enum NSWindowButton : NSUInteger {
     NSWindowCloseButton,
     NSWindowMiniaturizeButton,
     NSWindowZoomButton
-} NSWindowButton;
+};
 
 @interface NSButton : NSObject
 - (void)setHidden:(BOOL)hidden;

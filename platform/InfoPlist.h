@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+/// \file
+/// A bundle's property list where the system has no reader of its own. Callable on any thread.
+
+/// What is read from a property list. A text ends at its first NUL.
+struct InfoPlist {
+    std::optional<std::string> identifier; ///< CFBundleIdentifier, if it is a text
+    std::optional<std::string> version;    ///< CFBundleShortVersionString, if it is a text
+};
+
+/// Reads the file at \a path. What is no regular file, cannot be read or is larger than a property
+/// list has a reason to be (256 KiB) gives no items.
+InfoPlist ReadInfoPlist(const std::filesystem::path &path);
+
+/// Reads a property list in XML or binary form. What is none gives no items.
+InfoPlist ParseInfoPlist(const std::string &content);

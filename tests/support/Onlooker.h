@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QSharedMemory>
+
+class HostBundle;
+
+/// Looks at the status record of a bundle's running session, and keeps it alive while attached.
+class Onlooker {
+public:
+    explicit Onlooker(const HostBundle &bundle);
+
+    /// Returns false when there is no record: no session runs.
+    bool attach();
+    void detach();
+    /// The two bytes; empty when not attached.
+    QByteArray record();
+
+private:
+    QSharedMemory m_segment;
+};

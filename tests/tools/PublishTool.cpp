@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/tools/PublishTool.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <unistd.h>
+
+ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper)
+{
+    const QStringList command = wrapper + QStringList{PublishProgram()} + arguments;
+    QProcess process;
+    process.start(command.constFirst(), command.mid(1));
+    ToolRun run;
+    if (process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit) {
+        run.exitCode = process.exitCode();
+    }
+    run.output = process.readAllStandardOutput();
+    run.errors = process.readAllStandardError();
+    return run;
+}
+
+QString PublishProgram()
+{
+    return QStringLiteral(PUBLISH_UPDATE_PROGRAM);
+}
+
+QStringList PublishArguments(const QString &releaseDir, const QString &outputDir)
+{
+    return {"--version", "3.10.25",        "--min-version",
+            "3.0.0",     "--download-url", "https://www.example.com/download",
+            releaseDir,  outputDir};
+}
+
+QStringList WithoutRootsRights()
+{
+    if (::geteuid() != 0) {
+        return {};
+    }
+    return {"setpriv", "--bounding-set=-dac_override,-dac_read_search"};
+}
+
+QString Quoted(const QString &path)
+{
+    return QLatin1Char('"') + path + QLatin1Char('"');
+}
+
+void WriteFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    if (!QDir().mkpath(QFileInfo(path).absolutePath()) || !file.open(QIODevice::WriteOnly) ||
+        file.write(content) != content.size()) {
+        qFatal("The test cannot write %s.", qPrintable(path));
+    }
+}
+
+QMap<QString, QByteArray> Tree(const QString &folder)
+{
+    QMap<QString, QByteArray> tree;
+    QDirIterator at(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (at.hasNext()) {
+        const QString path = QDir(folder).relativeFilePath(at.next());
+        QFile file(at.filePath());
+        if (at.fileInfo().isDir()) {
+            tree.insert(path, "/");
+        } else if (file.open(QIODevice::ReadOnly)) {
+            tree.insert(path, file.readAll());
+        }
+    }
+    return tree;
+}

@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QMap>
+#include <QStringList>
+
+/// \file
+/// Runs the real publish_update, and looks at what it leaves.
+
+/// How a run of the program ended.
+struct ToolRun {
+    int exitCode = -1; ///< -1 when it did not end by itself
+    QByteArray output;
+    QByteArray errors;
+};
+
+/// Runs publish_update with \a arguments to its end. A \a wrapper is a command that the program's
+/// own command line is put behind.
+ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper = {});
+
+/// The path of the program.
+QString PublishProgram();
+
+/// The arguments that publish \a releaseDir as version 3.10.25 in \a outputDir.
+QStringList PublishArguments(const QString &releaseDir, const QString &outputDir);
+
+/// A wrapper under which the rights of files bind root too.
+QStringList WithoutRootsRights();
+
+/// The path as the program's messages show it.
+QString Quoted(const QString &path);
+
+/// Writes a file, with the folders above it. Ends the test program when that fails.
+void WriteFile(const QString &path, const QByteArray &content);
+
+/// Returns the files below \a folder with their contents, and its folders with the content "/".
+QMap<QString, QByteArray> Tree(const QString &folder);

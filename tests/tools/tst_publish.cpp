@@ -1,0 +1,301 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "core/Func.h"
+#include "tests/tools/PublishTool.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <unistd.h>
+
+/// What publish_update publishes, and how it is asked to.
+class tst_Publish : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void publish_release_isCopiedWithItsManifest();
+    void publish_release_isWhatAnUpdaterExpects();
+    void publish_description_saysWhatTheOptionsSay();
+    void publish_options_haveTheirDefaults();
+    void publish_modes_letAWebServerRead();
+    void publish_secondVersion_standsBesideTheFirst();
+    void publish_links_areListedAndLeftOut();
+    void publish_pathOfTheRelease_mayBeWrittenInAnyWay_data();
+    void publish_pathOfTheRelease_mayBeWrittenInAnyWay();
+    void publish_noThreads_doesItsWorkAllTheSame();
+    void publish_minVersionAbove_isWarnedOf();
+    void publish_otherLocale_writesUtf8AllTheSame();
+    void publish_terminal_showsProgress();
+    void usage_bad_exitsWith2_data();
+    void usage_bad_exitsWith2();
+    static void usage_help_exitsWith0();
+
+private:
+    QJsonObject description() const;
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    QString m_release;
+    QString m_output;
+};
+
+void tst_Publish::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_release = m_folder->filePath("release");
+    m_output = m_folder->filePath("output");
+    WriteFile(m_release + "/Contents/MacOS/Host", "host");
+    WriteFile(m_release + QStringLiteral("/资源/a b.txt"), "");
+    WriteFile(m_release + "/.hidden", QByteArray(100000, 'h'));
+}
+
+QJsonObject tst_Publish::description() const
+{
+    return QJsonDocument::fromJson(Tree(m_output).value("update.json")).object();
+}
+
+void tst_Publish::publish_release_isCopiedWithItsManifest()
+{
+    const ToolRun run = RunPublish(PublishArguments(m_release, m_output));
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(QString::fromUtf8(run.output),
+             "Published version 3.10.25 (3100025): 3 files, 100004 bytes, in " +
+                 Quoted(m_output + "/3.10.25") + ".\n");
+    QCOMPARE(run.exitCode, 0);
+
+    QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    const QByteArray manifest = published.take("update_md5.info");
+    QCOMPARE(published, Tree(m_release));
+    QCOMPARE(manifest, Md5Hash(QByteArray(100000, 'h')) + "\t186a0\t.hidden\n" + Md5Hash("host") +
+                           "\t4\tContents/MacOS/Host\n" + Md5Hash({}) +
+                           QStringLiteral("\t0\t资源/a b.txt\n").toUtf8());
+    QCOMPARE(QDir(m_output).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList({"3.10.25", "update.json"}));
+}
+
+void tst_Publish::publish_release_isWhatAnUpdaterExpects()
+{
+    QCOMPARE(RunPublish(PublishArguments(m_release, m_output)).exitCode, 0);
+    const QByteArray manifest = Tree(m_output).value("3.10.25/update_md5.info");
+    const QMap<QString, tagDownloadFileInfo> records = ParseMd5File(manifest);
+    QCOMPARE(records.size(), 3);
+    QVERIFY(CheckMd5(records, m_folder->filePath("none"), QDir(m_output + "/3.10.25")).isEmpty());
+    QVERIFY(CheckMd5(records, m_folder->filePath("none"), QDir(m_release)).isEmpty());
+}
+
+void tst_Publish::publish_description_saysWhatTheOptionsSay()
+{
+    const ToolRun run =
+        RunPublish({"--version", "3.10.25", "--min-version", "2.1.3", "--download-url",
+                    "https://www.example.com/d?a=b", "--version-string", QStringLiteral("三"),
+                    "--folder", "winter", m_release, m_output});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(description(), QJsonObject({{"Version", 3100025},
+                                         {"VersionString", QStringLiteral("三")},
+                                         {"Folder", "winter"},
+                                         {"MinVersion", 2010003},
+                                         {"DownloadUrl", "https://www.example.com/d?a=b"}}));
+    QVERIFY(QFileInfo(m_output + "/winter/update_md5.info").isFile());
+}
+
+void tst_Publish::publish_options_haveTheirDefaults()
+{
+    QCOMPARE(RunPublish(PublishArguments(m_release, m_output)).exitCode, 0);
+    QCOMPARE(description().value("VersionString").toString(), QString("3.10.25"));
+    QCOMPARE(description().value("Folder").toString(), QString("3.10.25"));
+}
+
+void tst_Publish::publish_modes_letAWebServerRead()
+{
+    const ToolRun run = RunPublish(PublishArguments(m_release, m_output),
+                                   {"sh", "-c", R"(umask 022 && exec "$0" "$@")"});
+    QCOMPARE(run.exitCode, 0);
+    const QFileDevice::Permissions everyone =
+        QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    const QStringList paths = Tree(m_output).keys();
+    for (const QString &path : paths) {
+        QVERIFY2(QFileInfo(m_output + "/" + path).permission(everyone), qPrintable(path));
+    }
+}
+
+void tst_Publish::publish_secondVersion_standsBesideTheFirst()
+{
+    QCOMPARE(RunPublish(PublishArguments(m_release, m_output)).exitCode, 0);
+    const QMap<QString, QByteArray> first = Tree(m_output + "/3.10.25");
+    WriteFile(m_release + "/.hidden", "new");
+    QStringList arguments = PublishArguments(m_release, m_output);
+    arguments.replace(1, "3.11.0");
+    QCOMPARE(RunPublish(arguments).exitCode, 0);
+    QCOMPARE(Tree(m_output + "/3.10.25"), first);
+    QCOMPARE(Tree(m_output).value("3.11.0/.hidden"), QByteArray("new"));
+    QCOMPARE(description().value("Folder").toString(), QString("3.11.0"));
+    QCOMPARE(description().value("Version").toInt(), 3110000);
+}
+
+void tst_Publish::publish_links_areListedAndLeftOut()
+{
+    WriteFile(m_folder->filePath("outside/secret"), "secret");
+    QVERIFY(QFile::link("Contents", m_release + "/a-folder"));
+    QVERIFY(QFile::link(m_folder->filePath("outside"), m_release + "/b-outside"));
+    QVERIFY(QFile::link("nowhere", m_release + "/c-dangling"));
+    const ToolRun run = RunPublish(PublishArguments(m_release, m_output));
+    QCOMPARE(run.exitCode, 0);
+    const auto warning = [](const QString &link, const QString &target) {
+        return "publish_update: warning: symbolic link not published: " + Quoted(link) + " -> " +
+               Quoted(target) + "\n";
+    };
+    QCOMPARE(QString::fromUtf8(run.errors),
+             warning("a-folder", "Contents") + warning("b-outside", m_folder->filePath("outside")) +
+                 warning("c-dangling", "nowhere"));
+    const QStringList paths = Tree(m_output + "/3.10.25").keys();
+    for (const QString &path : paths) {
+        QVERIFY2(!path.startsWith("a-") && !path.startsWith("b-") && !path.startsWith("c-"),
+                 qPrintable(path));
+    }
+}
+
+void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay_data()
+{
+    QTest::addColumn<QString>("folder"); // to stand in
+    QTest::addColumn<QString>("path");
+    QTest::newRow("relative") << ""
+                              << "release";
+    QTest::newRow("separator at the end") << ""
+                                          << "release/";
+    QTest::newRow("several separators") << ""
+                                        << "release//";
+    QTest::newRow("dot before") << ""
+                                << "./release";
+    QTest::newRow("dot behind") << ""
+                                << "release/.";
+    QTest::newRow("dot only") << "release"
+                              << ".";
+    QTest::newRow("dot and separator") << "release"
+                                       << "./";
+    QTest::newRow("upwards") << "release/Contents"
+                             << "..";
+    QTest::newRow("up and down again") << "release"
+                                       << "../release";
+}
+
+void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, path);
+    const ToolRun run = RunPublish(
+        PublishArguments(path, m_output),
+        {"sh", "-c", R"(cd "$0" && exec "$@")", m_folder->path() + QLatin1Char('/') + folder});
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.exitCode, 0);
+    QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    const QByteArray manifest = published.take("update_md5.info");
+    QCOMPARE(published, Tree(m_release));
+    QCOMPARE(ParseMd5File(manifest).keys(),
+             QStringList({".hidden", "Contents/MacOS/Host", QStringLiteral("资源/a b.txt")}));
+}
+
+void tst_Publish::publish_noThreads_doesItsWorkAllTheSame()
+{
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    QSKIP("The sanitizer needs threads of its own.");
+#endif
+    // Nobody has this user number; root's threads are not limited.
+    const QStringList nobody{"setpriv", "--reuid=54321", "--inh-caps=+dac_override",
+                             "--ambient-caps=+dac_override"};
+    const QStringList wrapper{"prlimit", "--nproc=1"};
+    const ToolRun run = RunPublish(PublishArguments(m_release, m_output),
+                                   ::geteuid() == 0 ? nobody + wrapper : wrapper);
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.exitCode, 0);
+    QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    QVERIFY(published.remove("update_md5.info"));
+    QCOMPARE(published, Tree(m_release));
+}
+
+void tst_Publish::publish_minVersionAbove_isWarnedOf()
+{
+    QStringList arguments = PublishArguments(m_release, m_output);
+    arguments.replace(3, "3.10.26");
+    const ToolRun run = RunPublish(arguments);
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(run.errors.contains("warning: the minimum version is above the version"));
+}
+
+void tst_Publish::publish_otherLocale_writesUtf8AllTheSame()
+{
+    const ToolRun run = RunPublish(PublishArguments(m_release, m_output), {"env", "LC_ALL=C"});
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(Tree(m_output).contains(QStringLiteral("3.10.25/资源/a b.txt")));
+    QVERIFY(Tree(m_output).value("3.10.25/update_md5.info").contains("资源/a b.txt"));
+}
+
+void tst_Publish::publish_terminal_showsProgress()
+{
+    const QStringList arguments = PublishArguments(m_release, m_output);
+    const QString command = PublishProgram() + " '" + arguments.join("' '") + "'";
+    QProcess terminal;
+    terminal.start("script", {"-qec", command, "/dev/null"});
+    QVERIFY(terminal.waitForFinished());
+    QCOMPARE(terminal.exitCode(), 0);
+    const QByteArray shown = terminal.readAllStandardOutput();
+    QVERIFY2(shown.contains(" of 3 files copied"), shown.constData());
+    QVERIFY2(shown.contains("%  "), shown.constData());
+}
+
+void tst_Publish::usage_bad_exitsWith2_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    const QStringList good = PublishArguments("RELEASE", "OUTPUT");
+    const auto without = [&good](int index, int count) -> QStringList {
+        return good.mid(0, index) + good.mid(index + count);
+    };
+    QTest::newRow("nothing") << QStringList();
+    QTest::newRow("no version") << without(0, 2);
+    QTest::newRow("no minimum version") << without(2, 2);
+    QTest::newRow("no download address") << without(4, 2);
+    QTest::newRow("no output folder") << without(7, 1);
+    QTest::newRow("a third folder") << good + QStringList("THIRD");
+    QTest::newRow("unknown option") << good + QStringList("--quick");
+    QTest::newRow("option without its value") << good + QStringList("--folder");
+    QTest::newRow("empty version") << without(0, 2) + QStringList{"--version", ""};
+    QTest::newRow("empty output folder") << without(7, 1) + QStringList("");
+    QTest::newRow("verify without an address") << QStringList("--verify");
+    QTest::newRow("verify and a folder") << QStringList({"--verify", "http://h", "RELEASE"});
+    QTest::newRow("verify and publish") << good + QStringList({"--verify", "http://h"});
+    QTest::newRow("verify and an option") << QStringList{"--verify", "http://h", "--force"};
+    QTest::newRow("verify a name") << QStringList({"--verify", "h"});
+    QTest::newRow("verify another scheme") << QStringList({"--verify", "file:///tmp"});
+    QTest::newRow("verify no host") << QStringList({"--verify", "http:///a"});
+    QTest::newRow("verify a query") << QStringList({"--verify", "http://h/?a"});
+    QTest::newRow("verify an empty address") << QStringList({"--verify", ""});
+}
+
+void tst_Publish::usage_bad_exitsWith2()
+{
+    QFETCH(QStringList, arguments);
+    arguments.replaceInStrings(QRegularExpression("^RELEASE$"), m_release);
+    arguments.replaceInStrings(QRegularExpression("^OUTPUT$"), m_output);
+    const ToolRun run = RunPublish(arguments);
+    QCOMPARE(run.exitCode, 2);
+    QCOMPARE(run.output, QByteArray());
+    QVERIFY(run.errors.startsWith("publish_update: "));
+    QVERIFY(run.errors.endsWith("Try publish_update --help.\n"));
+    QVERIFY(!QFileInfo::exists(m_output));
+}
+
+void tst_Publish::usage_help_exitsWith0()
+{
+    const ToolRun run = RunPublish({"--help"});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.errors, QByteArray());
+    for (const char *option : {"--version", "--min-version", "--download-url", "--version-string",
+                               "--folder", "--force", "--verify", "RELEASE_DIR", "OUTPUT_DIR"}) {
+        QVERIFY2(run.output.contains(option), option);
+    }
+}
+
+QTEST_GUILESS_MAIN(tst_Publish)
+#include "tst_publish.moc"

@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tools/publish_update/SystemCalls.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+QString SystemError()
+{
+    return QString::fromStdString(std::generic_category().message(errno));
+}
+
+bool MakeFolder(const QString &path)
+{
+    return ::mkdir(QFile::encodeName(path).constData(), 0777) == 0; // less the umask
+}
+
+bool Move(const QString &from, const QString &to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+bool WriteAll(QFile &file, const char *block, qint64 length)
+{
+    // A write that ends early is gone on with, so that the error shows.
+    while (length > 0) {
+        const qint64 written = file.write(block, length);
+        if (written <= 0) {
+            return false;
+        }
+        block += written;
+        length -= written;
+    }
+    return true;
+}
+
+bool SyncFolder(const QString &path)
+{
+    const int folder =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) {
+        return false;
+    }
+    // EINVAL: a file system that syncs no folders has nothing to wait for.
+    const bool synced = ::fsync(folder) == 0 || errno == EINVAL;
+    const int error = errno;
+    (void)::close(folder);
+    errno = error;
+    return synced;
+}
