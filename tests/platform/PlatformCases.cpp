@@ -93,36 +93,36 @@ QList<HomeCase> dotCases()
 {
     const QString usual = QStringLiteral("{stage}/home/.a.b.c");
 
-    // The stage's own path starts with one folder name, whose like can be taken beside "work".
+    // The stage's own path starts with one folder name, whose like can be taken beside "cwd".
     HomeCase once = dotted("a plain file in its place: one dot, relative to the working directory",
                            {usual}, QStringLiteral(".{stage}/home/.a.b.c"),
-                           QStringLiteral("{stage}/work{stage}/home/.a.b.c"));
+                           QStringLiteral("{stage}/cwd{stage}/home/.a.b.c"));
 
     HomeCase twice = dotted("plain files twice: two dots, in the folder above",
-                            {usual, QStringLiteral("{stage}/work{stage}/home/.a.b.c")},
+                            {usual, QStringLiteral("{stage}/cwd{stage}/home/.a.b.c")},
                             QStringLiteral("..{stage}/home/.a.b.c"),
                             QStringLiteral("{stage}{stage}/home/.a.b.c"));
 
     HomeCase thrice = dotted("plain files three times: a folder of three dots",
-                             {usual, QStringLiteral("{stage}/work{stage}/home/.a.b.c"),
+                             {usual, QStringLiteral("{stage}/cwd{stage}/home/.a.b.c"),
                               QStringLiteral("{stage}{stage}/home/.a.b.c")},
                              QStringLiteral("...{stage}/home/.a.b.c"),
-                             QStringLiteral("{stage}/work/...{stage}/home/.a.b.c"));
+                             QStringLiteral("{stage}/cwd/...{stage}/home/.a.b.c"));
 
     HomeCase home = dotted("a plain file in place of the home", {QStringLiteral("{stage}/flat")},
                            QStringLiteral(".{stage}/flat/.a.b.c"),
-                           QStringLiteral("{stage}/work{stage}/flat/.a.b.c"));
+                           QStringLiteral("{stage}/cwd{stage}/flat/.a.b.c"));
     home.home = QStringLiteral("{stage}/flat");
 
     HomeCase many = thrice;
     many.rule = "two hundred tries are not too many";
     for (int dots = 3; dots < 200; ++dots) {
-        many.files.append(QStringLiteral("{stage}/work/") + QString(dots, QLatin1Char('.')));
+        many.files.append(QStringLiteral("{stage}/cwd/") + QString(dots, QLatin1Char('.')));
     }
     const QString longest = QString(200, QLatin1Char('.')) + usual;
     many.out = printed(longest);
     many.log = created(longest) + chosen(longest);
-    many.made = QStringList{QStringLiteral("{stage}/work/") + longest};
+    many.made = QStringList{QStringLiteral("{stage}/cwd/") + longest};
 
     return {once, twice, thrice, home, many};
 }
@@ -132,8 +132,8 @@ QList<HomeCase> ordinaryUserCases()
     HomeCase existing = makes("an existing folder that is not writable is only reported",
                               QStringLiteral("taken/.a.b.c"));
     existing.home = QStringLiteral("taken");
-    existing.folders = QStringList{QStringLiteral("work/taken/.a.b.c")};
-    existing.locked = QStringList{QStringLiteral("work/taken/.a.b.c")};
+    existing.folders = QStringList{QStringLiteral("cwd/taken/.a.b.c")};
+    existing.locked = QStringList{QStringLiteral("cwd/taken/.a.b.c")};
     existing.commands = QStringList{QStringLiteral("version"), QStringLiteral("ordinary user"),
                                     QStringLiteral("home")};
     existing.out = QStringLiteral("version=1.2.3\n") + existing.out;
@@ -142,11 +142,11 @@ QList<HomeCase> ordinaryUserCases()
     HomeCase unwritable =
         makes("a home that is not writable: one dot", QStringLiteral(".taken/.a.b.c"));
     unwritable.home = existing.home;
-    unwritable.folders = QStringList{QStringLiteral("work/taken")};
+    unwritable.folders = QStringList{QStringLiteral("cwd/taken")};
     unwritable.locked = unwritable.folders;
     unwritable.commands = existing.commands;
     unwritable.out = QStringLiteral("version=1.2.3\n") + unwritable.out;
-    unwritable.made = QStringList{QStringLiteral("work/.taken/.a.b.c")};
+    unwritable.made = QStringList{QStringLiteral("cwd/.taken/.a.b.c")};
 
     return {existing, unwritable};
 }

@@ -9,7 +9,7 @@
 #include <QStringList>
 
 /// One run of ApplicationHomePath(). "{stage}" stands for the absolute path of the temporary
-/// folder in which all happens, and in which "home" is HOME and "work" the working directory.
+/// folder in which all happens, and in which "home" is HOME and "cwd" the working directory.
 struct HomeCase {
     const char *rule = nullptr;
     QString identifier = QStringLiteral("a.b.c"); ///< null: the bundle has none

@@ -12,7 +12,7 @@ Stage::Stage(const QString &driver, const QString &place)
     : environment(QProcessEnvironment::systemEnvironment()), m_driver(path(place))
 {
     makeFolder(QStringLiteral("home"));
-    makeFolder(QStringLiteral("work"));
+    makeFolder(QStringLiteral("cwd"));
     makeFolder(QFileInfo(m_driver).path());
     if (!QFile::copy(driver, m_driver)) {
         qFatal("%s cannot be copied", qPrintable(driver));
@@ -65,7 +65,7 @@ RunResult Stage::run(const QStringList &commands)
     }
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(path(QStringLiteral("work")));
+    process.setWorkingDirectory(path(QStringLiteral("cwd")));
     process.start(m_driver, arguments);
 
     RunResult result;

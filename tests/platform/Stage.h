@@ -17,7 +17,7 @@ struct RunResult {
 };
 
 /// A temporary folder with all that a driver program sees: the folder "home" for HOME, the working
-/// directory "work", and the bundle "Sample.app" with a copy of the driver in it.
+/// directory "cwd", and the bundle "Sample.app" with a copy of the driver in it.
 class Stage {
 public:
     /// \a driver  path of the driver program.

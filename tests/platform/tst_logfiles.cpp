@@ -48,7 +48,7 @@ void tst_LogFiles::place_dataDirectory_decides_data()
     row("Log is a plain file", "{stage}/data", "file", "data/2024-03-07.log");
     row("Log is a link to nowhere", "{stage}/data", "link", "data/2024-03-07.log");
     row("Chinese letters", "{stage}/数据 目录", "", "数据 目录/Log/2024-03-07.log");
-    row("relative to the working directory", "./data", "", "work/data/Log/2024-03-07.log");
+    row("relative to the working directory", "./data", "", "cwd/data/Log/2024-03-07.log");
 }
 
 void tst_LogFiles::place_dataDirectory_decides()
@@ -58,7 +58,7 @@ void tst_LogFiles::place_dataDirectory_decides()
     QFETCH(QString, file);
     LogStage stage;
     const bool relative = dataDirectory.startsWith(QLatin1Char('.'));
-    const QString folder = relative ? QStringLiteral("work/data") : stage.fill(dataDirectory);
+    const QString folder = relative ? QStringLiteral("cwd/data") : stage.fill(dataDirectory);
     stage.makeFolder(folder);
     stage.environment.insert(QStringLiteral("DATA_DIRECTORY"), stage.fill(dataDirectory));
     const QString logPath = stage.path(folder + QStringLiteral("/Log"));
@@ -83,7 +83,7 @@ void tst_LogFiles::place_noDataDirectory_isTheWorkingDirectory()
     stage.environment.remove(QStringLiteral("DATA_DIRECTORY"));
     const RunResult run = stage.run(initAndLog);
     QVERIFY2(run.exitCode == 0, run.err.constData());
-    QCOMPARE(stage.fileContent(QStringLiteral("work/Log/2024-03-07.log")),
+    QCOMPARE(stage.fileContent(QStringLiteral("cwd/Log/2024-03-07.log")),
              LogStage::line('C', "text"));
 }
 

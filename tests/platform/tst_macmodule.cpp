@@ -188,7 +188,7 @@ void tst_MacModule::sandboxed_noHome_isTheWorkingDirectory()
     QVERIFY2(run.exitCode == 0, run.err.constData());
     QVERIFY2(run.err.contains("\nsandboxed:path=(null)\n"), run.err.constData());
     QCOMPARE(QString::fromUtf8(run.out),
-             stage.fill(QStringLiteral("home={stage}/work\nhome={stage}/work\n")));
+             stage.fill(QStringLiteral("home={stage}/cwd\nhome={stage}/cwd\n")));
 }
 
 void tst_MacModule::sandboxed_noHomeAndLongWorkingDirectory_isEmpty()
@@ -215,7 +215,7 @@ void tst_MacModule::notSandboxed_noHome_isNamedNull()
 
     QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(run.out, QByteArray("home=(null)/.a.b.c\n"));
-    QVERIFY(QFileInfo(stage.path(QStringLiteral("work/(null)/.a.b.c"))).isDir());
+    QVERIFY(QFileInfo(stage.path(QStringLiteral("cwd/(null)/.a.b.c"))).isDir());
 }
 
 void tst_MacModule::hideWindowCaptionBar_view_isTreatedInOrder()

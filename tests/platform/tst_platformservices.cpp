@@ -66,7 +66,7 @@ void tst_PlatformServices::applicationHomePath_noHomeAnywhere_isNamedNull()
 
     QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(run.out, QByteArray("home=(null)/.a.b.c\n"));
-    QVERIFY(QFileInfo(stage.path(QStringLiteral("work/(null)/.a.b.c"))).isDir());
+    QVERIFY(QFileInfo(stage.path(QStringLiteral("cwd/(null)/.a.b.c"))).isDir());
 }
 
 void tst_PlatformServices::applicationHomePath_propertyListChanged_keepsTheIdentifier()
