@@ -4,7 +4,7 @@
 #
 # isolated.sh PROGRAM [ARGUMENT...]: runs a test in surroundings of its own. The program sees its own
 # HOME, TMPDIR, XDG_RUNTIME_DIR and working directory, which are removed at the end, and none of the
-# caller's environment but PATH and the options of the sanitizers.
+# caller's environment but PATH and the options of the sanitizers and the coverage counters.
 set -u
 
 support=$(cd "$(dirname "$0")" && pwd)
@@ -24,6 +24,7 @@ env -i \
   QT_QPA_PLATFORM=offscreen \
   ASAN_OPTIONS="${ASAN_OPTIONS-fast_unwind_on_malloc=0}" \
   LSAN_OPTIONS="${LSAN_OPTIONS-suppressions=$support/lsan.supp:print_suppressions=0}" \
+  GCOV_ERROR_FILE="${GCOV_ERROR_FILE-}" \
   TSAN_OPTIONS="${TSAN_OPTIONS-}" \
   UBSAN_OPTIONS="${UBSAN_OPTIONS-print_stacktrace=1}" \
   "$@" &
