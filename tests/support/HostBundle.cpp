@@ -82,13 +82,16 @@ void HostBundle::addHost(const QString &name) const
 }
 
 std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
-                                            const QProcessEnvironment &environment) const
+                                            const QProcessEnvironment &environment,
+                                            const QStringList &wrapper) const
 {
     auto session = std::make_unique<ChildProcess>();
     session->setProcessEnvironment(environment);
     session->setWorkingDirectory(path(QStringLiteral("work")));
     session->setStandardErrorFile(path(QStringLiteral("records/stderr")));
-    session->start(updaterPath(), arguments);
+    QStringList command = wrapper + QStringList(updaterPath()) + arguments;
+    const QString program = command.takeFirst();
+    session->start(program, command);
     return session;
 }
 
