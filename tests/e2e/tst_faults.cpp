@@ -48,6 +48,7 @@ private slots:
 
 private:
     void serve(const ScriptedServer::Handler &handler);
+    bool tookNormalMemory(const MeasuredSession &session);
 
     std::unique_ptr<ScriptedServer> m_server;
     std::vector<Waiting> m_waiting;
@@ -65,6 +66,15 @@ void tst_Faults::serve(const ScriptedServer::Handler &handler)
 {
     m_server.reset();
     m_server = std::make_unique<ScriptedServer>(handler, UPDATER_PORT);
+}
+
+bool tst_Faults::tookNormalMemory(const MeasuredSession &session)
+{
+    if (m_plainMebibytes == 0) {
+        m_plainMebibytes = session.peakMebibytes();
+    }
+    return !PeakMemory::isComparable() ||
+           session.peakMebibytes() < m_plainMebibytes + AllowedMebibytes;
 }
 
 void tst_Faults::answer_faulty_endsByWhatArrives_data()
@@ -92,11 +102,7 @@ void tst_Faults::answer_faulty_endsByWhatArrives()
     QVERIFY(session.lifetime() < QuickMs);
     QVERIFY(m_server->requests().size() <= MostRequests);
     QCOMPARE(session.leftFiles(), QStringList());
-    if (m_plainMebibytes == 0) {
-        m_plainMebibytes = session.peakMebibytes();
-    }
-    QVERIFY(!PeakMemory::isComparable() ||
-            session.peakMebibytes() < m_plainMebibytes + AllowedMebibytes);
+    QVERIFY(tookNormalMemory(session));
 }
 
 /// Lets them all wait at the same time. Each gets its answer when its request comes.
@@ -139,6 +145,7 @@ void tst_Faults::answer_withoutEnd_isWaitedForAsLongAsTheLimit()
         arrives.isNull() ? FetchFailed(QStringLiteral("网络超时,status=0")) : Arrived(arrives);
     QCOMPARE(end.text(), expected.text());
     QCOMPARE(waiting.session->leftFiles(), QStringList());
+    QVERIFY(tookNormalMemory(*waiting.session));
 }
 
 /// A killed process's sockets are closed in the order in which they were made.
