@@ -5,6 +5,8 @@
 
 #include <QProcess>
 
+#include <utility>
+
 namespace {
 
 using Ending = FaultyAnswer::Ending;
@@ -34,7 +36,7 @@ QByteArray Chunk(const QByteArray &data)
 /// Makes the rows.
 class Table {
 public:
-    explicit Table(const QByteArray &body) : m_body(body) {}
+    explicit Table(QByteArray body) : m_body(std::move(body)) {}
 
     void addHeads();
     void addResets();

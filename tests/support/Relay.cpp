@@ -25,26 +25,27 @@ void Relay::take()
             client->disconnectFromHost();
             continue;
         }
-        auto *server = new QTcpSocket(client); // whatever is written before it is connected waits
-        server->connectToHost(QHostAddress::LocalHost, port);
-        QObject::connect(client, &QTcpSocket::readyRead, server,
-                         [client, server] { server->write(client->readAll()); });
+        auto *origin = new QTcpSocket(client); // whatever is written before it is connected waits
+        origin->connectToHost(QHostAddress::LocalHost, port);
+        QObject::connect(client, &QTcpSocket::readyRead, origin,
+                         [client, origin] { origin->write(client->readAll()); });
         QObject::connect(
-            server, &QTcpSocket::readyRead, client,
-            [this, client, server, left = m_limit]() mutable { pass(*server, *client, left); });
-        QObject::connect(server, &QTcpSocket::disconnected, client,
+            origin, &QTcpSocket::readyRead, client,
+            [this, client, origin, left = m_limit]() mutable { pass(*origin, *client, left); });
+        QObject::connect(origin, &QTcpSocket::disconnected, client,
                          &QTcpSocket::disconnectFromHost);
     }
 }
 
-void Relay::pass(QTcpSocket &server, QTcpSocket &client, qint64 &left)
+void Relay::pass(QTcpSocket &origin, QTcpSocket &client, qint64 &left)
 {
-    QByteArray bytes = server.readAll();
+    QByteArray bytes = origin.readAll();
     if (left != NoLimit) {
         bytes.truncate(static_cast<int>(qMin<qint64>(left, bytes.size())));
         left -= bytes.size();
     }
-    m_passed += client.write(bytes);
+    m_passed += bytes.size();
+    client.write(bytes);
     if (left == 0) {
         client.disconnectFromHost(); // after what was written
     }

@@ -26,7 +26,7 @@ public:
 
 private:
     void take();
-    void pass(QTcpSocket &server, QTcpSocket &client, qint64 &left);
+    void pass(QTcpSocket &origin, QTcpSocket &client, qint64 &left);
 
     const QList<quint16> m_ports;
     const qint64 m_limit;
