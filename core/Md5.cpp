@@ -13,7 +13,7 @@ QByteArray Md5Text(const QByteArray &digest)
 {
     // Little-endian words on purpose: published manifests carry this form, not the usual one.
     QByteArray words = digest;
-    for (auto word = words.begin(); word != words.end(); word += 4) {
+    for (char *word = words.begin(); word != words.end(); word += 4) {
         std::reverse(word, word + 4);
     }
     return words.toHex();
@@ -27,6 +27,7 @@ QByteArray Md5Hash(QByteArray data)
 bool CheckFileMd5(QString path, QByteArray md5)
 {
     QFile file(path);
+    // It is read whole with one call, which a buffer in between would only slow down.
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         return false;
     }
