@@ -85,11 +85,16 @@ std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
                                             const QProcessEnvironment &environment) const
 {
     auto session = std::make_unique<ChildProcess>();
-    session->setProcessEnvironment(environment);
-    session->setWorkingDirectory(path(QStringLiteral("work")));
-    session->setStandardErrorFile(path(QStringLiteral("records/stderr")));
+    prepare(*session, environment);
     session->start(updaterPath(), arguments);
     return session;
+}
+
+void HostBundle::prepare(QProcess &session, const QProcessEnvironment &environment) const
+{
+    session.setProcessEnvironment(environment);
+    session.setWorkingDirectory(path(QStringLiteral("work")));
+    session.setStandardErrorFile(path(QStringLiteral("records/stderr")));
 }
 
 QProcessEnvironment HostBundle::environment() const

@@ -37,6 +37,8 @@ public:
     /// Starts a session in \a environment; the caller waits for its end.
     std::unique_ptr<QProcess> start(const QStringList &arguments,
                                     const QProcessEnvironment &environment) const;
+    /// Gives \a session all that start() would; the caller starts updaterPath() with it.
+    void prepare(QProcess &session, const QProcessEnvironment &environment) const;
     /// The surroundings of a session without windows; Desktop::shownIn() adds them.
     QProcessEnvironment environment() const;
 
