@@ -140,7 +140,7 @@ QByteArray tst_GuardStorm::live()
     ReadySession session(*m_bundle, shot);
     const qint64 start = Now();
     shot.fire();
-    const QByteArray output = End(session);
+    QByteArray output = End(session);
     if (output == NoUpdate) {
         m_askedAfter = m_lastRequest - start;
         m_wholeLife = Now() - start;

@@ -28,7 +28,7 @@ bool HasOwnSurroundings = false;
 QByteArray Json(const QByteArray &version)
 {
     return "{\"Version\":" + version +
-           ",\"VersionString\":\"3.10.25\",\"MinVersion\":1,\"Folder\":\"f\",\"DownloadUrl\":\"" +
+           R"(,"VersionString":"3.10.25","MinVersion":1,"Folder":"f","DownloadUrl":")" +
            Download.toUtf8() + "\"}";
 }
 

@@ -10,12 +10,12 @@
 #include <QRegularExpression>
 #include <QThread>
 
-#include <algorithm>
+#include <array>
 
 namespace {
 
-constexpr int PatienceMs = 60000;
-constexpr int ALot = 20000; // bytes, some hundred lines
+constexpr int PatienceMs = 200000; // for a storm under a sanitizer on a machine with other work
+constexpr int ALot = 20000;        // bytes, some hundred lines
 
 const QRegularExpression &LinePattern()
 {
@@ -102,16 +102,16 @@ void LogStorm::start(int lines, const QStringList &options)
 
 bool LogStorm::goesOn() const
 {
-    std::vector<qint64> enough;
+    std::array<qint64, Processes> enough{};
     for (int i = 0; i < Processes; ++i) {
-        enough.push_back(QFileInfo(errorFile(i)).size() + ALot);
+        enough.at(static_cast<std::size_t>(i)) = QFileInfo(errorFile(i)).size() + ALot;
     }
     QElapsedTimer timer;
     timer.start();
     for (int i = 0; i < Processes; ++i) {
         const auto &process = m_processes[static_cast<std::size_t>(i)];
         while (process->state() != QProcess::NotRunning &&
-               QFileInfo(errorFile(i)).size() < enough[static_cast<std::size_t>(i)]) {
+               QFileInfo(errorFile(i)).size() < enough.at(static_cast<std::size_t>(i))) {
             if (timer.elapsed() > PatienceMs) {
                 return false;
             }

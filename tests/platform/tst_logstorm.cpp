@@ -14,6 +14,7 @@
 
 namespace {
 
+constexpr int PatienceMs = 60000;
 constexpr int Rounds = 4;
 constexpr qint64 DiskSize = 64 << 20;
 
@@ -63,7 +64,7 @@ void tst_LogStorm::checkSkipped(const LogStorm &storm, const StormLines &lines, 
 
 void tst_LogStorm::lines_ofEveryThread_areThereOnce()
 {
-    constexpr int Lines = 3125; // of each thread: 100,000 altogether
+    constexpr int Lines = STORM_LINES; // of each thread
     LogStorm storm;
     storm.start(Lines);
     QVERIFY(storm.stop());
@@ -137,7 +138,7 @@ void tst_LogStorm::folder_removed_skipsLinesUntilItIsBack()
         QVERIFY(storm.goesOn());
         QVERIFY(!data.exists(log)); // only a start makes it
         QVERIFY(data.mkdir(log));
-        QTRY_VERIFY(!storm.logFile().isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(!storm.logFile().isEmpty(), PatienceMs);
         QVERIFY(storm.goesOn());
     }
     QVERIFY(storm.stop());
@@ -188,10 +189,10 @@ void tst_LogStorm::disk_full_skipsLinesUntilThereIsRoom()
     QCOMPARE(::mount("none", disk.constData(), "tmpfs", 0, options.constData()), 0);
     const auto unmount = qScopeGuard([&disk] { (void)::umount2(disk.constData(), MNT_DETACH); });
     const QString filler = storm.data().filePath(QStringLiteral("filler"));
-    WriteFile(filler, QByteArray(DiskSize - (1 << 20), 'f'));
+    WriteFile(filler, QByteArray(DiskSize - (256 << 10), 'f'));
 
     storm.start();
-    QTRY_COMPARE(QStorageInfo(storm.data()).bytesAvailable(), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(QStorageInfo(storm.data()).bytesAvailable() == 0, PatienceMs);
     QVERIFY(storm.goesOn());
     const qint64 full = QFileInfo(storm.logFile()).size();
     QVERIFY(storm.goesOn());
@@ -238,7 +239,7 @@ void tst_LogStorm::midnight_duringTheStorm_partsTheFiles()
     const QDir log(storm.data().filePath(QStringLiteral("Log")));
     const QString day = now.date().toString(Qt::ISODate);
     const QString nextDay = midnight.date().toString(Qt::ISODate);
-    QTRY_VERIFY(log.exists(nextDay + QStringLiteral(".log")));
+    QTRY_VERIFY_WITH_TIMEOUT(log.exists(nextDay + QStringLiteral(".log")), PatienceMs);
     QVERIFY(storm.goesOn());
     QVERIFY(storm.stop());
     QCOMPARE(log.entryList(QDir::Files, QDir::Name),
