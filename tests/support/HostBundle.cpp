@@ -86,13 +86,18 @@ std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
                                             const QStringList &wrapper) const
 {
     auto session = std::make_unique<ChildProcess>();
-    session->setProcessEnvironment(environment);
-    session->setWorkingDirectory(path(QStringLiteral("work")));
-    session->setStandardErrorFile(path(QStringLiteral("records/stderr")));
+    prepare(*session, environment);
     QStringList command = wrapper + QStringList(updaterPath()) + arguments;
     const QString program = command.takeFirst();
     session->start(program, command);
     return session;
+}
+
+void HostBundle::prepare(QProcess &session, const QProcessEnvironment &environment) const
+{
+    session.setProcessEnvironment(environment);
+    session.setWorkingDirectory(path(QStringLiteral("work")));
+    session.setStandardErrorFile(path(QStringLiteral("records/stderr")));
 }
 
 QProcessEnvironment HostBundle::environment() const

@@ -39,6 +39,8 @@ public:
     std::unique_ptr<QProcess> start(const QStringList &arguments,
                                     const QProcessEnvironment &environment,
                                     const QStringList &wrapper = {}) const;
+    /// Gives \a session all that start() would; the caller starts updaterPath() with it.
+    void prepare(QProcess &session, const QProcessEnvironment &environment) const;
     /// The surroundings of a session without windows; Desktop::shownIn() adds them.
     QProcessEnvironment environment() const;
 
