@@ -3,8 +3,9 @@
 # SPDX-License-Identifier: MIT
 #
 # fuzz.sh PROGRAM SECONDS [SEED]: runs a fuzz target in the current folder, from its committed seeds and
-# from what lies in corpus/ on, with random numbers from SEED on. Adds to corpus/, leaves an input that fails in findings/, and ends with a line
-# that tells executions and findings. The exit code tells whether there was none.
+# from what lies in corpus/ on, with random numbers from SEED on. Adds to corpus/, leaves an input that
+# fails in findings/, and ends with a line that tells executions and findings. The exit code tells
+# whether there was none.
 set -u
 
 program=$1
