@@ -82,13 +82,15 @@ void HostBundle::addHost(const QString &name) const
 }
 
 std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
-                                            const QProcessEnvironment &environment) const
+                                            const QProcessEnvironment &environment,
+                                            const QStringList &wrapper) const
 {
+    const QStringList command = wrapper + QStringList{updaterPath()} + arguments;
     auto session = std::make_unique<ChildProcess>();
     session->setProcessEnvironment(environment);
     session->setWorkingDirectory(path(QStringLiteral("work")));
     session->setStandardErrorFile(path(QStringLiteral("records/stderr")));
-    session->start(updaterPath(), arguments);
+    session->start(command.constFirst(), command.mid(1));
     return session;
 }
 

@@ -34,9 +34,11 @@ public:
     /// Makes an executable in the bundle that writes its arguments down for hostArguments().
     void addHost(const QString &name) const;
 
-    /// Starts a session in \a environment; the caller waits for its end.
+    /// Starts a session in \a environment; the caller waits for its end. A \a wrapper is a command
+    /// that the updater's own command line is put behind.
     std::unique_ptr<QProcess> start(const QStringList &arguments,
-                                    const QProcessEnvironment &environment) const;
+                                    const QProcessEnvironment &environment,
+                                    const QStringList &wrapper = {}) const;
     /// The surroundings of a session without windows; Desktop::shownIn() adds them.
     QProcessEnvironment environment() const;
 
