@@ -30,8 +30,8 @@ def row(name, what, against, limit):
     return register
 
 
-def bare(name, here):
-    return quoted(BENCH / name, f"{here.base}{stage.SECTIONS}/update.json")
+def bare(name, here, *more):
+    return quoted(BENCH / name, f"{here.base}{stage.SECTIONS}/update.json", *more)
 
 
 def check_session(here):
@@ -60,12 +60,18 @@ def session_memory(here):
 
 @row("notice", "start to notice painted (Xvfb)",
      "a bare QDialog with the same background after one GET", 1.20)
-def notice(here):
+def notice(here, *texts):
     stage.publish(3010000)
     until_shown = BENCH / "until_shown"
     return report.times(*measure.printed_times(
-        [quoted(until_shown, UPDATER), quoted(until_shown) + " " + bare("bare_dialog", here)],
+        [quoted(until_shown, UPDATER),
+         quoted(until_shown) + " " + bare("bare_dialog", here, *texts)],
         here.screen_env, rounds=41))
+
+
+@row("notice-texts", "the same", "the bare QDialog with the notice's texts on it", None)
+def notice_texts(here):
+    return notice(here, "texts")
 
 
 def against_awk(here, benchmark, file):
@@ -181,11 +187,20 @@ def resume_time(here):
         [resume(100000), md5sum_check("staged100000")], here.env, 7, any_exit_code=True))
 
 
+def log_lines(here, other):
+    result = measure.inside(IN_PROCESS, DATA, here.env, f"^(LogLine|{other})$", 41)
+    return report.times(result["LogLine"], result[other])
+
+
 @row("log-line", "one log line (previous handler silent)",
      "a plain Qt loop: format, open, append, close", 1.10)
 def log_line(here):
-    result = measure.inside(IN_PROCESS, DATA, here.env, "^LogLine", 41)
-    return report.times(result["LogLine"], result["LogLinePlain"])
+    return log_lines(here, "LogLinePlain")
+
+
+@row("log-line-day", "the same", "the plain loop with the day's file worked out for each line", 1.10)
+def log_line_of_the_day(here):
+    return log_lines(here, "LogLinePlainOfTheDay")
 
 
 @row("publish", "publish_update, 2 GiB in 2,000 files, both cores", "cp -r, then md5sum over the same",

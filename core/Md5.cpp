@@ -5,23 +5,18 @@
 
 #include <QCryptographicHash>
 #include <QFile>
-#include <QtEndian>
 
-#include <array>
+#include <algorithm>
 #include <cctype>
-#include <cstddef>
-#include <cstdio>
 
 QByteArray Md5Text(const QByteArray &digest)
 {
     // Little-endian words on purpose: published manifests carry this form, not the usual one.
-    const auto word = [&digest](std::size_t index) {
-        return qFromLittleEndian<quint32>(digest.constData() + 4 * index);
-    };
-    std::array<char, 33> text{};
-    (void)std::snprintf(text.data(), text.size(), "%08x%08x%08x%08x", word(0), word(1), word(2),
-                        word(3));
-    return text.data();
+    QByteArray words = digest;
+    for (char *word = words.begin(); word != words.end(); word += 4) {
+        std::reverse(word, word + 4);
+    }
+    return words.toHex();
 }
 
 QByteArray Md5Hash(QByteArray data)
@@ -32,7 +27,8 @@ QByteArray Md5Hash(QByteArray data)
 bool CheckFileMd5(QString path, QByteArray md5)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    // It is read whole with one call, which a buffer in between would only slow down.
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         return false;
     }
     return Md5Hash(file.readAll()) == md5;

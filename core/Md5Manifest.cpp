@@ -3,9 +3,13 @@
 
 #include "core/Func.h"
 
+#include <QVector>
+
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -54,30 +58,54 @@ QString RelativePath(Bytes field)
     return path;
 }
 
+/// Splits \a line into the fields of \a record. Returns false when there are not exactly three.
+bool ReadRecord(Bytes line, tagDownloadFileInfo &record)
+{
+    const auto firstTab = line.find('\t');
+    const auto secondTab = firstTab == Bytes::npos ? firstTab : line.find('\t', firstTab + 1);
+    if (secondTab == Bytes::npos || line.find('\t', secondTab + 1) != Bytes::npos) {
+        return false;
+    }
+    const quint64 size = HexSize(line.substr(firstTab + 1, secondTab - firstTab - 1));
+    record.path = RelativePath(line.substr(secondTab + 1));
+    record.sizeHigh = static_cast<quint32>(size >> 32U);
+    record.sizeLow = static_cast<quint32>(size);
+    record.md5 = QByteArray(line.data(), static_cast<int>(firstTab));
+    return true;
+}
+
 } // namespace
 
 QMap<QString, tagDownloadFileInfo> ParseMd5File(QByteArray content)
 {
     QMap<QString, tagDownloadFileInfo> result;
+    QVector<tagDownloadFileInfo> unsorted;
     Bytes rest(content.constData(), static_cast<std::size_t>(content.size()));
+    auto last = result.end();
     while (!rest.empty()) {
         Bytes line = TakeLine(rest);
         if (!line.empty() && line.back() == '\r') {
             line.remove_suffix(1);
         }
-        const auto firstTab = line.find('\t');
-        const auto secondTab = firstTab == Bytes::npos ? firstTab : line.find('\t', firstTab + 1);
-        if (secondTab == Bytes::npos || line.find('\t', secondTab + 1) != Bytes::npos) {
+        tagDownloadFileInfo record;
+        if (!ReadRecord(line, record)) {
             continue;
         }
-        const QString path = RelativePath(line.substr(secondTab + 1));
-        const quint64 size = HexSize(line.substr(firstTab + 1, secondTab - firstTab - 1));
-        // Manifests are mostly sorted, and at the end a sorted path needs no search.
-        tagDownloadFileInfo &record = *result.insert(result.constEnd(), path, {});
-        record.path = path;
-        record.sizeHigh = static_cast<quint32>(size >> 32U);
-        record.sizeLow = static_cast<quint32>(size);
-        record.md5 = QByteArray(line.data(), static_cast<int>(firstTab));
+        // Manifests are mostly sorted: what comes in order is put at the end without a search.
+        if (last == result.end() || last->path < record.path) {
+            last = result.insert(result.constEnd(), record.path, record);
+        } else {
+            unsorted.append(std::move(record));
+        }
+    }
+    // Sorting first is quicker than searching the place of each. The sort is stable, and a path
+    // that the map has already came before: so the later line of a path wins, as it has to.
+    std::stable_sort(unsorted.begin(), unsorted.end(),
+                     [](const auto &one, const auto &other) { return one.path < other.path; });
+    auto next = result.constBegin();
+    for (const tagDownloadFileInfo &record : qAsConst(unsorted)) {
+        next = result.insert(next, record.path, record);
+        ++next;
     }
     return result;
 }

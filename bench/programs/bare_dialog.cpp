@@ -4,11 +4,13 @@
 #include <QApplication>
 #include <QDialog>
 #include <QEventLoop>
+#include <QLabel>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QPainter>
 #include <QPixmap>
+#include <QPushButton>
 #include <QUrl>
 
 namespace {
@@ -28,9 +30,21 @@ protected:
     }
 };
 
+/// The texts of the notice, with nothing that makes them look so.
+void AddTexts(QDialog &dialog)
+{
+    auto *label = new QLabel(QStringLiteral("发现新版本：3.1.0"), &dialog);
+    label->setGeometry(28, 250, 507, 40);
+    auto *update = new QPushButton(QStringLiteral("立即更新"), &dialog);
+    update->setGeometry(360, 310, 80, 24);
+    auto *skip = new QPushButton(QStringLiteral("以后再说"), &dialog);
+    skip->setGeometry(460, 310, 80, 24);
+}
+
 } // namespace
 
-/// bare_dialog URL: shows nothing but the dialogs' background once URL was fetched.
+/// bare_dialog URL [texts]: shows nothing but the dialogs' background once URL was fetched, or that
+/// and the notice's texts.
 int main(int argc, char *argv[])
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
@@ -43,5 +57,8 @@ int main(int argc, char *argv[])
     loop.exec();
     reply->deleteLater();
     BareDialog dialog;
+    if (argc > 2) {
+        AddTexts(dialog);
+    }
     return dialog.exec();
 }

@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <QCoreApplication>
+#include <QDate>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -112,7 +113,15 @@ void Plain(QtMsgType type, const QMessageLogContext &context, const QString &tex
     }
 }
 
-/// The same without a text stream.
+/// The same with the day's file worked out anew for each line, as it has to be.
+void PlainOfTheDay(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    const QString name = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd.log"));
+    logFile = QDir::home().absoluteFilePath(name);
+    Plain(type, context, text);
+}
+
+/// The plain steps without a text stream.
 void PlainBytes(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     QFile file(logFile);
@@ -158,6 +167,9 @@ int main(int argc, char *argv[])
     })->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("LogLinePlain", [](benchmark::State &state) {
         LogLines(state, Plain);
+    })->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark("LogLinePlainOfTheDay", [](benchmark::State &state) {
+        LogLines(state, PlainOfTheDay);
     })->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("LogLinePlainBytes", [](benchmark::State &state) {
         LogLines(state, PlainBytes);

@@ -30,6 +30,7 @@ private slots:
     static void parseMd5File_md5_isTakenAsWritten();
     static void parseMd5File_samePath_laterLineWins_data();
     static void parseMd5File_samePath_laterLineWins();
+    static void parseMd5File_samePathsAcrossALongList_lastLineWins();
     static void parseMd5File_order_isThatOfThePaths();
 };
 
@@ -195,6 +196,21 @@ void tst_Md5Manifest::parseMd5File_samePath_laterLineWins()
     QCOMPARE(record.sizeHigh, 0U);
     QCOMPARE(record.sizeLow, 2U);
     QCOMPARE(map.value(QStringLiteral("A/b")).md5, QByteArray("y"));
+}
+
+void tst_Md5Manifest::parseMd5File_samePathsAcrossALongList_lastLineWins()
+{
+    constexpr int lines = 1000;
+    constexpr int paths = 10; // their order in the list is 9, 2, 5, 8, 1, ...
+    QByteArray content = Line("1", "z") + '\n';
+    for (int i = 0; i < lines; ++i) {
+        content += Line(QByteArray::number(i, 16), QByteArray::number((9 + 3 * i) % paths)) + '\n';
+    }
+    const QMap<QString, tagDownloadFileInfo> map = ParseMd5File(content);
+    QCOMPARE(map.size(), paths + 1);
+    for (int i = lines - paths; i < lines; ++i) {
+        QCOMPARE(map.value(QString::number((9 + 3 * i) % paths)).sizeLow, static_cast<quint32>(i));
+    }
 }
 
 void tst_Md5Manifest::parseMd5File_order_isThatOfThePaths()
