@@ -67,6 +67,7 @@ need_for_showing() {
 need_for_testing() {
   need 'command -v openssl' openssl
   need 'command -v python3' python3
+  need 'command -v faketime' faketime
   need 'command -v rsvg-convert' librsvg2-bin
   need 'command -v clang++' clang
   need 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a' libclang-rt-14-dev

@@ -89,8 +89,12 @@ void tst_Memcheck::serve()
 
 std::unique_ptr<QProcess> tst_Memcheck::start(const QStringList &arguments) const
 {
-    return m_bundle->start(arguments, m_desktop->shownIn(m_bundle->environment()),
-                           m_memcheck->wrapper());
+    const QStringList command =
+        m_memcheck->wrapper() + QStringList{m_bundle->updaterPath()} + arguments;
+    auto session = std::make_unique<ChildProcess>();
+    m_bundle->prepare(*session, m_desktop->shownIn(m_bundle->environment()));
+    session->start(command.constFirst(), command.mid(1));
+    return session;
 }
 
 /// Waits for a window and presses a key in it.

@@ -82,16 +82,19 @@ void HostBundle::addHost(const QString &name) const
 }
 
 std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
-                                            const QProcessEnvironment &environment,
-                                            const QStringList &wrapper) const
+                                            const QProcessEnvironment &environment) const
 {
-    const QStringList command = wrapper + QStringList{updaterPath()} + arguments;
     auto session = std::make_unique<ChildProcess>();
-    session->setProcessEnvironment(environment);
-    session->setWorkingDirectory(path(QStringLiteral("work")));
-    session->setStandardErrorFile(path(QStringLiteral("records/stderr")));
-    session->start(command.constFirst(), command.mid(1));
+    prepare(*session, environment);
+    session->start(updaterPath(), arguments);
     return session;
+}
+
+void HostBundle::prepare(QProcess &session, const QProcessEnvironment &environment) const
+{
+    session.setProcessEnvironment(environment);
+    session.setWorkingDirectory(path(QStringLiteral("work")));
+    session.setStandardErrorFile(path(QStringLiteral("records/stderr")));
 }
 
 QProcessEnvironment HostBundle::environment() const

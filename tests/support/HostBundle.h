@@ -34,11 +34,11 @@ public:
     /// Makes an executable in the bundle that writes its arguments down for hostArguments().
     void addHost(const QString &name) const;
 
-    /// Starts a session in \a environment; the caller waits for its end. A \a wrapper is a command
-    /// that the updater's own command line is put behind.
+    /// Starts a session in \a environment; the caller waits for its end.
     std::unique_ptr<QProcess> start(const QStringList &arguments,
-                                    const QProcessEnvironment &environment,
-                                    const QStringList &wrapper = {}) const;
+                                    const QProcessEnvironment &environment) const;
+    /// Gives \a session all that start() would; the caller starts updaterPath() with it.
+    void prepare(QProcess &session, const QProcessEnvironment &environment) const;
     /// The surroundings of a session without windows; Desktop::shownIn() adds them.
     QProcessEnvironment environment() const;
 

@@ -7,14 +7,16 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QSslCertificate>
+#include <QSslKey>
 #include <QStandardPaths>
 #include <QTcpServer>
 #include <QTcpSocket>
 
-Nginx::Nginx()
+Nginx::Nginx(quint16 port)
 {
     QTcpServer server;
-    if (!QDir().mkpath(root()) || !server.listen(QHostAddress::LocalHost)) {
+    if (!QDir().mkpath(root()) || !server.listen(QHostAddress::LocalHost, port)) {
         qFatal("The web server has no folder or no port.");
     }
     m_port = server.serverPort(); // free again at the end of this function
@@ -30,11 +32,21 @@ QString Nginx::url() const
     return QStringLiteral("http://127.0.0.1:%1").arg(m_port);
 }
 
+void Nginx::encrypt(const QSslConfiguration &tls)
+{
+    const QString certificate = m_folder.filePath(QStringLiteral("server.pem"));
+    const QString key = m_folder.filePath(QStringLiteral("server.key"));
+    WriteFile(certificate, tls.localCertificate().toPem());
+    WriteFile(key, tls.privateKey().toPem());
+    m_encryption = " ssl; ssl_certificate \"" + certificate.toUtf8() +
+                   "\"; ssl_certificate_key \"" + key.toUtf8() + '"';
+}
+
 bool Nginx::start(int bytesPerSecond)
 {
     QByteArray configuration = ReadFile(QStringLiteral(NGINX_CONFIGURATION));
     configuration.replace("@FOLDER@", m_folder.path().toUtf8());
-    configuration.replace("@PORT@", QByteArray::number(m_port));
+    configuration.replace("@PORT@", QByteArray::number(m_port) + m_encryption);
     configuration.replace("@RATE@", QByteArray::number(bytesPerSecond));
     const QString path = m_folder.filePath(QStringLiteral("nginx.conf"));
     WriteFile(path, configuration);
@@ -60,6 +72,13 @@ void Nginx::kill()
 {
     m_process.kill();
     (void)m_process.waitForFinished(5000); // may not have been started
+}
+
+QList<QByteArray> Nginx::answers() const
+{
+    QList<QByteArray> lines = ReadFile(m_folder.filePath(QStringLiteral("access.log"))).split('\n');
+    lines.removeLast(); // empty behind the last line end
+    return lines;
 }
 
 bool Nginx::isUp() const

@@ -1,25 +1,17 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "tests/support/OwnNamespaces.h"
 #include "tests/tools/InplaceFixture.h"
 
 #include <QProcess>
 #include <QtTest>
 
-#include <sched.h>
 #include <sys/mount.h>
-#include <unistd.h>
 
 namespace {
 
-bool OwnMounts = false;
-
-/// Lets this process mount volumes that nobody else sees, and that go with it.
-bool EnterOwnMounts()
-{
-    const bool entered = ::unshare(CLONE_NEWNS) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
-    return entered && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-}
+bool HasOwnMounts = false;
 
 /// Writes until there is no room left.
 void FillUp(const QString &path)
@@ -72,7 +64,7 @@ void tst_InplaceFull::update_volumeFillsUp_installationStaysWhole_data()
 void tst_InplaceFull::update_volumeFillsUp_installationStaysWhole()
 {
     QFETCH(int, file);
-    if (!OwnMounts) {
+    if (!HasOwnMounts) {
         QSKIP("Volumes cannot be mounted here.");
     }
     UpdateFolders folders;
@@ -115,7 +107,7 @@ void tst_InplaceFull::update_volumeFillsUp_installationStaysWhole()
 
 int main(int argc, char *argv[])
 {
-    OwnMounts = EnterOwnMounts(); // before there is a second thread
+    HasOwnMounts = EnterOwnNamespaces(OwnMounts); // before there is a second thread
     QCoreApplication application(argc, argv);
     tst_InplaceFull test;
     return QTest::qExec(&test, argc, argv);

@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+
+#include <array>
+
+class HostBundle;
+
+/// Lets sessions that are ready begin at the same instant.
+class StartingShot {
+public:
+    StartingShot();
+    ~StartingShot();
+    Q_DISABLE_COPY(StartingShot)
+
+    void fire();
+    /// Waits for the shot, in the new process.
+    void await() const;
+
+private:
+    std::array<int, 2> m_pipe{-1, -1}; // its end is the shot
+};
+
+/// A process for a console session of a bundle, which begins with a shot.
+class ReadySession : public ChildProcess {
+public:
+    /// \a shot lives at least until it has been fired.
+    ReadySession(const HostBundle &bundle, const StartingShot &shot);
+
+protected:
+    void setupChildProcess() override;
+
+private:
+    const StartingShot &m_shot;
+};
