@@ -19,6 +19,11 @@ mkdir "$root/home" "$root/tmp" "$root/work" && mkdir -m 0700 "$root/run" || exit
 mkdir -m 1777 "$root/reports" || exit 99
 cd "$root/work" || exit 99
 
+# Segments of shared memory that killed sessions leave behind stand in the way of whoever gets the same
+# key by chance: where the system allows it, each test has none at first and takes its own along.
+own_ipc=
+unshare --ipc true 2>/dev/null && own_ipc='unshare --ipc'
+
 report="log_path=$root/reports/report"
 # What Qt frees or copies on one thread after another one has handed it over looks like a race, because
 # QMutex is not seen: such accesses of library functions are left out, what locks and threads do is not.
@@ -35,7 +40,7 @@ env -i \
   GCOV_ERROR_FILE="${GCOV_ERROR_FILE-}" \
   TSAN_OPTIONS="${TSAN_OPTIONS-$tsan:$report}" \
   UBSAN_OPTIONS="${UBSAN_OPTIONS-print_stacktrace=1:$report}" \
-  "$@" &
+  $own_ipc "$@" &
 child=$!
 wait "$child"
 code=$?
