@@ -3,6 +3,7 @@
 
 #include "tests/support/Descendants.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/ScriptedAnswers.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <QDir>
@@ -60,7 +61,7 @@ private:
 
     std::unique_ptr<HostBundle> m_bundle;
     std::unique_ptr<ScriptedServer> m_server;
-    QList<QByteArray> m_answers; // the last one serves all further requests
+    ScriptedAnswers m_answers;
     QString m_baseUrl;
     QString m_description;
     QMap<QString, QString> m_more; // further variables of the environment
@@ -73,16 +74,16 @@ void tst_Session::initTestCase()
 
 void tst_Session::init()
 {
-    m_answers.clear();
+    m_answers = QList<QByteArray>();
     m_more.clear();
-    m_server = std::make_unique<ScriptedServer>([this](ScriptedConnection &connection,
-                                                       const QByteArray &) {
-        const QByteArray answer = m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.value(0);
-        connection.send(answer);
-        if (answer.isEmpty()) {
-            connection.close();
-        }
-    });
+    m_server = std::make_unique<ScriptedServer>(
+        [this](ScriptedConnection &connection, const QByteArray &) {
+            const QByteArray answer = m_answers.next();
+            connection.send(answer);
+            if (answer.isEmpty()) {
+                connection.close();
+            }
+        });
     m_bundle = std::make_unique<HostBundle>(QStringLiteral(SESSION_PUPPET));
     m_baseUrl = m_server->url(QStringLiteral("/base"));
     m_description = QStringLiteral("update.json");

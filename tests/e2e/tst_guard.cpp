@@ -4,6 +4,7 @@
 #include "tests/support/Descendants.h"
 #include "tests/support/HostBundle.h"
 #include "tests/support/Onlooker.h"
+#include "tests/support/ScriptedAnswers.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <QtTest>
@@ -56,7 +57,7 @@ private:
 
     std::unique_ptr<HostBundle> m_bundle;
     std::unique_ptr<ScriptedServer> m_server;
-    QByteArray m_answer;
+    ScriptedAnswers m_answers;
     std::atomic<bool> m_hold{false};
 };
 
@@ -67,13 +68,13 @@ void tst_Guard::initTestCase()
 
 void tst_Guard::init()
 {
-    m_answer = ScriptedServer::answer("200 OK", "{}");
+    m_answers = {ScriptedServer::answer("200 OK", "{}")};
     m_server = std::make_unique<ScriptedServer>(
         [this](ScriptedConnection &connection, const QByteArray &) {
             while (m_hold) {
                 connection.pause(2);
             }
-            connection.send(m_answer);
+            connection.send(m_answers.next());
         },
         UPDATER_PORT);
     m_bundle = std::make_unique<HostBundle>(QStringLiteral(UPDATER));
@@ -205,7 +206,7 @@ void tst_Guard::record_afterEveryOutcome_isItsRow()
     QFETCH(QByteArray, answer);
     QFETCH(QByteArray, record);
     QFETCH(int, exitCode);
-    m_answer = answer;
+    m_answers = {answer};
     const std::unique_ptr<QProcess> session = startHeld();
     QVERIFY(session);
     Onlooker onlooker(*m_bundle);

@@ -5,6 +5,7 @@
 #include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
 #include "tests/support/Onlooker.h"
+#include "tests/support/ScriptedAnswers.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <QtTest>
@@ -71,7 +72,7 @@ private:
 
     std::unique_ptr<Desktop> m_desktop;
     std::unique_ptr<ScriptedServer> m_server;
-    QByteArray m_answer;
+    ScriptedAnswers m_answers;
 };
 
 void tst_Outcomes::initTestCase()
@@ -80,7 +81,9 @@ void tst_Outcomes::initTestCase()
     m_desktop = std::make_unique<Desktop>();
     QVERIFY(m_desktop->isUp());
     m_server = std::make_unique<ScriptedServer>(
-        [this](ScriptedConnection &connection, const QByteArray &) { connection.send(m_answer); },
+        [this](ScriptedConnection &connection, const QByteArray &) {
+            connection.send(m_answers.next());
+        },
         UPDATER_PORT);
 }
 
@@ -267,7 +270,7 @@ void tst_Outcomes::session_everyOutcome_isExactlyItsRow()
     QFETCH(QStringList, addresses);
     QFETCH(int, requests);
 
-    m_answer = answer;
+    m_answers = {answer};
     const int requestsBefore = m_server->requests().size();
     HostBundle bundle(updater);
     Onlooker onlooker(bundle);

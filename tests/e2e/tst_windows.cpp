@@ -4,6 +4,7 @@
 #include "tests/support/Descendants.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/ScriptedAnswers.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <QtTest>
@@ -47,7 +48,7 @@ private:
     std::unique_ptr<Desktop> m_desktop;
     std::unique_ptr<ScriptedServer> m_server;
     std::unique_ptr<HostBundle> m_bundle;
-    QByteArray m_answer;
+    ScriptedAnswers m_answers;
     std::atomic<int> m_failures{0}; // so many requests fail before the answer is given
 };
 
@@ -58,14 +59,15 @@ void tst_Windows::initTestCase()
     QVERIFY(m_desktop->isUp());
     m_server = std::make_unique<ScriptedServer>(
         [this](ScriptedConnection &connection, const QByteArray &) {
-            connection.send(m_failures-- > 0 ? ScriptedServer::answer("503 Busy", "") : m_answer);
+            connection.send(m_failures-- > 0 ? ScriptedServer::answer("503 Busy", "")
+                                             : m_answers.next());
         },
         UPDATER_PORT);
 }
 
 void tst_Windows::init()
 {
-    m_answer = ScriptedServer::answer("200 OK", Newer);
+    m_answers = {ScriptedServer::answer("200 OK", Newer)};
     m_failures = 0;
     m_bundle = std::make_unique<HostBundle>(QStringLiteral(UPDATER));
 }
@@ -103,8 +105,8 @@ void tst_Windows::notice_clicks_decide()
 
 void tst_Windows::notice_forced_hasNoSkipButton()
 {
-    m_answer = ScriptedServer::answer(
-        "200 OK", R"({"Version":3010000,"MinVersion":3000000,"DownloadUrl":"https://x/"})");
+    m_answers = {ScriptedServer::answer(
+        "200 OK", R"({"Version":3010000,"MinVersion":3000000,"DownloadUrl":"https://x/"})")};
     const std::unique_ptr<QProcess> session = start();
     const QString window = m_desktop->waitForWindow(Notice);
     QVERIFY(!window.isEmpty());

@@ -24,7 +24,7 @@ void tst_DownloadThreadResume::resume_manyStagedFiles_fitIntoTheStack()
     process.start(QStringLiteral("/bin/sh"),
                   {QStringLiteral("-c"), QStringLiteral("ulimit -s 8192 && exec \"$@\""),
                    QStringLiteral("sh"), QStringLiteral(RESUME_STAGED), staging, install});
-    QVERIFY(process.waitForFinished(50000));
+    QVERIFY(process.waitForFinished(200000));
 
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()),

@@ -4,8 +4,6 @@
 #include "tests/support/ScriptedServer.h"
 
 #include <QElapsedTimer>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QRegularExpression>
 #include <QSslSocket>
 #include <QTcpServer>
@@ -145,7 +143,7 @@ public:
 
     QList<QByteArray> requests() const
     {
-        const QMutexLocker guard(&m_mutex);
+        const std::lock_guard<std::mutex> guard(m_mutex);
         return m_requests;
     }
 
@@ -190,7 +188,7 @@ private:
                 return;
             }
             {
-                const QMutexLocker guard(&m_mutex);
+                const std::lock_guard<std::mutex> guard(m_mutex);
                 m_requests.append(request);
             }
             m_handler(connection, request);
@@ -204,7 +202,7 @@ private:
     std::mutex m_listening;
     std::condition_variable m_listens;
     quint16 m_port = 0;
-    mutable QMutex m_mutex;
+    mutable std::mutex m_mutex;
     QList<QByteArray> m_requests;
     std::thread m_acceptor;
     std::vector<std::thread> m_connections;

@@ -49,15 +49,6 @@ QString Quoted(const QString &path)
     return QLatin1Char('"') + path + QLatin1Char('"');
 }
 
-void WriteFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    if (!QDir().mkpath(QFileInfo(path).absolutePath()) || !file.open(QIODevice::WriteOnly) ||
-        file.write(content) != content.size()) {
-        qFatal("The test cannot write %s.", qPrintable(path));
-    }
-}
-
 QMap<QString, QByteArray> Tree(const QString &folder)
 {
     QMap<QString, QByteArray> tree;

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "tests/support/TestFiles.h"
+
 #include <QByteArray>
 #include <QMap>
 #include <QStringList>
@@ -32,9 +34,6 @@ QStringList WithoutRootsRights();
 
 /// The path as the program's messages show it.
 QString Quoted(const QString &path);
-
-/// Writes a file, with the folders above it. Ends the test program when that fails.
-void WriteFile(const QString &path, const QByteArray &content);
 
 /// Returns the files below \a folder with their contents, and its folders with the content "/".
 QMap<QString, QByteArray> Tree(const QString &folder);

@@ -6,18 +6,17 @@
 #include "tools/publish_update/ReleaseCopy.h"
 
 #include <QDir>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <cerrno>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-QMutex Guard;
+std::mutex Guard;
 QStringList Synced;    // what was synced, in that order
 QString Unsyncable;    // end of the path that cannot be synced
 QString AnnouncedPath; // a release that is synced when it is in sight already is marked
@@ -28,7 +27,7 @@ QString AnnouncedPath; // a release that is synced when it is in sight already i
 /// list, and fails where a test wants it to.
 extern "C" int fsync(int descriptor)
 {
-    const QMutexLocker lock(&Guard);
+    const std::lock_guard<std::mutex> lock(Guard);
     const QString path = QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(descriptor));
     Synced.append(QFileInfo::exists(AnnouncedPath) ? path + " (in sight)" : path);
     if (!Unsyncable.isEmpty() && path.endsWith(Unsyncable)) {

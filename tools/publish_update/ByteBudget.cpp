@@ -3,20 +3,16 @@
 
 #include "tools/publish_update/ByteBudget.h"
 
-#include <QMutexLocker>
-
 void ByteBudget::take(quint64 bytes)
 {
-    const QMutexLocker guard(&m_mutex);
-    while (m_taken > 0 && m_taken + bytes > m_bytes) {
-        m_givenBack.wait(&m_mutex);
-    }
+    std::unique_lock<std::mutex> guard(m_mutex);
+    m_givenBack.wait(guard, [&] { return m_taken == 0 || m_taken + bytes <= m_bytes; });
     m_taken += bytes;
 }
 
 void ByteBudget::giveBack(quint64 bytes)
 {
-    const QMutexLocker guard(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     m_taken -= bytes;
-    m_givenBack.wakeAll();
+    m_givenBack.notify_all();
 }

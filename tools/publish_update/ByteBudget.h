@@ -3,8 +3,10 @@
 
 #pragma once
 
-#include <QMutex>
-#include <QWaitCondition>
+#include <QtGlobal>
+
+#include <condition_variable>
+#include <mutex>
 
 /// Bytes that several threads may hold in memory between them. Callable on any thread.
 class ByteBudget {
@@ -21,8 +23,8 @@ public:
 private:
     const quint64 m_bytes;
     quint64 m_taken = 0;
-    QMutex m_mutex;
-    QWaitCondition m_givenBack;
+    std::mutex m_mutex;
+    std::condition_variable m_givenBack;
 };
 
 /// Holds bytes of a budget for as long as it lives.

@@ -9,8 +9,6 @@
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QSet>
 #include <QThread>
 
@@ -19,6 +17,7 @@
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
+#include <mutex>
 #include <numeric>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -102,7 +101,7 @@ public:
                 copyFile(m_files.at(index), m_records[static_cast<std::size_t>(index)]);
             if (!reason.isEmpty()) {
                 m_tickets.stop();
-                const QMutexLocker guard(&m_mutex);
+                const std::lock_guard<std::mutex> guard(m_mutex);
                 m_reason = reason;
             }
             ++m_filesDone;
@@ -171,7 +170,7 @@ private:
     qint64 m_size = 0;
     std::atomic<qint64> m_bytesDone{0};
     std::atomic<int> m_filesDone{0};
-    QMutex m_mutex;
+    std::mutex m_mutex;
     QString m_reason;
 };
 

@@ -12,12 +12,11 @@
 #include "tools/publish_update/ProgressBar.h"
 #include "tools/publish_update/Workers.h"
 
-#include <QMutex>
-#include <QMutexLocker>
 #include <QNetworkProxyFactory>
 
 #include <atomic>
 #include <cstdlib>
+#include <mutex>
 
 namespace {
 
@@ -73,7 +72,7 @@ private:
             const tagDownloadFileInfo &file = m_files.at(ticket);
             const QString reason = fileReason(manager, file);
             if (!reason.isEmpty()) {
-                const QMutexLocker guard(&m_mutex);
+                const std::lock_guard<std::mutex> guard(m_mutex);
                 m_problems.append(QStringLiteral("%1: %2.").arg(file.path, reason));
             }
             ++m_done;
@@ -109,7 +108,7 @@ private:
     Tickets m_tickets;
     ByteBudget m_budget{BytesAtOnce};
     std::atomic<int> m_done{0};
-    QMutex m_mutex;
+    std::mutex m_mutex;
     QStringList m_problems;
 };
 

@@ -1,0 +1,127 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/support/Desktop.h"
+#include "tests/support/Memcheck.h"
+#include "tests/tools/InplaceStage.h"
+#include "tests/tools/PublishTool.h"
+
+#include <QtTest>
+
+namespace {
+
+constexpr int PatienceMs = 120000; // under memcheck a run takes many times as long
+
+} // namespace
+
+/// The tools under memcheck, which finds nothing.
+class tst_MemcheckTools : public QObject {
+    Q_OBJECT
+
+private slots:
+    static void inplace_update_hasNoReports_data();
+    static void inplace_update_hasNoReports();
+    static void inplace_failure_hasNoReports();
+    static void publish_releaseThenVerify_hasNoReports();
+    static void publish_refusal_hasNoReports();
+};
+
+namespace {
+
+/// Runs an in-place update of \a stage and returns its exit code; -1 when it did not end by itself.
+int RunInplace(const InplaceStage &stage, const QProcessEnvironment &environment,
+               const QStringList &further, const Memcheck &memcheck)
+{
+    const QStringList command = memcheck.wrapper() + QStringList{QStringLiteral(INPLACE_UPDATE),
+                                                                 QStringLiteral("--base-url"),
+                                                                 stage.url(),
+                                                                 QStringLiteral("--install"),
+                                                                 stage.folders.install.path(),
+                                                                 QStringLiteral("--staging"),
+                                                                 stage.folders.staging.path()} +
+                                further;
+    ChildProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(command.constFirst(), command.mid(1));
+    const bool ended = process.waitForFinished(PatienceMs);
+    return ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+} // namespace
+
+void tst_MemcheckTools::inplace_update_hasNoReports_data()
+{
+    QTest::addColumn<QStringList>("further");
+    QTest::newRow("console") << QStringList{QStringLiteral("--console")};
+    QTest::newRow("windows") << QStringList();
+}
+
+void tst_MemcheckTools::inplace_update_hasNoReports()
+{
+    QFETCH(QStringList, further);
+    Desktop desktop;
+    QVERIFY(desktop.isUp());
+    const InplaceStage stage;
+    const QProcessEnvironment environment =
+        desktop.shownIn(QProcessEnvironment::systemEnvironment());
+    for (int run = 0; run < 2; ++run) { // the second one finds nothing to do
+        const Memcheck memcheck;
+        const int exitCode = RunInplace(stage, environment, further, memcheck);
+        QVERIFY(memcheck.foundNothing());
+        QCOMPARE(exitCode, 0);
+    }
+    QCOMPARE(stage.installed(), InplaceStage::updated());
+}
+
+void tst_MemcheckTools::inplace_failure_hasNoReports()
+{
+    InplaceStage stage;
+    const FileMap before = stage.installed();
+    FileMap release = Published(InplaceStage::newRelease());
+    release.insert(QStringLiteral("release/z"), "not what the manifest says");
+    stage.serve(ServeFiles(release));
+    const Memcheck memcheck;
+    const int exitCode = RunInplace(stage, QProcessEnvironment::systemEnvironment(),
+                                    {QStringLiteral("--console")}, memcheck);
+    QVERIFY(memcheck.foundNothing());
+    QCOMPARE(exitCode, 1);
+    QCOMPARE(stage.installed(), before);
+}
+
+void tst_MemcheckTools::publish_releaseThenVerify_hasNoReports()
+{
+    const QTemporaryDir folder;
+    const QString release = folder.filePath(QStringLiteral("release"));
+    const QString output = folder.filePath(QStringLiteral("output"));
+    for (int file = 0; file < 20; ++file) {
+        WriteFile(release + QStringLiteral("/资源/%1").arg(file), QByteArray(file * 1000, 'x'));
+    }
+    const Memcheck publishing;
+    const ToolRun publish = RunPublish(PublishArguments(release, output), publishing.wrapper());
+    QVERIFY(publishing.foundNothing());
+    QCOMPARE(publish.exitCode, 0);
+
+    const ScriptedServer server(ServeFiles(ReadTree(QDir(output))));
+    const Memcheck verifying;
+    const ToolRun verify =
+        RunPublish({QStringLiteral("--verify"), server.url(QString())}, verifying.wrapper());
+    QVERIFY(verifying.foundNothing());
+    QCOMPARE(verify.exitCode, 0);
+    QCOMPARE(server.requests().size(), 22); // the description, the manifest and the files
+}
+
+void tst_MemcheckTools::publish_refusal_hasNoReports()
+{
+    const QTemporaryDir folder;
+    const QString release = folder.filePath(QStringLiteral("release"));
+    WriteFile(release + QStringLiteral("/file"), "one");
+    WriteFile(release + QStringLiteral("/FILE"), "the same to some file systems");
+    const Memcheck memcheck;
+    const ToolRun run = RunPublish(
+        PublishArguments(release, folder.filePath(QStringLiteral("output"))), memcheck.wrapper());
+    QVERIFY(memcheck.foundNothing());
+    QCOMPARE(run.exitCode, 1);
+}
+
+QTEST_GUILESS_MAIN(tst_MemcheckTools)
+#include "tst_memcheck_tools.moc"
