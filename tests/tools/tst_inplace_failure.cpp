@@ -164,6 +164,10 @@ void tst_InplaceFailure::lockFile_remnants_areNoLock_data()
     const QByteArray dead = "999999999\ninplace_update\n\n";
     QTest::newRow("of a dead process") << QStringLiteral("inplace_update#lock") << dead;
     QTest::newRow("without content") << QStringLiteral("inplace_update#lock") << QByteArray("");
+    QTest::newRow("whose number is this process's now")
+        << QStringLiteral("inplace_update#lock")
+        << QByteArray::number(QCoreApplication::applicationPid()) + "\ntst_inplace_failure\n" +
+               QSysInfo::machineHostName().toUtf8() + '\n';
     QTest::newRow("of a removal") << QStringLiteral("inplace_update#lock.rmlock") << dead;
     QTest::newRow("of a removal, without content")
         << QStringLiteral("inplace_update#lock.rmlock") << QByteArray("");
