@@ -207,11 +207,14 @@ void tst_InplaceFailure::refusal_folderNotWritable_isNamed()
 void tst_InplaceFailure::refusal_tooLittleRoom_isTold()
 {
     FileMap published = Published(InplaceStage::newRelease());
-    published[QStringLiteral("release/update_md5.info")] += "x\t4000000000000\thuge\n";
+    QByteArray &manifest = published[QStringLiteral("release/update_md5.info")];
+    for (int file = 0; file < 10000; ++file) {
+        manifest += "x\t70000000\tlarge/" + QByteArray::number(file) + '\n';
+    }
     m_stage->serve(ServeFiles(published));
     const Outcome outcome = m_stage->update();
     QVERIFY(!outcome.success);
-    QVERIFY2(outcome.message.contains(QStringLiteral("空间不足(需要2251799880794")),
+    QVERIFY2(outcome.message.contains(QStringLiteral("空间不足(需要3758103")),
              qPrintable(outcome.message));
     QCOMPARE(m_stage->requested().size(), 2);
     QCOMPARE(m_stage->installed(), m_before);
