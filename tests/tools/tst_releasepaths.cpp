@@ -76,6 +76,9 @@ void tst_ReleasePaths::unsafePathReason_path_isRefusedWithTheReason_data()
                                     << R"(it has a ".." component)";
     QTest::newRow("two dots inside") << "a/../b"
                                      << R"(it has a ".." component)";
+    const QString lost("it has a component of '.' and one character, which addresses lose");
+    QTest::newRow("dot and a letter") << ".x/a" << lost;
+    QTest::newRow("dot and a Chinese letter") << QStringLiteral("a/.文/b") << lost;
     QTest::newRow("two dots last") << "a/.."
                                    << R"(it has a ".." component)";
     QTest::newRow("NUL") << QString("a") + QChar(0) + "b"
