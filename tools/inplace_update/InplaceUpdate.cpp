@@ -66,7 +66,10 @@ Outcome Run::toTheEnd()
         return finish(false, QObject::tr("已是最新版本"));
     }
     RemoveLinks(m_staging);
-    problem = RoomReason(m_replacements, m_staging, m_install);
+    problem = LinksReason(m_replacements, m_install);
+    if (problem.isEmpty()) {
+        problem = RoomReason(m_replacements, m_staging, m_install);
+    }
     if (problem.isEmpty()) {
         problem = m_journal.write(m_replacements);
     }
