@@ -332,6 +332,7 @@ void tst_InplaceFailure::interrupted_state_isCompleted_data()
     QTest::newRow("between the two renamings") << QByteArray() << before << true;
     QTest::newRow("in a copy from another volume") << after.left(5) << before << true;
     QTest::newRow("in a copy whose source is lost") << after.left(5) << before << false;
+    QTest::newRow("after a copy, before its source was removed") << after << before << true;
     QTest::newRow("after it was applied") << after << before << false;
 }
 
