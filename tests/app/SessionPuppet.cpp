@@ -9,6 +9,7 @@
 #include <QIcon>
 #include <QLabel>
 #include <QPushButton>
+#include <QSslConfiguration>
 #include <QTest>
 #include <QTimer>
 #include <QTranslator>
@@ -18,8 +19,9 @@
 /// that PUPPET_RECORD names, and answered with the next word of PUPPET_ANSWERS (the name of a
 /// button to click, or of a key: "Escape", "Return"; Escape when there are no more). The base URL
 /// and the description's name come from PUPPET_BASE_URL and PUPPET_DESCRIPTION. With
-/// PUPPET_TRANSLATE every text that goes through translation gets its context in front. A warning
-/// is logged while the application object ends.
+/// PUPPET_TRANSLATE every text that goes through translation gets its context in front. PUPPET_CA
+/// names a file of the certificate authorities to trust. A warning is logged while the application
+/// object ends.
 
 namespace {
 
@@ -104,6 +106,12 @@ void SitDown()
     new User(application);
     if (qEnvironmentVariableIsSet("PUPPET_TRANSLATE")) {
         QCoreApplication::installTranslator(new ContextTranslator(application));
+    }
+    if (qEnvironmentVariableIsSet("PUPPET_CA")) {
+        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+        configuration.setCaCertificates(
+            QSslCertificate::fromPath(QString::fromUtf8(qgetenv("PUPPET_CA"))));
+        QSslConfiguration::setDefaultConfiguration(configuration);
     }
     qAddPostRoutine(WarnAtTheEnd);
 }

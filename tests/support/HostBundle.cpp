@@ -82,11 +82,14 @@ void HostBundle::addHost(const QString &name) const
 }
 
 std::unique_ptr<QProcess> HostBundle::start(const QStringList &arguments,
-                                            const QProcessEnvironment &environment) const
+                                            const QProcessEnvironment &environment,
+                                            const QStringList &wrapper) const
 {
     auto session = std::make_unique<ChildProcess>();
     prepare(*session, environment);
-    session->start(updaterPath(), arguments);
+    QStringList command = wrapper + QStringList(updaterPath()) + arguments;
+    const QString program = command.takeFirst();
+    session->start(program, command);
     return session;
 }
 

@@ -34,9 +34,11 @@ public:
     /// Makes an executable in the bundle that writes its arguments down for hostArguments().
     void addHost(const QString &name) const;
 
-    /// Starts a session in \a environment; the caller waits for its end.
+    /// Starts a session in \a environment; the caller waits for its end. \a wrapper is a program
+    /// with arguments that starts the updater, where there is one.
     std::unique_ptr<QProcess> start(const QStringList &arguments,
-                                    const QProcessEnvironment &environment) const;
+                                    const QProcessEnvironment &environment,
+                                    const QStringList &wrapper = {}) const;
     /// Gives \a session all that start() would; the caller starts updaterPath() with it.
     void prepare(QProcess &session, const QProcessEnvironment &environment) const;
     /// The surroundings of a session without windows; Desktop::shownIn() adds them.
