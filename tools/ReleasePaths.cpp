@@ -51,10 +51,6 @@ QString UnsafeNameReason(const QString &name)
     if (name == QLatin1String(".") || name == QLatin1String("..")) {
         return QStringLiteral("it has a \"%1\" component").arg(name);
     }
-    if (name.size() == 2 && name.startsWith(QLatin1Char('.'))) {
-        // As a folder it falls out of the addresses that the network layer asks for.
-        return QStringLiteral("it has a component of '.' and one character, which addresses lose");
-    }
     if (name.normalized(QString::NormalizationForm_D).toUtf8().size() > LongestName) {
         return QStringLiteral("it has a name over %1 bytes in its decomposed form")
             .arg(LongestName);
@@ -151,6 +147,10 @@ QString UnsafePathReason(const QString &path)
     for (const QStringRef &name : names) {
         if (QString reason = UnsafeNameReason(name.toString()); !reason.isEmpty()) {
             return reason;
+        }
+        // The network layer asks for a/.x/b as a//b.
+        if (name.size() == 2 && name.startsWith(QLatin1Char('.')) && name.end() != path.end()) {
+            return QStringLiteral("it has a folder of '.' and one character, which addresses lose");
         }
     }
     return {};

@@ -93,6 +93,7 @@ void tst_InplaceRelease::fetchRelease_badDescription_isRefused_data()
     QTest::newRow("a number") << QByteArray(R"({"Folder":3})");
     QTest::newRow("parent folder") << QByteArray(R"({"Folder":".."})");
     QTest::newRow("a path") << QByteArray(R"({"Folder":"a/b"})");
+    QTest::newRow("lost in addresses") << QByteArray(R"({"Folder":".x"})");
     QTest::newRow("a query") << QByteArray(R"({"Folder":"a?b"})");
 }
 
