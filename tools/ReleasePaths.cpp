@@ -148,6 +148,10 @@ QString UnsafePathReason(const QString &path)
         if (QString reason = UnsafeNameReason(name.toString()); !reason.isEmpty()) {
             return reason;
         }
+        // The network layer asks for a/.x/b as a//b.
+        if (name.size() == 2 && name.startsWith(QLatin1Char('.')) && name.end() != path.end()) {
+            return QStringLiteral("it has a folder of '.' and one character, which addresses lose");
+        }
     }
     return {};
 }

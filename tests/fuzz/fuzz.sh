@@ -19,6 +19,7 @@ mkdir -p corpus findings || exit 99
 
 # Each target has its own options: what the tests' surroundings set would slow all of them down.
 unset ASAN_OPTIONS LSAN_OPTIONS
+export UBSAN_OPTIONS=print_stacktrace=1
 "$program" -max_total_time="$seconds" ${seed:+-seed="$seed"} -timeout=30 -rss_limit_mb=2048 \
   -print_final_stats=1 -artifact_prefix=findings/ corpus "$seeds" >log 2>&1
 code=$?

@@ -48,7 +48,9 @@ ScriptedConnection::ScriptedConnection(QTcpSocket &socket, const std::function<b
 
 bool ScriptedConnection::send(const QByteArray &bytes)
 {
-    m_socket.write(bytes);
+    if (m_socket.write(bytes) != bytes.size()) {
+        return false; // it has gone since the last look
+    }
     while (m_socket.bytesToWrite() > 0) {
         if (m_stopped() || m_socket.state() != QAbstractSocket::ConnectedState) {
             return false;

@@ -38,6 +38,40 @@ Replacement ReplacementOf(const QString &path, const QByteArray &before, const Q
     return replacement;
 }
 
+QString LostFile(const FileMap &before, const FileMap &release, const QDir &install)
+{
+    for (auto file = before.cbegin(); file != before.cend(); ++file) {
+        const QString path = install.absoluteFilePath(file.key());
+        const QByteArray there = ReadFile(path);
+        if (there != file.value() && (there.isNull() || there != release.value(file.key())) &&
+            ReadFile(path + QStringLiteral(".old")) != file.value()) {
+            return file.key();
+        }
+    }
+    return {};
+}
+
+FileMap Updated(const FileMap &before, const FileMap &release)
+{
+    FileMap files = before;
+    for (auto file = release.cbegin(); file != release.cend(); ++file) {
+        if (before.contains(file.key()) && before.value(file.key()) != file.value()) {
+            files.insert(file.key() + QStringLiteral(".old"), before.value(file.key()));
+        }
+        files.insert(file.key(), file.value());
+    }
+    files.insert(LOCAL_MD5_FILENAME, ManifestOf(release));
+    return files;
+}
+
+void LayInstallation(const QDir &folder, const FileMap &files)
+{
+    for (auto file = files.cbegin(); file != files.cend(); ++file) {
+        WriteFile(folder.absoluteFilePath(file.key()), file.value());
+    }
+    WriteFile(folder.absoluteFilePath(LOCAL_MD5_FILENAME), ManifestOf(files));
+}
+
 FileMap WithoutKept(const FileMap &tree)
 {
     FileMap files;

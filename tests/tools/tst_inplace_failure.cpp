@@ -164,6 +164,10 @@ void tst_InplaceFailure::lockFile_remnants_areNoLock_data()
     const QByteArray dead = "999999999\ninplace_update\n\n";
     QTest::newRow("of a dead process") << QStringLiteral("inplace_update#lock") << dead;
     QTest::newRow("without content") << QStringLiteral("inplace_update#lock") << QByteArray("");
+    QTest::newRow("whose number is this process's now")
+        << QStringLiteral("inplace_update#lock")
+        << QByteArray::number(QCoreApplication::applicationPid()) + "\ntst_inplace_failure\n" +
+               QSysInfo::machineHostName().toUtf8() + '\n';
     QTest::newRow("of a removal") << QStringLiteral("inplace_update#lock.rmlock") << dead;
     QTest::newRow("of a removal, without content")
         << QStringLiteral("inplace_update#lock.rmlock") << QByteArray("");
@@ -203,11 +207,14 @@ void tst_InplaceFailure::refusal_folderNotWritable_isNamed()
 void tst_InplaceFailure::refusal_tooLittleRoom_isTold()
 {
     FileMap published = Published(InplaceStage::newRelease());
-    published[QStringLiteral("release/update_md5.info")] += "x\t4000000000000\thuge\n";
+    QByteArray &manifest = published[QStringLiteral("release/update_md5.info")];
+    for (int file = 0; file < 10000; ++file) {
+        manifest += "x\t70000000\tlarge/" + QByteArray::number(file) + '\n';
+    }
     m_stage->serve(ServeFiles(published));
     const Outcome outcome = m_stage->update();
     QVERIFY(!outcome.success);
-    QVERIFY2(outcome.message.contains(QStringLiteral("空间不足(需要2251799880794")),
+    QVERIFY2(outcome.message.contains(QStringLiteral("空间不足(需要3758103")),
              qPrintable(outcome.message));
     QCOMPARE(m_stage->requested().size(), 2);
     QCOMPARE(m_stage->installed(), m_before);
@@ -325,6 +332,7 @@ void tst_InplaceFailure::interrupted_state_isCompleted_data()
     QTest::newRow("between the two renamings") << QByteArray() << before << true;
     QTest::newRow("in a copy from another volume") << after.left(5) << before << true;
     QTest::newRow("in a copy whose source is lost") << after.left(5) << before << false;
+    QTest::newRow("after a copy, before its source was removed") << after << before << true;
     QTest::newRow("after it was applied") << after << before << false;
 }
 

@@ -6,6 +6,8 @@
 #include <QProcess>
 #include <QtTest>
 
+#include <atomic>
+
 /// The program itself: exit codes and what it prints.
 class tst_InplaceProgram : public QObject {
     Q_OBJECT
@@ -19,6 +21,8 @@ private slots:
     void usage_bad_isTwo();
     void usage_help_isPrinted();
     void names_areUtf8_whateverTheLocale();
+    void streams_asTheyAreLeft_theUpdateGoesOn_data();
+    void streams_asTheyAreLeft_theUpdateGoesOn();
 
 private:
     void run(const QStringList &arguments,
@@ -125,6 +129,47 @@ void tst_InplaceProgram::names_areUtf8_whateverTheLocale()
     run(arguments() + QStringList(QStringLiteral("--console")), environment);
     QCOMPARE(m_exitCode, 0);
     QCOMPARE(ReadFile(m_stage->installPath(QStringLiteral("资源/图标"))), QByteArray("icon"));
+}
+
+void tst_InplaceProgram::streams_asTheyAreLeft_theUpdateGoesOn_data()
+{
+    QTest::addColumn<QString>("command"); // with the program as "$@"
+    QTest::addColumn<QStringList>("streams");
+    const auto null = QStringLiteral("/dev/null");
+    QTest::newRow("readers have gone away") << QStringLiteral("\"$@\" 2>&1 | :") << QStringList();
+    QTest::newRow("all are closed")
+        << QStringLiteral("exec \"$@\" <&- >&- 2>&-") << QStringList{null, null, null};
+}
+
+void tst_InplaceProgram::streams_asTheyAreLeft_theUpdateGoesOn()
+{
+    QFETCH(QString, command);
+    QFETCH(QStringList, streams);
+    const FileMap published = Published(InplaceStage::newRelease());
+    std::atomic<qint64> processId{0};
+    QStringList seen; // by the server's thread, in the midst of the update
+    m_stage->serve([&](ScriptedConnection &connection, const QByteArray &request) {
+        connection.pause(50); // by now the reader has gone
+        if (RequestedPath(request) == QStringLiteral("/release/z")) {
+            for (int stream = 0; stream < streams.size(); ++stream) {
+                seen << QFile::symLinkTarget(
+                    QStringLiteral("/proc/%1/fd/%2")
+                        .arg(QString::number(processId), QString::number(stream)));
+            }
+        }
+        ServeFiles(published)(connection, request);
+    });
+    QProcess process;
+    process.start(QStringLiteral("/bin/sh"),
+                  QStringList{QStringLiteral("-c"), command, QStringLiteral("sh"),
+                              QStringLiteral(INPLACE_UPDATE), QStringLiteral("--console")} +
+                      arguments());
+    processId = process.processId();
+    QVERIFY(process.waitForFinished(20000));
+    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(m_stage->installed(), InplaceStage::updated());
+    QVERIFY(m_stage->staged().isEmpty());
+    QCOMPARE(seen, streams);
 }
 
 QTEST_GUILESS_MAIN(tst_InplaceProgram)

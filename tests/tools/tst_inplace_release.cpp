@@ -18,6 +18,8 @@ private slots:
     void fetchRelease_badManifest_isRefused_data();
     void fetchRelease_badManifest_isRefused();
     void fetchRelease_body_isNotUnpacked();
+    void fetchRelease_fileSize_hasALimit_data();
+    void fetchRelease_fileSize_hasALimit();
 };
 
 namespace {
@@ -91,6 +93,7 @@ void tst_InplaceRelease::fetchRelease_badDescription_isRefused_data()
     QTest::newRow("a number") << QByteArray(R"({"Folder":3})");
     QTest::newRow("parent folder") << QByteArray(R"({"Folder":".."})");
     QTest::newRow("a path") << QByteArray(R"({"Folder":"a/b"})");
+    QTest::newRow("lost in addresses") << QByteArray(R"({"Folder":".x"})");
     QTest::newRow("a query") << QByteArray(R"({"Folder":"a?b"})");
 }
 
@@ -142,6 +145,31 @@ void tst_InplaceRelease::fetchRelease_body_isNotUnpacked()
     for (const QByteArray &request : server.requests()) {
         QVERIFY(request.contains("Accept-Encoding: identity\r\n"));
     }
+}
+
+void tst_InplaceRelease::fetchRelease_fileSize_hasALimit_data()
+{
+    QTest::addColumn<QByteArray>("size");
+    QTest::addColumn<bool>("taken");
+    QTest::newRow("largest") << QByteArray("7fffffbf") << true;
+    QTest::newRow("one byte more") << QByteArray("7fffffc0") << false;
+    QTest::newRow("3 GiB") << QByteArray("c0000000") << false;
+    QTest::newRow("half of all there are") << QByteArray("8000000000000000") << false;
+}
+
+void tst_InplaceRelease::fetchRelease_fileSize_hasALimit()
+{
+    QFETCH(QByteArray, size);
+    QFETCH(bool, taken);
+    FileMap served = Published({});
+    served.insert(QStringLiteral("release/update_md5.info"),
+                  Line("a") + Md5 + '\t' + size + "\tb\n");
+    const ScriptedServer server(ServeFiles(served));
+    Release release;
+    const QString reason = FetchRelease(server.url(QString()), release);
+    QCOMPARE(reason, taken ? QString()
+                           : QStringLiteral("升级清单中的文件过大:\"b\" (%1字节)")
+                                 .arg(size.toULongLong(nullptr, 16)));
 }
 
 QTEST_GUILESS_MAIN(tst_InplaceRelease)

@@ -15,6 +15,8 @@ private slots:
     static void bytesToFetch_sizes_areThoseOfTheManifest();
     static void roomReason_twiceAndSpare_isNeeded();
     static void removeLinks_files_stay();
+    static void foldersReason_root_holdsEverything();
+    static void foldersReason_lineFeed_isRefused();
 };
 
 void tst_InplaceRequirements::bytesToFetch_staged_areNotCounted_data()
@@ -79,6 +81,22 @@ void tst_InplaceRequirements::removeLinks_files_stay()
         QVERIFY(!QFileInfo(folders.stagingPath(QLatin1String(link))).isSymLink());
     }
     QCOMPARE(ReadTree(QDir(elsewhere)), FileMap({{QStringLiteral("x"), "x"}}));
+}
+
+void tst_InplaceRequirements::foldersReason_root_holdsEverything()
+{
+    const UpdateFolders folders;
+    const QString overlap = QStringLiteral("不能重叠");
+    QVERIFY(FoldersReason(folders.staging, QDir::root()).contains(overlap));
+    QVERIFY(FoldersReason(QDir::root(), folders.install).contains(overlap));
+}
+
+void tst_InplaceRequirements::foldersReason_lineFeed_isRefused()
+{
+    UpdateFolders folders;
+    folders.install = QDir(folders.installPath(QStringLiteral("line\nfeed")));
+    QVERIFY(folders.install.mkpath(QStringLiteral(".")));
+    QVERIFY(FoldersReason(folders.staging, folders.install).contains(QStringLiteral("换行")));
 }
 
 QTEST_GUILESS_MAIN(tst_InplaceRequirements)

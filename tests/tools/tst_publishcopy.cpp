@@ -64,7 +64,7 @@ void tst_PublishCopy::init()
     m_release = m_folder->filePath("release");
     m_output = m_folder->filePath("output");
     WriteFile(m_release + "/d/e/file", "content");
-    WriteFile(m_release + "/d/.f/other", "content");
+    WriteFile(m_release + "/d/.ff/other", "content");
     Synced.clear();
     Unsyncable.clear();
     AnnouncedPath = m_output + "/3.10.25";
@@ -135,8 +135,8 @@ void tst_PublishCopy::publish_everything_isSyncedBeforeItIsInSight()
     QCOMPARE(Publish(options()), 0);
     const QString work = m_output + "/.publish_update";
     for (const char *path :
-         {"", "/release", "/release/d", "/release/d/e", "/release/d/.f", "/release/d/e/file",
-          "/release/d/.f/other", "/release/update_md5.info"}) {
+         {"", "/release", "/release/d", "/release/d/e", "/release/d/.ff", "/release/d/e/file",
+          "/release/d/.ff/other", "/release/update_md5.info"}) {
         QVERIFY2(Synced.contains(work + path), path);
     }
     // The folder that holds both: before the announcement and after it.
@@ -147,7 +147,7 @@ void tst_PublishCopy::publish_everything_isSyncedBeforeItIsInSight()
 void tst_PublishCopy::publish_syncFails_changesNothing_data()
 {
     QTest::addColumn<QString>("path");
-    for (const char *path : {"/release/d/e/file", "/release/update_md5.info", "/release/d/.f",
+    for (const char *path : {"/release/d/e/file", "/release/update_md5.info", "/release/d/.ff",
                              "/.publish_update", "/output"}) {
         QTest::newRow(path) << path;
     }

@@ -37,6 +37,7 @@ void tst_ReleasePaths::unsafePathReason_path_isFoundSafe_data()
     QTest::newRow("folders") << "Contents/MacOS/Host";
     QTest::newRow("hidden file") << ".hidden/.file";
     QTest::newRow("three dots") << ".../a";
+    QTest::newRow("file of a dot and a letter") << "a/.x";
     QTest::newRow("blank inside") << "a b/c d";
     QTest::newRow("blank at both ends") << " a ";
     QTest::newRow("Chinese letters") << QStringLiteral("资源/图.png");
@@ -76,6 +77,9 @@ void tst_ReleasePaths::unsafePathReason_path_isRefusedWithTheReason_data()
                                     << R"(it has a ".." component)";
     QTest::newRow("two dots inside") << "a/../b"
                                      << R"(it has a ".." component)";
+    const QString lost("it has a folder of '.' and one character, which addresses lose");
+    QTest::newRow("dot and a letter") << ".x/a" << lost;
+    QTest::newRow("dot and a Chinese letter") << QStringLiteral("a/.文/b") << lost;
     QTest::newRow("two dots last") << "a/.."
                                    << R"(it has a ".." component)";
     QTest::newRow("NUL") << QString("a") + QChar(0) + "b"

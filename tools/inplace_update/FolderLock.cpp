@@ -5,11 +5,27 @@
 
 #include <QFile>
 #include <QObject>
+#include <QSysInfo>
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
+
+namespace {
+
+/// Whether a process holds the lock file, as everyone does who has it.
+bool IsHeld(const QString &path)
+{
+    const int handle = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const bool held = handle >= 0 && ::flock(handle, LOCK_EX | LOCK_NB) != 0;
+    if (handle >= 0) {
+        ::close(handle);
+    }
+    return held;
+}
+
+} // namespace
 
 FolderLock::FolderLock(const QDir &folder)
     : m_folder(folder.absolutePath()),
@@ -45,14 +61,17 @@ QString FolderLock::take()
                : QObject::tr("目录%1无法写入").arg(m_folder);
 }
 
-/// Removes what a run that was killed while it took or left its lock file has left: the lock file
-/// would never count as stale without its content, and the other names would stay for ever.
+/// Removes what a killed run has left: its lock file, which would not count as stale while it is
+/// without content or when some other process, this one included, has got its number since; and
+/// the other names that a run takes for a moment. What another machine has left stays.
 void FolderLock::removeRemnants()
 {
     qint64 processId = 0;
     QString host;
     QString program;
-    if (!m_file.getLockInfo(&processId, &host, &program)) {
+    const bool named = m_file.getLockInfo(&processId, &host, &program);
+    const bool ours = host.isEmpty() || host == QSysInfo::machineHostName();
+    if (!named || (ours && !IsHeld(m_path))) {
         (void)QFile::remove(m_path);
     }
     const QString removal = m_path + QStringLiteral(".rmlock");

@@ -13,6 +13,7 @@
 #include "tools/inplace_update/WholeFile.h"
 #include "tools/inplace_update/Worker.h"
 
+#include <QFile>
 #include <QObject>
 
 namespace {
@@ -36,6 +37,7 @@ private:
     Outcome replaceFiles();
     Outcome undo(const QString &message) const;
     void endJournal() const;
+    void removeApplied() const;
     Outcome finish(bool update, const QString &message) const;
     QString localManifest() const { return m_install.absoluteFilePath(LOCAL_MD5_FILENAME); }
 
@@ -66,7 +68,10 @@ Outcome Run::toTheEnd()
         return finish(false, QObject::tr("已是最新版本"));
     }
     RemoveLinks(m_staging);
-    problem = RoomReason(m_replacements, m_staging, m_install);
+    problem = LinksReason(m_replacements, m_install);
+    if (problem.isEmpty()) {
+        problem = RoomReason(m_replacements, m_staging, m_install);
+    }
     if (problem.isEmpty()) {
         problem = m_journal.write(m_replacements);
     }
@@ -117,12 +122,26 @@ void Run::endJournal() const
     }
 }
 
+/// Removes what a run that was killed between copying a file to the installation and removing its
+/// source has left: everything is installed now.
+void Run::removeApplied() const
+{
+    RemoveLinks(m_staging);
+    const QStringList paths = m_release.files.keys();
+    for (const QString &path : paths) {
+        (void)QFile::remove(m_staging.absoluteFilePath(path)); // mostly there is none
+    }
+}
+
 Outcome Run::finish(bool update, const QString &message) const
 {
     const QString scratch = m_install.absoluteFilePath(QStringLiteral("inplace_update#manifest"));
     const QString problem = WriteWholeFile(localManifest(), scratch, m_release.manifest);
     if (!problem.isEmpty()) {
         return {false, update, problem};
+    }
+    if (m_journal.wasLeft()) {
+        removeApplied();
     }
     m_journal.remove();
     return {true, update, message};

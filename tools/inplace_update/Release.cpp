@@ -5,6 +5,7 @@
 
 #include "app/FileNames.h"
 #include "tools/ReleasePaths.h"
+#include "tools/inplace_update/WatchedManager.h"
 #include "tools/publish_update/Formats.h"
 
 #include <QJsonDocument>
@@ -17,33 +18,31 @@ using Headers = QMap<QByteArray, QByteArray>;
 
 constexpr qint32 DescriptionSeconds = 15;
 constexpr qint32 ManifestSeconds = 60;
+constexpr qint64 DescriptionBytes = qint64{1} << 20;
+constexpr qint64 ManifestBytes = qint64{256} << 20;
 
-/// Whether a body is shorter than its answer told: the fetch itself looks at the status only.
-bool IsCutOff(const Headers &headers, const QByteArray &body)
+bool Fetch(const QString &url, qint32 seconds, qint64 limit, QByteArray &body, QString &error)
 {
-    bool isNumber = false;
-    for (auto header = headers.cbegin(); header != headers.cend(); ++header) {
-        if (header.key().compare("content-length", Qt::CaseInsensitive) == 0) {
-            return header.value().trimmed().toLongLong(&isNumber) != body.size() && isNumber;
-        }
+    WatchedManager manager(limit);
+    // A body that the network layer unpacks may be far longer than what came.
+    const Headers request{{"Accept-Encoding", "identity"}};
+    if (!GetFileByUrl(manager, QUrl(url), body, error, seconds, request, "GET", {}, nullptr)) {
+        return false;
     }
-    return false;
+    error = manager.problem();
+    return error.isEmpty();
 }
 
-bool Fetch(const QString &url, qint32 seconds, QByteArray &body, QString &error)
+/// Returns why one of the files cannot be updated, or empty text.
+QString TooLargeReason(const QMap<QString, tagDownloadFileInfo> &files)
 {
-    QNetworkAccessManager manager;
-    Headers headers;
-    // A body that the network layer unpacks has another length than its answer tells.
-    const Headers request{{"Accept-Encoding", "identity"}};
-    if (!GetFileByUrl(manager, QUrl(url), body, error, seconds, request, "GET", {}, &headers)) {
-        return false;
+    for (const tagDownloadFileInfo &file : files) {
+        if (FileSize(file) >= static_cast<quint64>(TooLargeSize)) {
+            return QObject::tr("升级清单中的文件过大:\"%1\" (%2字节)")
+                .arg(file.path, QString::number(FileSize(file)));
+        }
     }
-    if (IsCutOff(headers, body)) {
-        error = QObject::tr("内容不完整");
-        return false;
-    }
-    return true;
+    return {};
 }
 
 } // namespace
@@ -53,7 +52,8 @@ QString FetchRelease(const QString &baseUrl, Release &release)
     const QString base = baseUrl + QLatin1Char('/');
     QByteArray description;
     QString error;
-    if (!Fetch(base + UPDATE_DESCRIBE_FILENAME, DescriptionSeconds, description, error)) {
+    if (!Fetch(base + UPDATE_DESCRIBE_FILENAME, DescriptionSeconds, DescriptionBytes, description,
+               error)) {
         return QObject::tr("下载升级描述文件失败:%1").arg(error);
     }
     const QJsonObject object = QJsonDocument::fromJson(description).object();
@@ -63,14 +63,16 @@ QString FetchRelease(const QString &baseUrl, Release &release)
     }
 
     release.filesUrl = base + folder + QLatin1Char('/');
-    if (!Fetch(release.filesUrl + LOCAL_MD5_FILENAME, ManifestSeconds, release.manifest, error)) {
+    if (!Fetch(release.filesUrl + LOCAL_MD5_FILENAME, ManifestSeconds, ManifestBytes,
+               release.manifest, error)) {
         return QObject::tr("下载升级清单失败:%1").arg(error);
     }
     release.files = ParseMd5File(release.manifest);
     if (release.files.isEmpty()) {
         return QObject::tr("升级清单中没有文件");
     }
-    return UnsafePathText(release.files);
+    const QString tooLarge = TooLargeReason(release.files);
+    return tooLarge.isEmpty() ? UnsafePathText(release.files) : tooLarge;
 }
 
 QString UnsafePathText(const QMap<QString, tagDownloadFileInfo> &files)

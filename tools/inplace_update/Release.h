@@ -14,8 +14,9 @@ struct Release {
 
 /// Fetches update.json below \a baseUrl and the manifest of the release that it names.
 ///
-/// Returns why that failed, or empty text. A manifest that lists nothing, or a path that must not
-/// be fetched or stored, is a failure. Blocks in local event loops.
+/// Returns why that failed, or empty text. A manifest that lists nothing, a path that must not be
+/// fetched or stored or a file that is too large for the worker is a failure, and so is an answer
+/// that broke off or is too long. Blocks in local event loops.
 QString FetchRelease(const QString &baseUrl, Release &release);
 
 /// Returns why not all \a files may be fetched and stored, as a text for the user, or empty text.

@@ -3,6 +3,7 @@
 
 #include "tools/inplace_update/Replacement.h"
 
+#include <QCryptographicHash>
 #include <QFile>
 #include <QFileInfo>
 
@@ -11,13 +12,6 @@ namespace {
 bool NameIsTaken(const QFileInfo &info)
 {
     return info.exists() || info.isSymLink(); // also by a link to nothing
-}
-
-/// Returns the MD5 text of a file; empty when it cannot be read.
-QByteArray FileMd5(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? Md5Hash(file.readAll()) : QByteArray();
 }
 
 /// Returns the topmost folder above \a path that does not exist, relative to \a install.
@@ -33,6 +27,15 @@ QString TopmostMissingFolder(const QString &path, const QDir &install)
 }
 
 } // namespace
+
+QByteArray FileMd5(const QString &path)
+{
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    // Piece by piece: an installed file may be larger than a byte array can be.
+    return file.open(QIODevice::ReadOnly) && hash.addData(&file) ? Md5Text(hash.result())
+                                                                 : QByteArray();
+}
 
 QList<Replacement> FindReplacements(const QMap<QString, tagDownloadFileInfo> &files,
                                     const QString &localManifest, const QDir &install)

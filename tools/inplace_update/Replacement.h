@@ -25,6 +25,9 @@ enum class Standing {
     Strange, ///< neither, such as a copy that broke off
 };
 
+/// Returns the MD5 text of a file of any size; empty when it cannot be read.
+QByteArray FileMd5(const QString &path);
+
 /// Returns the \a files of a release that the installation \a install lacks or has otherwise.
 ///
 /// \a localManifest  path of the manifest to believe for the files it lists, as CheckMd5() does.

@@ -16,7 +16,8 @@ constexpr quint64 SpareBytes = quint64{64} << 20U;
 
 QString Canonical(const QDir &folder)
 {
-    return QFileInfo(folder.absolutePath()).canonicalFilePath() + QLatin1Char('/');
+    const QString path = QFileInfo(folder.absolutePath()).canonicalFilePath();
+    return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/'); // the root has one
 }
 
 QString VolumeReason(const QStorageInfo &volume, quint64 bytes)
@@ -36,6 +37,10 @@ QString FoldersReason(const QDir &staging, const QDir &install)
 {
     if (!install.exists()) {
         return QObject::tr("安装目录%1不存在").arg(install.absolutePath());
+    }
+    if (Canonical(install).contains(
+            QLatin1Char('\n'))) { // which would end the journal's first line
+        return QObject::tr("安装目录%1的名称不能含换行符").arg(install.absolutePath());
     }
     if (!staging.mkpath(QStringLiteral("."))) {
         return QObject::tr("创建目录%1失败").arg(staging.absolutePath());
@@ -59,6 +64,17 @@ void RemoveLinks(const QDir &staging)
             (void)QFile::remove(path); // one that stays is the worker's to fail at
         }
     }
+}
+
+QString LinksReason(const QList<Replacement> &replacements, const QDir &install)
+{
+    for (const Replacement &replacement : replacements) {
+        const QFileInfo target(install.absoluteFilePath(replacement.file.path));
+        if (target.isSymLink() && !target.exists()) {
+            return QObject::tr("%1是失效的链接，无法更新").arg(target.absoluteFilePath());
+        }
+    }
+    return {};
 }
 
 quint64 BytesToFetch(const QList<Replacement> &replacements, const QDir &staging)

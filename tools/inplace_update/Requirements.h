@@ -14,6 +14,10 @@ QString FoldersReason(const QDir &staging, const QDir &install);
 /// Removes symbolic links from \a staging: the worker would follow them to what they point at.
 void RemoveLinks(const QDir &staging);
 
+/// Returns why files cannot be put into \a install, or empty text: a link to nothing stands in the
+/// place of one, and the worker would write through it, wherever it leads.
+QString LinksReason(const QList<Replacement> &replacements, const QDir &install);
+
 /// Returns the bytes that are still to be fetched into \a staging.
 quint64 BytesToFetch(const QList<Replacement> &replacements, const QDir &staging);
 

@@ -32,7 +32,7 @@ bool RenameOver(const QString &from, const QString &to)
 bool KeptIsBefore(const Replacement &replacement, const QDir &install)
 {
     const QString kept = KeptPath(replacement, install);
-    return replacement.before == Before::File ? CheckFileMd5(kept, replacement.oldMd5)
+    return replacement.before == Before::File ? FileMd5(kept) == replacement.oldMd5
                                               : QFileInfo::exists(kept);
 }
 

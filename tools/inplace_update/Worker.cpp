@@ -4,6 +4,7 @@
 #include "tools/inplace_update/Worker.h"
 
 #include "tools/inplace_update/Report.h"
+#include "tools/inplace_update/SizeGuard.h"
 #include "ui/UpdateProgress.h"
 
 #include <QEventLoop>
@@ -37,6 +38,7 @@ void RunWithLines(CDownloadThread &worker)
 WorkerResult RunWorker(const QString &url, const QDir &staging, const QDir &install,
                        QList<tagDownloadFileInfo> files, bool console)
 {
+    const QList<tagDownloadFileInfo> listed = files;
     for (tagDownloadFileInfo &file : files) {
         std::swap(file.sizeHigh, file.sizeLow); // the worker combines them the other way round
     }
@@ -44,6 +46,7 @@ WorkerResult RunWorker(const QString &url, const QDir &staging, const QDir &inst
         SayProgress(QObject::tr("需要更新%1个文件").arg(files.size()));
     }
     CDownloadThread worker(url, staging, install, files);
+    const SizeGuard guard(worker, listed);
     // One that ended in its constructor would never finish its thread.
     if (worker.errormsg().isEmpty()) {
         if (console) {
@@ -54,5 +57,6 @@ WorkerResult RunWorker(const QString &url, const QDir &staging, const QDir &inst
         worker.quit();
         worker.wait();
     }
-    return {worker.success(), worker.errormsg()};
+    const QString said = worker.errormsg();
+    return {worker.success(), said.isEmpty() ? guard.message() : said};
 }

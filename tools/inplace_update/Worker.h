@@ -14,6 +14,7 @@ struct WorkerResult {
 /// Runs the worker over the records of a manifest until it has ended or was cancelled, under the
 /// progress dialog or, with \a console, with lines on standard error.
 ///
-/// A cancelled worker has changed nothing in the installation.
+/// A worker is ended when a server sends more than the records list. Neither that nor a cancelled
+/// worker has changed anything in the installation.
 WorkerResult RunWorker(const QString &url, const QDir &staging, const QDir &install,
                        QList<tagDownloadFileInfo> files, bool console);

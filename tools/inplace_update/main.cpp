@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "app/StandardStreams.h"
 #include "tools/inplace_update/CommandLine.h"
 #include "tools/inplace_update/InplaceUpdate.h"
 #include "tools/inplace_update/Report.h"
@@ -35,6 +36,8 @@ std::unique_ptr<QCoreApplication> MakeApplication(int &argc, char **argv, bool w
 
 int main(int argc, char *argv[])
 {
+    // Whoever started an update and goes away, perhaps to be replaced by it, must not end it.
+    PrepareStandardStreams();
     // File names are UTF-8, as the manifest's are, whatever the locale is.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     QStringList arguments;

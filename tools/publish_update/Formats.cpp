@@ -150,6 +150,9 @@ QString FolderReason(const QString &folder)
     if (QString reason = UnsafePathReason(folder); !reason.isEmpty()) {
         return reason;
     }
+    if (QString reason = UnsafePathReason(folder + QStringLiteral("/file")); !reason.isEmpty()) {
+        return reason; // of a folder, not of a file
+    }
     if (folder.contains(QLatin1Char('/'))) {
         return QStringLiteral("it is a path, not a name");
     }

@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+/// A volume of its own in memory (tmpfs), mounted on a folder, that can be filled up. Linux only.
+class SmallVolume {
+public:
+    /// Mounts it on an existing folder, for which the process must have mounts of its own
+    /// (EnterOwnNamespaces()). Aborts the test when that fails.
+    SmallVolume(const QString &folder, int mebibytes);
+    ~SmallVolume();
+    Q_DISABLE_COPY(SmallVolume)
+
+    /// Fills it up but for some pages, or but for some new files. Callable on any thread.
+    void fillAllBut(int pages) const;
+    void takeAllNamesBut(int files) const;
+    /// Takes back what these have done.
+    void makeRoom() const;
+
+private:
+    QString filler(int number) const;
+
+    const QString m_folder;
+};

@@ -1,0 +1,77 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/tools/InplaceProgram.h"
+
+namespace {
+
+constexpr int LookMs = 10;
+
+/// Returns the peak of a process's resident memory in KiB; 0 when it cannot be told.
+qint64 PeakKiB(qint64 processId)
+{
+    const QByteArray status = ReadFile(QStringLiteral("/proc/%1/status").arg(processId));
+    const int at = status.indexOf("VmHWM:");
+    return at < 0 ? 0 : status.mid(at + 6, 20).trimmed().split(' ').first().toLongLong();
+}
+
+} // namespace
+
+InplaceProgram::InplaceProgram(const QString &url, const UpdateFolders &folders, bool console)
+    : m_arguments{
+          QStringLiteral(INPLACE_UPDATE), QStringLiteral("--base-url"), url,
+          QStringLiteral("--install"),    folders.install.path(),       QStringLiteral("--staging"),
+          folders.staging.path()}
+{
+    if (console) {
+        m_arguments << QStringLiteral("--console");
+    }
+}
+
+void InplaceProgram::start(const QString &before)
+{
+    m_timer.start();
+    m_process.start(QStringLiteral("/bin/sh"),
+                    QStringList{QStringLiteral("-c"), before + QStringLiteral("\nexec \"$@\""),
+                                QStringLiteral("sh")} +
+                        m_arguments);
+    if (!m_process.waitForStarted()) {
+        qFatal("The program cannot be started.");
+    }
+}
+
+bool InplaceProgram::waitForEnd(int milliseconds)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (isRunning() && timer.elapsed() < milliseconds) {
+        m_peakKiB = qMax(m_peakKiB, PeakKiB(m_process.processId()));
+        (void)m_process.waitForFinished(qMin(LookMs, milliseconds)); // judged by isRunning()
+    }
+    m_milliseconds = m_timer.elapsed();
+    m_report += m_process.readAllStandardOutput();
+    m_errors += m_process.readAllStandardError();
+    return !isRunning();
+}
+
+int InplaceProgram::run(const QString &before)
+{
+    start(before);
+    (void)waitForEnd(); // a run that does not end has no exit code
+    return exitCode();
+}
+
+bool InplaceProgram::kill()
+{
+    m_process.kill(); // nothing if it was quicker
+    if (isRunning() && !m_process.waitForFinished(10000)) {
+        qFatal("The program cannot be killed.");
+    }
+    return m_process.exitStatus() == QProcess::CrashExit;
+}
+
+int InplaceProgram::exitCode() const
+{
+    return !isRunning() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode()
+                                                                          : -1;
+}

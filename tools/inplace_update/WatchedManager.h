@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QNetworkAccessManager>
+#include <QString>
+
+/// A network access manager that gives up an answer that is too long, and knows of one that broke
+/// off: the fetch over it takes every body of status 200 for whole. For one request. A body whose
+/// length was not told counts as whole wherever its connection ends.
+class WatchedManager : public QNetworkAccessManager {
+public:
+    /// \a limit  in bytes, of the body.
+    explicit WatchedManager(qint64 limit);
+
+    /// Returns what was wrong with the body, or empty text.
+    QString problem() const { return m_problem; }
+
+protected:
+    QNetworkReply *createRequest(Operation operation, const QNetworkRequest &request,
+                                 QIODevice *outgoingData) override;
+
+private:
+    const qint64 m_limit;
+    QString m_problem;
+};
