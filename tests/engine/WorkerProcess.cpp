@@ -9,7 +9,7 @@ WorkerProcess::WorkerProcess(const QString &url, const UpdateFolders &folders,
                              const QList<tagDownloadFileInfo> &files, const QString &authorities)
 {
     QStringList command = m_memory.wrapper();
-    command << QStringLiteral(RUN_WORKER) << url << folders.staging.path()
+    command << QStringLiteral(WORKER_DRIVER) << url << folders.staging.path()
             << folders.install.path();
     for (const tagDownloadFileInfo &file : files) {
         command << file.path << QString::number(file.sizeHigh) << QString::fromLatin1(file.md5);

@@ -65,7 +65,7 @@ public:
     ReleaseCopy(const QVector<ReleaseFile> &files, const QString &source, const QString &target)
         : m_files(files), m_source(source + QLatin1Char('/')), m_target(target + QLatin1Char('/')),
           m_records(static_cast<std::size_t>(files.size())), m_order(files.size()),
-          m_tickets(files.size())
+          m_toCopy(files.size()), m_toSync(files.size())
     {
         // The largest first, so that no thread is left alone with one at the end.
         std::iota(m_order.begin(), m_order.end(), 0);
@@ -93,20 +93,11 @@ public:
         return {};
     }
 
-    void copyFiles()
-    {
-        for (int ticket = m_tickets.take(); ticket >= 0; ticket = m_tickets.take()) {
-            const int index = m_order.at(ticket);
-            const QString reason =
-                copyFile(m_files.at(index), m_records[static_cast<std::size_t>(index)]);
-            if (!reason.isEmpty()) {
-                m_tickets.stop();
-                const std::lock_guard<std::mutex> guard(m_mutex);
-                m_reason = reason;
-            }
-            ++m_filesDone;
-        }
-    }
+    void copyFiles() { forEachFile(m_toCopy, &ReleaseCopy::copyFile); }
+
+    /// Waits until the copies will survive a loss of power. To be called when all are made: a file
+    /// that was copied first is mostly on the disk by then, and one wait serves many.
+    void syncFiles() { forEachFile(m_toSync, &ReleaseCopy::syncFile); }
 
     void show(ProgressBar &bar) const
     {
@@ -119,8 +110,31 @@ public:
     const std::vector<tagDownloadFileInfo> &records() const { return m_records; }
 
 private:
-    QString copyFile(const ReleaseFile &file, tagDownloadFileInfo &record)
+    /// Calls \a step for files until there are no more \a tickets, or one has failed.
+    void forEachFile(Tickets &tickets, QString (ReleaseCopy::*step)(int))
     {
+        for (int ticket = tickets.take(); ticket >= 0; ticket = tickets.take()) {
+            const QString reason = (this->*step)(m_order.at(ticket));
+            if (!reason.isEmpty()) {
+                tickets.stop();
+                const std::lock_guard<std::mutex> guard(m_mutex);
+                m_reason = reason;
+            }
+        }
+    }
+
+    QString syncFile(int index)
+    {
+        QFile target(m_target + m_files.at(index).path);
+        if (!target.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+            return WriteReason(target, target.errorString());
+        }
+        return ::fsync(target.handle()) == 0 ? QString() : WriteReason(target, SystemError());
+    }
+
+    QString copyFile(int index)
+    {
+        const ReleaseFile &file = m_files.at(index);
         QFile source;
         if (QString reason = OpenRegular(m_source, file.path, source); !reason.isEmpty()) {
             return reason;
@@ -150,12 +164,12 @@ private:
         if (size != file.size) {
             return QStringLiteral("\"%1\" changed its size while it was copied.").arg(file.path);
         }
-        if (::fsync(target.handle()) != 0) {
-            return WriteReason(target, SystemError());
-        }
+        StartWriting(target);
         const auto whole = static_cast<quint64>(size);
-        record = {file.path, static_cast<quint32>(whole >> 32U), static_cast<quint32>(whole),
-                  Md5Text(hash.result())};
+        m_records[static_cast<std::size_t>(index)] = {file.path, static_cast<quint32>(whole >> 32U),
+                                                      static_cast<quint32>(whole),
+                                                      Md5Text(hash.result())};
+        ++m_filesDone;
         return {};
     }
 
@@ -166,7 +180,8 @@ private:
     const QString m_target;
     std::vector<tagDownloadFileInfo> m_records; // one element is one thread's
     QVector<int> m_order;
-    Tickets m_tickets;
+    Tickets m_toCopy;
+    Tickets m_toSync;
     qint64 m_size = 0;
     std::atomic<qint64> m_bytesDone{0};
     std::atomic<int> m_filesDone{0};
@@ -184,9 +199,13 @@ QString CopyRelease(const QVector<ReleaseFile> &files, const QString &releaseDir
         return reason;
     }
     ProgressBar bar;
-    RunWorkers(
-        QThread::idealThreadCount(), [&copy] { copy.copyFiles(); },
-        [&copy, &bar] { copy.show(bar); });
+    const auto onEveryCore = [&copy, &bar](const std::function<void()> &work) {
+        RunWorkers(QThread::idealThreadCount(), work, [&copy, &bar] { copy.show(bar); });
+    };
+    onEveryCore([&copy] { copy.copyFiles(); });
+    if (copy.reason().isEmpty()) {
+        onEveryCore([&copy] { copy.syncFiles(); });
+    }
     if (copy.reason().isEmpty()) {
         records = copy.records();
     }

@@ -39,6 +39,15 @@ bool WriteAll(QFile &file, const char *block, qint64 length)
     return true;
 }
 
+void StartWriting(const QFile &file)
+{
+#ifdef SYNC_FILE_RANGE_WRITE
+    (void)::sync_file_range(file.handle(), 0, 0, SYNC_FILE_RANGE_WRITE);
+#else
+    Q_UNUSED(file)
+#endif
+}
+
 bool SyncFolder(const QString &path)
 {
     const int folder =

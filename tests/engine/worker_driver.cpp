@@ -14,7 +14,7 @@
 #include <cstdio>
 
 /// \file
-/// run_worker URL STAGING INSTALL [PATH SIZE MD5]...: runs a worker to its end and prints, a line
+/// worker_driver URL STAGING INSTALL [PATH SIZE MD5]...: runs a worker to its end and prints, a line
 /// each, "progress RECEIVED TOTAL", "untrusted ERROR" where a server's certificate is refused, and
 /// at last "end MESSAGE". Trusts the authorities in the file that WORKER_CA names and no others.
 
