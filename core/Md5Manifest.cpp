@@ -74,11 +74,21 @@ bool ReadRecord(Bytes line, tagDownloadFileInfo &record)
     return true;
 }
 
+using Records = QMap<QString, tagDownloadFileInfo>;
+
+/// Moves \a record into \a records, where \a place is a guess. Returns the entry.
+Records::iterator Put(Records &records, Records::const_iterator place, tagDownloadFileInfo &record)
+{
+    const auto entry = records.insert(place, record.path, {});
+    *entry = std::move(record);
+    return entry;
+}
+
 } // namespace
 
 QMap<QString, tagDownloadFileInfo> ParseMd5File(QByteArray content)
 {
-    QMap<QString, tagDownloadFileInfo> result;
+    Records result;
     QVector<tagDownloadFileInfo> unsorted;
     Bytes rest(content.constData(), static_cast<std::size_t>(content.size()));
     auto last = result.end();
@@ -93,7 +103,7 @@ QMap<QString, tagDownloadFileInfo> ParseMd5File(QByteArray content)
         }
         // Manifests are mostly sorted: what comes in order is put at the end without a search.
         if (last == result.end() || last->path < record.path) {
-            last = result.insert(result.constEnd(), record.path, record);
+            last = Put(result, result.constEnd(), record);
         } else {
             unsorted.append(std::move(record));
         }
@@ -102,9 +112,9 @@ QMap<QString, tagDownloadFileInfo> ParseMd5File(QByteArray content)
     // that the map has already came before: so the later line of a path wins, as it has to.
     std::stable_sort(unsorted.begin(), unsorted.end(),
                      [](const auto &one, const auto &other) { return one.path < other.path; });
-    auto next = result.constBegin();
-    for (const tagDownloadFileInfo &record : qAsConst(unsorted)) {
-        next = result.insert(next, record.path, record);
+    auto next = result.begin();
+    for (tagDownloadFileInfo &record : unsorted) {
+        next = Put(result, next, record);
         ++next;
     }
     return result;
