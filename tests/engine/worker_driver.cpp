@@ -14,9 +14,10 @@
 #include <cstdio>
 
 /// \file
-/// worker_driver URL STAGING INSTALL [PATH SIZE MD5]...: runs a worker to its end and prints, a line
-/// each, "progress RECEIVED TOTAL", "untrusted ERROR" where a server's certificate is refused, and
-/// at last "end MESSAGE". Trusts the authorities in the file that WORKER_CA names and no others.
+/// worker_driver URL STAGING INSTALL [PATH SIZE MD5]...: runs a worker to its end and prints, a
+/// line each, "progress RECEIVED TOTAL", "untrusted ERROR" where a server's certificate is refused,
+/// and at last "end MESSAGE". Trusts the authorities in the file that WORKER_CA names and no
+/// others.
 
 namespace {
 
