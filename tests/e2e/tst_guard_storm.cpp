@@ -301,6 +301,7 @@ void tst_GuardStorm::cleanupTestCase()
           m_wholeLife / 1000);
     qInfo("%d kills, %d of which cost the next session its turn", m_kills, m_refusals);
     m_server.reset();
+    QVERIFY(m_kills > 0);
 }
 
 int main(int argc, char *argv[])

@@ -81,7 +81,7 @@ private:
 void tst_Shipped::initTestCase()
 {
     if (!HasOwnSurroundings) {
-        QSKIP("A network and mounts of the test's own cannot be had here.");
+        return; // the sessions are skipped
     }
     QVERIFY(m_desktop.isUp());
     QVERIFY(m_trusted.isValid());
@@ -154,6 +154,9 @@ void tst_Shipped::addRefusedRows()
 
 void tst_Shipped::session_overTls_isExactlyItsRow()
 {
+    if (!HasOwnSurroundings) {
+        QSKIP("A network and mounts of the test's own cannot be had here.");
+    }
     QFETCH(QSslConfiguration, tls);
     QFETCH(QByteArray, description);
     QFETCH(QString, key);

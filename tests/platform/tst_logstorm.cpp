@@ -232,7 +232,7 @@ void tst_LogStorm::midnight_duringTheStorm_partsTheFiles()
     const QDateTime midnight(now.date().addDays(1), QTime(0, 0), Qt::UTC);
     storm.environment.insert(
         QStringLiteral("FAKETIME"),
-        QStringLiteral("+%1").arg(static_cast<double>(now.msecsTo(midnight) - 1500) / 1000, 0, 'f',
+        QStringLiteral("+%1").arg(static_cast<double>(now.msecsTo(midnight) - 5000) / 1000, 0, 'f',
                                   3));
 
     storm.start();

@@ -5,14 +5,25 @@
 
 #include "tests/support/HostBundle.h"
 
+#include <QList>
+
 #include <fcntl.h>
 #include <unistd.h>
+
+namespace {
+
+/// The ends that a shot closes, of all shots: each new process comes with a copy of every one, and
+/// as long as it kept them, no other one would start.
+QList<int> OpenEnds;
+
+} // namespace
 
 StartingShot::StartingShot()
 {
     if (::pipe2(m_pipe.data(), O_CLOEXEC) != 0) {
         qFatal("There is no pipe for the starting shot.");
     }
+    OpenEnds.append(m_pipe[1]);
 }
 
 StartingShot::~StartingShot()
@@ -24,6 +35,7 @@ StartingShot::~StartingShot()
 void StartingShot::fire()
 {
     if (m_pipe[1] != -1) {
+        OpenEnds.removeOne(m_pipe[1]);
         (void)::close(m_pipe[1]);
         m_pipe[1] = -1;
     }
@@ -32,7 +44,9 @@ void StartingShot::fire()
 void StartingShot::await() const
 {
     char nothing = 0;
-    (void)::close(m_pipe[1]); // the copy that came with the process
+    for (const int end : qAsConst(OpenEnds)) {
+        (void)::close(end);
+    }
     (void)(::read(m_pipe[0], &nothing, 1) == 0);
 }
 

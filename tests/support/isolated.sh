@@ -37,6 +37,7 @@ env -i \
   QT_QPA_PLATFORM=offscreen \
   ASAN_OPTIONS="${ASAN_OPTIONS-fast_unwind_on_malloc=0:$report}" \
   LSAN_OPTIONS="${LSAN_OPTIONS-suppressions=$support/lsan.supp:print_suppressions=0}" \
+  ${UPDATER_SEED:+UPDATER_SEED="$UPDATER_SEED"} \
   GCOV_ERROR_FILE="${GCOV_ERROR_FILE-}" \
   TSAN_OPTIONS="${TSAN_OPTIONS-$tsan:$report}" \
   UBSAN_OPTIONS="${UBSAN_OPTIONS-print_stacktrace=1:$report}" \

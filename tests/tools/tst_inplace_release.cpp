@@ -3,6 +3,7 @@
 
 #include "tests/tools/InplaceFixture.h"
 #include "tools/inplace_update/Release.h"
+#include "tools/inplace_update/WatchedManager.h"
 
 #include <QtTest>
 
@@ -17,6 +18,7 @@ private slots:
     void fetchRelease_badDescription_isRefused();
     void fetchRelease_badManifest_isRefused_data();
     void fetchRelease_badManifest_isRefused();
+    void watchedManager_timeRunsOutInTheBody_isAProblem();
     void fetchRelease_body_isNotUnpacked();
     void fetchRelease_fileSize_hasALimit_data();
     void fetchRelease_fileSize_hasALimit();
@@ -135,6 +137,21 @@ void tst_InplaceRelease::fetchRelease_badManifest_isRefused()
     Release release;
     const QString said = FetchRelease(server.url(QString()), release);
     QVERIFY2(said.startsWith(reason), qPrintable(said));
+}
+
+void tst_InplaceRelease::watchedManager_timeRunsOutInTheBody_isAProblem()
+{
+    const ScriptedServer server([](ScriptedConnection &connection, const QByteArray &) {
+        connection.send(ScriptedServer::answer("200 OK", Line("a") + Line("b")).chopped(1));
+        connection.hang();
+    });
+    WatchedManager manager(1000);
+    QByteArray body;
+    QString error;
+    QVERIFY(GetFileByUrl(manager, QUrl(server.url(QStringLiteral("/"))), body, error, 1, {}, "GET",
+                         {}, nullptr));
+    QVERIFY(body.startsWith(Line("a")));
+    QCOMPARE(manager.problem(), QStringLiteral("内容不完整"));
 }
 
 void tst_InplaceRelease::fetchRelease_body_isNotUnpacked()

@@ -199,6 +199,10 @@ void tst_InplaceReplacement::journal_unusable_isRefused_data()
     QTest::newRow("something else") << QByteArray("hello\n");
     QTest::newRow("another edition") << QByteArray("inplace_update journal 2\t%1\n");
     QTest::newRow("three fields") << QByteArray("inplace_update journal 1\t%1\na\tb\tc\n");
+    QTest::newRow("a path that leads out")
+        << QByteArray("inplace_update journal 1\t%1\na\tnothing\t\t../file\n");
+    QTest::newRow("a folder that leads out")
+        << QByteArray("inplace_update journal 1\t%1\na\tnothing\t..\tnew/file\n");
     QTest::newRow("cut off") << QByteArray("inplace_update journal 1\t%1\na\tb\tc\td\na\tb");
     QTest::newRow("of another installation") << QByteArray("inplace_update journal 1\t/\n");
 }

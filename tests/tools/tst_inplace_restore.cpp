@@ -183,6 +183,9 @@ void tst_InplaceRestore::takeBackAll_madeFolders_areRemoved()
     deep.madeFolder = QStringLiteral("a/b");
     Replacement unreached = ReplacementOf(QStringLiteral("e/new"), {}, "2"); // its folder was made
     unreached.madeFolder = QStringLiteral("e");
+    Replacement halfWay = ReplacementOf(QStringLiteral("h/i/j/k/new"), {}, "4"); // two were made
+    halfWay.madeFolder = QStringLiteral("h");
+    QVERIFY(m_folders->install.mkpath(QStringLiteral("h/i")));
     Replacement used = ReplacementOf(QStringLiteral("u/new"), {}, "3");
     used.madeFolder = QStringLiteral("u");
     install(QStringLiteral("a/b/c/new"), "1");
@@ -191,7 +194,7 @@ void tst_InplaceRestore::takeBackAll_madeFolders_areRemoved()
     install(QStringLiteral("u/of somebody else"), "y");
 
     bool changed = false;
-    QCOMPARE(TakeBackAll({deep, unreached, used}, m_folders->install, changed), QString());
+    QCOMPARE(TakeBackAll({deep, unreached, halfWay, used}, m_folders->install, changed), QString());
 
     QStringList left = m_folders->install.entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
     QCOMPARE(left, QStringList({QStringLiteral("a"), QStringLiteral("u")}));

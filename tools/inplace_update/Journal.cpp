@@ -3,6 +3,7 @@
 
 #include "tools/inplace_update/Journal.h"
 
+#include "tools/ReleasePaths.h"
 #include "tools/inplace_update/WholeFile.h"
 
 #include <QFile>
@@ -42,7 +43,9 @@ bool ReadLine(const QByteArray &line, Replacement &replacement)
     }
     replacement.madeFolder = QString::fromUtf8(fields.at(2));
     replacement.file.path = QString::fromUtf8(fields.at(3));
-    return true;
+    // It is put back and removed by these names, so they must not lead out of the installation.
+    return UnsafePathReason(replacement.file.path).isEmpty() &&
+           (replacement.madeFolder.isEmpty() || UnsafePathReason(replacement.madeFolder).isEmpty());
 }
 
 } // namespace

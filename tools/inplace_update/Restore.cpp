@@ -41,7 +41,7 @@ void RemoveMadeFolders(const Replacement &replacement, const QDir &install)
     QString folder = replacement.file.path;
     while (folder != replacement.madeFolder && folder.contains(QLatin1Char('/'))) {
         folder.truncate(folder.lastIndexOf(QLatin1Char('/')));
-        if (!install.rmdir(folder)) {
+        if (install.exists(folder) && !install.rmdir(folder)) {
             return; // it still holds something
         }
     }

@@ -7,6 +7,11 @@
 
 WatchedManager::WatchedManager(qint64 limit) : m_limit(limit) {}
 
+QString WatchedManager::problem() const
+{
+    return m_problem.isEmpty() && !m_finished ? QObject::tr("内容不完整") : m_problem;
+}
+
 QNetworkReply *WatchedManager::createRequest(Operation operation, const QNetworkRequest &request,
                                              QIODevice *outgoingData)
 {
@@ -18,6 +23,7 @@ QNetworkReply *WatchedManager::createRequest(Operation operation, const QNetwork
         }
     };
     const auto end = [this, reply] {
+        m_finished = true;
         const QVariant told = reply->header(QNetworkRequest::ContentLengthHeader);
         const bool isShort = told.isValid() && told.toLongLong() != reply->bytesAvailable();
         if (m_problem.isEmpty() && (isShort || reply->error() != QNetworkReply::NoError)) {

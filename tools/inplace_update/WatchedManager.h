@@ -14,8 +14,9 @@ public:
     /// \a limit  in bytes, of the body.
     explicit WatchedManager(qint64 limit);
 
-    /// Returns what was wrong with the body, or empty text.
-    QString problem() const { return m_problem; }
+    /// Returns what was wrong with the body, or empty text. One that is still under way when it is
+    /// asked for, because the fetch's time ran out, is not whole.
+    QString problem() const;
 
 protected:
     QNetworkReply *createRequest(Operation operation, const QNetworkRequest &request,
@@ -23,5 +24,6 @@ protected:
 
 private:
     const qint64 m_limit;
+    bool m_finished = false;
     QString m_problem;
 };
