@@ -21,7 +21,9 @@ endif()
 
 if(UPDATER_COVERAGE)
     # Of C++ alone: the tests' Objective-C++ has another compiler, which counts in another way.
-    target_compile_options(updater_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:--coverage>)
+    # Threads count at once; without atomic counters a sum could become negative.
+    target_compile_options(updater_options INTERFACE
+        $<$<COMPILE_LANGUAGE:CXX>:--coverage> $<$<COMPILE_LANGUAGE:CXX>:-fprofile-update=atomic>)
     target_link_options(updater_options INTERFACE --coverage)
 endif()
 
