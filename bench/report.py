@@ -42,7 +42,7 @@ def machine():
     cores = len(re.findall(r"^processor", pathlib.Path("/proc/cpuinfo").read_text(), re.M))
     memory = int(re.search(r"MemTotal:\s*(\d+)", pathlib.Path("/proc/meminfo").read_text())[1])
     return (f"{model[1] if model else platform.processor()}, {cores} cores, "
-            f"{memory / 2**20:.0f} GiB of memory, {platform.system()} {platform.release().split('-')[0]}")
+            f"{memory / 2**20:.0f} GiB of memory, {platform.system()} {'.'.join(platform.release().split('.')[:2])}")
 
 
 def line(what, ours, against, other, ratio, limit, processor=None):
