@@ -139,8 +139,7 @@ void tst_Faults::answer_withoutEnd_isWaitedForAsLongAsTheLimit()
     if (answer.quick >= 0 && !arrives.isNull()) { // as much as came in the time
         const QString begin = Arrived("").message;
         arrives.truncate(end.message.size() - begin.size());
-        QVERIFY2(!arrives.isEmpty() && arrives.size() < answer.arrives.size(),
-                 qPrintable(end.text()));
+        QVERIFY2(!arrives.isEmpty() && arrives.size() <= 16, qPrintable(end.text()));
     }
     const SessionEnd expected =
         arrives.isNull() ? FetchFailed(QStringLiteral("网络超时,status=0")) : Arrived(arrives);

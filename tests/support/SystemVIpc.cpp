@@ -34,6 +34,14 @@ QList<QByteArray> Semaphores()
     return Listed(QStringLiteral("/proc/sysvipc/sem"));
 }
 
+void RemoveSemaphores()
+{
+    const QList<QByteArray> semaphores = Semaphores();
+    for (const QByteArray &semaphore : semaphores) {
+        (void)::semctl(semaphore.simplified().split(' ').value(Id).toInt(), 0, IPC_RMID);
+    }
+}
+
 int RemoveHalfMadeSemaphores()
 {
     int removed = 0;

@@ -11,6 +11,9 @@
 QList<QByteArray> SharedMemorySegments();
 QList<QByteArray> Semaphores();
 
+/// Removes all semaphores of this process's namespace.
+void RemoveSemaphores();
+
 /// Removes the semaphores that were made and never set, and returns how many there were.
 ///
 /// The toolkit makes a semaphore in two steps. A process that is killed between them leaves one
