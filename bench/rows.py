@@ -208,7 +208,7 @@ def log_line_of_the_day(here):
 def publish(here):
     stage.make_files("release", 2000, 1 << 20)
     out = STAGE / "published"
-    tool = quoted(BUILD / "tools/publish_update/publish_update", "--version", "3.1.0", "--min-version",
+    tool = quoted(BUILD / "publish/publish_update", "--version", "3.1.0", "--min-version",
                   "2.0.0", "--download-url", "https://www.example.com/", DATA / "release", out)
     copy = shell(f"cp -r '{DATA}/release' '{out}/copy' && cd '{out}/copy' && "
                  "exec md5sum -c --status ../../data/release.md5")

@@ -17,7 +17,7 @@ make_releases() { # old in $1, new in $2
 }
 
 publish_release() {
-  "$stage/release/tools/publish_update/publish_update" --version 3.1.0 --min-version 2.0.0 \
+  "$stage/release/publish/publish_update" --version 3.1.0 --min-version 2.0.0 \
     --download-url https://update.example.com/download "$1" "$www"
 }
 
@@ -39,7 +39,7 @@ show_inplace_update() {
   publish_release "$new" 2>&1 | awk '{ print "  " $0 }'
   rate=300k
   serve
-  in_own_home "$stage/release/tools/inplace_update/inplace_update" \
+  in_own_home "$stage/release/inplace/inplace_update" \
     --base-url "http://127.0.0.1:$port/public/kestrel/update/mac" \
     --install "$installation" --staging "$temporary/staging" \
     >"$records/output" 2>"$records/errors" &

@@ -47,7 +47,7 @@ show_gallery() {
   mkdir -p "$stage"
   choose_port
   build updater_gallery
-  "$stage/release/tools/gallery/updater_gallery" "$stage/gallery"
+  "$stage/release/ui/gallery/updater_gallery" "$stage/gallery"
   echo "All pictures at a glance: ${stage#"$PWD/"}/gallery/index.html and contact-sheet.png"
 }
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/FolderLock.h"
+#include "inplace/FolderLock.h"
 
 #include <QFile>
 #include <QObject>

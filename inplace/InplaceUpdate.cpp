@@ -1,17 +1,17 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/InplaceUpdate.h"
+#include "inplace/InplaceUpdate.h"
 
 #include "app/FileNames.h"
-#include "tools/inplace_update/FolderLock.h"
-#include "tools/inplace_update/Journal.h"
-#include "tools/inplace_update/Modes.h"
-#include "tools/inplace_update/Release.h"
-#include "tools/inplace_update/Requirements.h"
-#include "tools/inplace_update/Restore.h"
-#include "tools/inplace_update/WholeFile.h"
-#include "tools/inplace_update/Worker.h"
+#include "inplace/FolderLock.h"
+#include "inplace/Journal.h"
+#include "inplace/Modes.h"
+#include "inplace/Release.h"
+#include "inplace/Requirements.h"
+#include "inplace/Restore.h"
+#include "inplace/Worker.h"
+#include "release/WholeFile.h"
 
 #include <QFile>
 #include <QObject>

@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "tools/inplace_update/CommandLine.h"
-#include "tools/inplace_update/Report.h"
+#include "inplace/CommandLine.h"
+#include "inplace/Report.h"
 
 /// Brings an installation to the published release.
 ///

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/Journal.h"
+#include "inplace/Journal.h"
 
-#include "tools/ReleasePaths.h"
-#include "tools/inplace_update/WholeFile.h"
+#include "release/ReleasePaths.h"
+#include "release/WholeFile.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "tools/inplace_update/Replacement.h"
+#include "inplace/Replacement.h"
 
 /// Says, in the staging folder, what an update is about to do to an installation; it is there from
 /// before the first change until the update is finished or undone.

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/Modes.h"
+#include "inplace/Modes.h"
 
 #include <QFile>
 #include <QFileInfo>

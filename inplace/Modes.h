@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "tools/inplace_update/Replacement.h"
+#include "inplace/Replacement.h"
 
 /// Returns whether a file that begins with these bytes is a program: Mach-O, ELF or a script.
 bool BeginsLikeAProgram(const QByteArray &beginning);

@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/Release.h"
+#include "inplace/Release.h"
 
 #include "app/FileNames.h"
-#include "tools/ReleasePaths.h"
-#include "tools/inplace_update/WatchedManager.h"
-#include "tools/publish_update/Formats.h"
+#include "inplace/WatchedManager.h"
+#include "release/Formats.h"
+#include "release/ReleasePaths.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/Replacement.h"
+#include "inplace/Replacement.h"
 
 #include <QCryptographicHash>
 #include <QFile>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/Report.h"
+#include "inplace/Report.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/Requirements.h"
+#include "inplace/Requirements.h"
 
-#include "tools/publish_update/Formats.h"
+#include "release/Formats.h"
 
 #include <QDirIterator>
 #include <QFileInfo>

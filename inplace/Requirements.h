@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "tools/inplace_update/Replacement.h"
+#include "inplace/Replacement.h"
 
 /// Returns why files cannot go from \a staging to \a install, or empty text.
 ///

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/Restore.h"
+#include "inplace/Restore.h"
 
-#include "tools/inplace_update/Modes.h"
+#include "inplace/Modes.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "tools/inplace_update/Replacement.h"
+#include "inplace/Replacement.h"
 
 /// Takes back what is not finished of the \a replacements that an interrupted run left in
 /// \a install, so that each name holds either what was there before or the release's content.

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/SizeGuard.h"
+#include "inplace/SizeGuard.h"
 
-#include "tools/publish_update/Formats.h"
+#include "release/Formats.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/WatchedManager.h"
+#include "inplace/WatchedManager.h"
 
 #include <QNetworkReply>
 

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/Worker.h"
+#include "inplace/Worker.h"
 
-#include "tools/inplace_update/Report.h"
-#include "tools/inplace_update/SizeGuard.h"
+#include "inplace/Report.h"
+#include "inplace/SizeGuard.h"
 #include "ui/UpdateProgress.h"
 
 #include <QEventLoop>

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "app/StandardStreams.h"
-#include "tools/inplace_update/CommandLine.h"
-#include "tools/inplace_update/InplaceUpdate.h"
-#include "tools/inplace_update/Report.h"
+#include "inplace/CommandLine.h"
+#include "inplace/InplaceUpdate.h"
+#include "inplace/Report.h"
+#include "platform/StandardStreams.h"
 
 #include <QApplication>
 #include <QIcon>

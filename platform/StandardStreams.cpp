@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "app/StandardStreams.h"
+#include "platform/StandardStreams.h"
 
 #include <array>
 #include <csignal>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/ByteBudget.h"
+#include "publish/ByteBudget.h"
 
 void ByteBudget::take(quint64 bytes)
 {

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/CommandLine.h"
+#include "publish/CommandLine.h"
 
 #include <QCommandLineParser>
 

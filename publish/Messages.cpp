@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/Messages.h"
+#include "publish/Messages.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/ProgressBar.h"
+#include "publish/ProgressBar.h"
 
 #include <cstdio>
 #include <unistd.h>

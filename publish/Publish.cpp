@@ -1,17 +1,17 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/Publish.h"
+#include "publish/Publish.h"
 
 #include "app/FileNames.h"
 #include "platform/VersionNumber.h"
-#include "tools/publish_update/Formats.h"
-#include "tools/publish_update/Messages.h"
-#include "tools/publish_update/ReleaseCopy.h"
-#include "tools/publish_update/ReleaseScan.h"
-#include "tools/publish_update/SystemCalls.h"
-#include "tools/publish_update/VersionCheck.h"
-#include "tools/publish_update/Workspace.h"
+#include "publish/Messages.h"
+#include "publish/ReleaseCopy.h"
+#include "publish/ReleaseScan.h"
+#include "publish/VersionCheck.h"
+#include "publish/Workspace.h"
+#include "release/Formats.h"
+#include "release/SystemCalls.h"
 
 #include <QFileInfo>
 

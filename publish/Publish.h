@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "tools/publish_update/CommandLine.h"
+#include "publish/CommandLine.h"
 
 /// Publishes the release that \a options describe, or changes nothing. Says on standard output what
 /// was done and on standard error what is wrong. Returns the program's exit code.

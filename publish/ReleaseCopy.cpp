@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/ReleaseCopy.h"
+#include "publish/ReleaseCopy.h"
 
-#include "tools/publish_update/ProgressBar.h"
-#include "tools/publish_update/SystemCalls.h"
-#include "tools/publish_update/Workers.h"
+#include "publish/ProgressBar.h"
+#include "release/SystemCalls.h"
+#include "release/Workers.h"
 
 #include <QCryptographicHash>
 #include <QDir>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "core/Func.h"
-#include "tools/publish_update/ReleaseScan.h"
+#include "publish/ReleaseScan.h"
 
 #include <QVector>
 

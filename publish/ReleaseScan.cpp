@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/ReleaseScan.h"
+#include "publish/ReleaseScan.h"
 
-#include "tools/ReleasePaths.h"
-#include "tools/publish_update/Formats.h"
+#include "release/Formats.h"
+#include "release/ReleasePaths.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,16 +1,16 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/Verify.h"
+#include "publish/Verify.h"
 
 #include "app/FileNames.h"
 #include "core/Func.h"
-#include "tools/ReleasePaths.h"
-#include "tools/publish_update/ByteBudget.h"
-#include "tools/publish_update/Formats.h"
-#include "tools/publish_update/Messages.h"
-#include "tools/publish_update/ProgressBar.h"
-#include "tools/publish_update/Workers.h"
+#include "publish/ByteBudget.h"
+#include "publish/Messages.h"
+#include "publish/ProgressBar.h"
+#include "release/Formats.h"
+#include "release/ReleasePaths.h"
+#include "release/Workers.h"
 
 #include <QNetworkProxyFactory>
 

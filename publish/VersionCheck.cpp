@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/VersionCheck.h"
+#include "publish/VersionCheck.h"
 
 #include <QRegularExpression>
 #include <QStringList>

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/Workspace.h"
+#include "publish/Workspace.h"
 
 #include "app/FileNames.h"
-#include "tools/publish_update/Formats.h"
-#include "tools/publish_update/SystemCalls.h"
+#include "release/Formats.h"
+#include "release/SystemCalls.h"
 
 #include <QDirIterator>
 #include <QFileInfo>

@@ -7,9 +7,6 @@
 #include <QString>
 #include <QStringList>
 
-/// What the names of the publisher's own files in the output folder begin with.
-const QString WorkspacePrefix = QStringLiteral(".publish_update");
-
 /// A hidden folder in the output folder where a release is made ready, out of the sight of those
 /// who fetch. It keeps other publishers away from the output folder for as long as it lives, and is
 /// removed at the end; so is an output folder that it made and that nothing was published in.

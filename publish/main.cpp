@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/CommandLine.h"
-#include "tools/publish_update/Messages.h"
-#include "tools/publish_update/Publish.h"
-#include "tools/publish_update/Verify.h"
+#include "publish/CommandLine.h"
+#include "publish/Messages.h"
+#include "publish/Publish.h"
+#include "publish/Verify.h"
 
 #include <QCoreApplication>
 

@@ -1,11 +1,10 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/Formats.h"
+#include "release/Formats.h"
 
 #include "app/FileNames.h"
-#include "tools/ReleasePaths.h"
-#include "tools/publish_update/Workspace.h"
+#include "release/ReleasePaths.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

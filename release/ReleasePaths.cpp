@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/ReleasePaths.h"
+#include "release/ReleasePaths.h"
 
 #include "app/FileNames.h"
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/SystemCalls.h"
+#include "release/SystemCalls.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/WholeFile.h"
+#include "release/WholeFile.h"
 
 #include <QFile>
 #include <QObject>

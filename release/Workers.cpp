@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/publish_update/Workers.h"
+#include "release/Workers.h"
 
 #include <chrono>
 #include <future>

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "tests/inplace/InplaceStage.h"
+#include "tests/publish/PublishTool.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/Memcheck.h"
-#include "tests/tools/InplaceStage.h"
-#include "tests/tools/PublishTool.h"
 
 #include <QtTest>
 
@@ -14,8 +14,8 @@ constexpr int PatienceMs = 120000; // under memcheck a run takes many times as l
 
 } // namespace
 
-/// The tools under memcheck, which finds nothing.
-class tst_MemcheckTools : public QObject {
+/// The programs around the updater under memcheck, which finds nothing.
+class tst_MemcheckPrograms : public QObject {
     Q_OBJECT
 
 private slots:
@@ -49,14 +49,14 @@ int RunInplace(const InplaceStage &stage, const QProcessEnvironment &environment
 
 } // namespace
 
-void tst_MemcheckTools::inplace_update_hasNoReports_data()
+void tst_MemcheckPrograms::inplace_update_hasNoReports_data()
 {
     QTest::addColumn<QStringList>("further");
     QTest::newRow("console") << QStringList{QStringLiteral("--console")};
     QTest::newRow("windows") << QStringList();
 }
 
-void tst_MemcheckTools::inplace_update_hasNoReports()
+void tst_MemcheckPrograms::inplace_update_hasNoReports()
 {
     QFETCH(QStringList, further);
     Desktop desktop;
@@ -73,7 +73,7 @@ void tst_MemcheckTools::inplace_update_hasNoReports()
     QCOMPARE(stage.installed(), InplaceStage::updated());
 }
 
-void tst_MemcheckTools::inplace_failure_hasNoReports()
+void tst_MemcheckPrograms::inplace_failure_hasNoReports()
 {
     InplaceStage stage;
     const FileMap before = stage.installed();
@@ -88,7 +88,7 @@ void tst_MemcheckTools::inplace_failure_hasNoReports()
     QCOMPARE(stage.installed(), before);
 }
 
-void tst_MemcheckTools::publish_releaseThenVerify_hasNoReports()
+void tst_MemcheckPrograms::publish_releaseThenVerify_hasNoReports()
 {
     const QTemporaryDir folder;
     const QString release = folder.filePath(QStringLiteral("release"));
@@ -110,7 +110,7 @@ void tst_MemcheckTools::publish_releaseThenVerify_hasNoReports()
     QCOMPARE(server.requests().size(), 22); // the description, the manifest and the files
 }
 
-void tst_MemcheckTools::publish_refusal_hasNoReports()
+void tst_MemcheckPrograms::publish_refusal_hasNoReports()
 {
     const QTemporaryDir folder;
     const QString release = folder.filePath(QStringLiteral("release"));
@@ -123,5 +123,5 @@ void tst_MemcheckTools::publish_refusal_hasNoReports()
     QCOMPARE(run.exitCode, 1);
 }
 
-QTEST_GUILESS_MAIN(tst_MemcheckTools)
-#include "tst_memcheck_tools.moc"
+QTEST_GUILESS_MAIN(tst_MemcheckPrograms)
+#include "tst_memcheck_programs.moc"

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "core/Func.h"
+#include "inplace/Release.h"
+#include "release/Formats.h"
 #include "tests/fuzz/PathOracle.h"
 #include "tests/fuzz/Require.h"
-#include "tools/inplace_update/Release.h"
-#include "tools/publish_update/Formats.h"
 
 #include <cstddef>
 #include <cstdint>

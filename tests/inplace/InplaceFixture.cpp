@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/InplaceFixture.h"
+#include "tests/inplace/InplaceFixture.h"
 
 #include "app/FileNames.h"
 

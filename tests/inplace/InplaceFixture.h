@@ -3,8 +3,8 @@
 
 #pragma once
 
+#include "inplace/Replacement.h"
 #include "tests/engine/EngineFixture.h"
-#include "tools/inplace_update/Replacement.h"
 
 /// Returns the content of the manifest that lists these files.
 QByteArray ManifestOf(const FileMap &files);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/InplaceProgram.h"
+#include "tests/inplace/InplaceProgram.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #pragma once
 
+#include "tests/inplace/InplaceFixture.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/tools/InplaceFixture.h"
 
 #include <QElapsedTimer>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/InplaceStage.h"
+#include "tests/inplace/InplaceStage.h"
 
 #include "ui/UpdateProgress.h"
 

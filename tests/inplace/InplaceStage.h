@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "tests/tools/InplaceFixture.h"
-#include "tools/inplace_update/InplaceUpdate.h"
+#include "inplace/InplaceUpdate.h"
+#include "tests/inplace/InplaceFixture.h"
 
 #include <functional>
 #include <memory>

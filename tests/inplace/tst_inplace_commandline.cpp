@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tools/inplace_update/CommandLine.h"
+#include "inplace/CommandLine.h"
 
 #include <QtTest>
 

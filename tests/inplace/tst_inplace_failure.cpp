@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "inplace/Journal.h"
+#include "tests/inplace/InplaceStage.h"
 #include "tests/support/OrdinaryUser.h"
-#include "tests/tools/InplaceStage.h"
-#include "tools/inplace_update/Journal.h"
 
 #include <QLockFile>
 #include <QtTest>

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "tests/inplace/InplaceProgram.h"
 #include "tests/support/OwnNamespaces.h"
 #include "tests/support/SmallVolume.h"
-#include "tests/tools/InplaceProgram.h"
 
 #include <QtTest>
 

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "release/Formats.h"
+#include "tests/inplace/InplaceProgram.h"
 #include "tests/support/Nginx.h"
-#include "tests/tools/InplaceProgram.h"
-#include "tools/publish_update/Formats.h"
 
 #include <QCryptographicHash>
 #include <QtTest>

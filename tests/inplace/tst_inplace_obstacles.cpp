@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "tests/inplace/InplaceProgram.h"
+#include "tests/inplace/InplaceStage.h"
 #include "tests/support/OrdinaryUser.h"
-#include "tests/tools/InplaceProgram.h"
-#include "tests/tools/InplaceStage.h"
 
 #include <QStandardPaths>
 #include <QtTest>

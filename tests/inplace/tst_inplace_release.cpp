@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/InplaceFixture.h"
-#include "tools/inplace_update/Release.h"
-#include "tools/inplace_update/WatchedManager.h"
+#include "inplace/Release.h"
+#include "inplace/WatchedManager.h"
+#include "tests/inplace/InplaceFixture.h"
 
 #include <QtTest>
 

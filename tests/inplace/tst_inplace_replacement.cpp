@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/InplaceFixture.h"
-#include "tools/inplace_update/Journal.h"
+#include "inplace/Journal.h"
+#include "tests/inplace/InplaceFixture.h"
 
 #include <QtTest>
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/InplaceFixture.h"
-#include "tools/inplace_update/Requirements.h"
+#include "inplace/Requirements.h"
+#include "tests/inplace/InplaceFixture.h"
 
 #include <QtTest>
 

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "inplace/Modes.h"
+#include "inplace/Restore.h"
+#include "tests/inplace/InplaceFixture.h"
 #include "tests/support/OrdinaryUser.h"
-#include "tests/tools/InplaceFixture.h"
-#include "tools/inplace_update/Modes.h"
-#include "tools/inplace_update/Restore.h"
 
 #include <QtTest>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/PublishTool.h"
+#include "tests/publish/PublishTool.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "core/Func.h"
-#include "tests/tools/PublishTool.h"
+#include "tests/publish/PublishTool.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "core/Func.h"
-#include "tests/tools/PublishTool.h"
-#include "tools/publish_update/Workspace.h"
+#include "publish/Workspace.h"
+#include "tests/publish/PublishTool.h"
 
 #include <QRandomGenerator>
 #include <QTemporaryDir>

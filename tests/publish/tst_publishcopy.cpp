@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/PublishTool.h"
-#include "tools/publish_update/Publish.h"
-#include "tools/publish_update/ReleaseCopy.h"
+#include "publish/Publish.h"
+#include "publish/ReleaseCopy.h"
+#include "tests/publish/PublishTool.h"
 
 #include <QDir>
 #include <QTemporaryDir>

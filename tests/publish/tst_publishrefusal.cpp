@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/tools/PublishTool.h"
-#include "tools/publish_update/Formats.h"
-#include "tools/publish_update/ReleaseScan.h"
+#include "publish/ReleaseScan.h"
+#include "release/Formats.h"
+#include "tests/publish/PublishTool.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "core/Func.h"
+#include "publish/Verify.h"
+#include "tests/publish/PublishTool.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/tools/PublishTool.h"
-#include "tools/publish_update/Verify.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>

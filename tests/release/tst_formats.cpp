@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 #include "platform/VersionNumber.h"
-#include "tools/publish_update/Formats.h"
-#include "tools/publish_update/VersionCheck.h"
+#include "publish/VersionCheck.h"
+#include "release/Formats.h"
 
 #include <QtTest>
 
 /// How versions, manifests and update descriptions are judged and written.
-class tst_PublishFormats : public QObject {
+class tst_Formats : public QObject {
     Q_OBJECT
 
 private slots:
@@ -30,7 +30,7 @@ const QByteArray Md5(32, 'a');
 
 } // namespace
 
-void tst_PublishFormats::versionReasons_version_areAsExpected_data()
+void tst_Formats::versionReasons_version_areAsExpected_data()
 {
     QTest::addColumn<QString>("version");
     QTest::addColumn<QString>("notAVersion");
@@ -68,7 +68,7 @@ void tst_PublishFormats::versionReasons_version_areAsExpected_data()
     QTest::newRow("other digits") << QString::fromUtf8("\u0663.1.2") << no << QString();
 }
 
-void tst_PublishFormats::versionReasons_version_areAsExpected()
+void tst_Formats::versionReasons_version_areAsExpected()
 {
     QFETCH(QString, version);
     QFETCH(QString, notAVersion);
@@ -80,7 +80,7 @@ void tst_PublishFormats::versionReasons_version_areAsExpected()
 }
 
 /// What is found lossless comes back out of the number that the hosts are compared by.
-void tst_PublishFormats::lossyVersionReason_losslessVersions_haveNumbersOfTheirOwn()
+void tst_Formats::lossyVersionReason_losslessVersions_haveNumbersOfTheirOwn()
 {
     for (const int major : {0, 1, 2147}) {
         for (const int minor : {0, 1, 48, 99}) {
@@ -100,7 +100,7 @@ void tst_PublishFormats::lossyVersionReason_losslessVersions_haveNumbersOfTheirO
     }
 }
 
-void tst_PublishFormats::manifestContent_records_areWrittenLineByLine()
+void tst_Formats::manifestContent_records_areWrittenLineByLine()
 {
     const std::vector<tagDownloadFileInfo> records{
         {QStringLiteral("资源/a b"), 0, 0xABC, Md5}, {"big", 1, 0, Md5}, {"empty", 0, 0, Md5}};
@@ -109,7 +109,7 @@ void tst_PublishFormats::manifestContent_records_areWrittenLineByLine()
     QCOMPARE(ManifestContent({}), QByteArray());
 }
 
-void tst_PublishFormats::manifestContent_written_isReadBackUnchanged()
+void tst_Formats::manifestContent_written_isReadBackUnchanged()
 {
     const std::vector<tagDownloadFileInfo> records{{QStringLiteral("资源/a b"), 0, 0x7FFFFFBF, Md5},
                                                    {"both halves", 7, 0xFFFFFFFF, Md5}};
@@ -122,7 +122,7 @@ void tst_PublishFormats::manifestContent_written_isReadBackUnchanged()
     }
 }
 
-void tst_PublishFormats::manifestProblems_content_areNamed_data()
+void tst_Formats::manifestProblems_content_areNamed_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QStringList>("problems");
@@ -165,14 +165,14 @@ void tst_PublishFormats::manifestProblems_content_areNamed_data()
                        R"(old "a")");
 }
 
-void tst_PublishFormats::manifestProblems_content_areNamed()
+void tst_Formats::manifestProblems_content_areNamed()
 {
     QFETCH(QByteArray, content);
     QFETCH(QStringList, problems);
     QCOMPARE(ManifestProblems(content), problems);
 }
 
-void tst_PublishFormats::descriptionContent_written_isReadBackUnchanged()
+void tst_Formats::descriptionContent_written_isReadBackUnchanged()
 {
     const PublishedDescription written{3100025, QStringLiteral(R"(三 "3")"), "3.10.25", 3000000,
                                        "https://www.example.com/d?a=b"};
@@ -185,7 +185,7 @@ void tst_PublishFormats::descriptionContent_written_isReadBackUnchanged()
     QCOMPARE(read.downloadUrl, written.downloadUrl);
 }
 
-void tst_PublishFormats::descriptionProblems_content_areNamed_data()
+void tst_Formats::descriptionProblems_content_areNamed_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QStringList>("problems");
@@ -218,7 +218,7 @@ void tst_PublishFormats::descriptionProblems_content_areNamed_data()
         << QStringList(R"(DownloadUrl: "http://h/" is not an https address)");
 }
 
-void tst_PublishFormats::descriptionProblems_content_areNamed()
+void tst_Formats::descriptionProblems_content_areNamed()
 {
     QFETCH(QByteArray, content);
     QFETCH(QStringList, problems);
@@ -226,5 +226,5 @@ void tst_PublishFormats::descriptionProblems_content_areNamed()
     QCOMPARE(DescriptionProblems(content, description), problems);
 }
 
-QTEST_APPLESS_MAIN(tst_PublishFormats)
-#include "tst_publishformats.moc"
+QTEST_APPLESS_MAIN(tst_Formats)
+#include "tst_formats.moc"
