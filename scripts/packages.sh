@@ -78,4 +78,5 @@ need_for_testing() {
   need 'ls /usr/lib/gcc/*/12/include/objc/objc.h' libobjc-12-dev
   need 'command -v clang-format-14 || command -v clang-format' clang-format
   need 'command -v valgrind' valgrind
+  need 'command -v minisign' minisign
 }
