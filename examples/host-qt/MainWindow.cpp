@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDebug>
+#include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -25,7 +26,8 @@ MainWindow::MainWindow()
     m_checkAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_U));
     connect(m_checkAction, &QAction::triggered, this, [this] { checkForUpdates(true); });
     connect(&m_check, &UpdateCheck::finished, this, &MainWindow::tell);
-    statusBar()->showMessage(tr("Ready"));
+    statusBar()->addPermanentWidget(new QLabel(windowTitle()));
+    statusBar()->showMessage(tr("Not checked for updates yet"));
     QApplication::setQuitOnLastWindowClosed(false); // closeEvent() decides
 }
 
