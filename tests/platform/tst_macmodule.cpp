@@ -46,7 +46,7 @@ const QByteArray sandboxValidity =
 // A stage for the module, whose answers are set by name.
 class MacStage : public Stage {
 public:
-    MacStage() : Stage(driver) { writeInfo(infoPlist(QStringLiteral("a.b.c"), QString())); }
+    MacStage() : Stage(driver) { writeInfo(InfoPlist(QStringLiteral("a.b.c"), QString())); }
 
     void set(const char *name, const QString &value)
     {

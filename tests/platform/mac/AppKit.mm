@@ -11,7 +11,7 @@ static NSWindowButton shownButton;
 @implementation NSButton
 - (void)setHidden:(BOOL)hidden
 {
-    recordCall("button " + std::to_string(shownButton) + " setHidden:" + std::to_string(hidden));
+    RecordCall("button " + std::to_string(shownButton) + " setHidden:" + std::to_string(hidden));
 }
 @end
 
@@ -23,22 +23,22 @@ static NSWindowButton shownButton;
 
 - (void)setStyleMask:(NSWindowStyleMask)mask
 {
-    recordCall("setStyleMask:" + std::to_string(mask));
+    RecordCall("setStyleMask:" + std::to_string(mask));
 }
 
 - (void)setTitleVisibility:(NSWindowTitleVisibility)visibility
 {
-    recordCall("setTitleVisibility:" + std::to_string(visibility));
+    RecordCall("setTitleVisibility:" + std::to_string(visibility));
 }
 
 - (void)setTitlebarAppearsTransparent:(BOOL)transparent
 {
-    recordCall("setTitlebarAppearsTransparent:" + std::to_string(transparent));
+    RecordCall("setTitlebarAppearsTransparent:" + std::to_string(transparent));
 }
 
 - (NSButton *)standardWindowButton:(NSWindowButton)button
 {
-    recordCall("standardWindowButton:" + std::to_string(button));
+    RecordCall("standardWindowButton:" + std::to_string(button));
     shownButton = button;
     return [[NSButton new] autorelease];
 }
@@ -47,7 +47,7 @@ static NSWindowButton shownButton;
 @implementation NSView
 - (NSWindow *)window
 {
-    recordCall("window");
+    RecordCall("window");
     return [[NSWindow new] autorelease];
 }
 @end

@@ -4,4 +4,4 @@
 #pragma once
 
 /// Makes the main bundle read the property list in the folder above the executable's, once.
-void installFoundationStandIns();
+void InstallFoundationStandIns();

@@ -30,7 +30,7 @@ void NSLog(NSString *format, ...)
 }
 
 // The library does not know the layout of a bundle with its executable in Contents/MacOS.
-static NSDictionary *infoDictionary(id, SEL)
+static NSDictionary *InfoDictionary(id, SEL)
 {
     static NSDictionary *dictionary = nil;
     if (!dictionary) {
@@ -42,8 +42,8 @@ static NSDictionary *infoDictionary(id, SEL)
     return dictionary;
 }
 
-void installFoundationStandIns()
+void InstallFoundationStandIns()
 {
     class_replaceMethod([NSBundle class], @selector(infoDictionary),
-                        reinterpret_cast<IMP>(infoDictionary), "@@:");
+                        reinterpret_cast<IMP>(InfoDictionary), "@@:");
 }
