@@ -102,11 +102,16 @@ bool ProvideFolder(NSString *path)
 
 NSString *HiddenFolderIn(NSString *home)
 {
-    NSString *path =
-        [NSString stringWithFormat:@"%@/.%@", home, [[NSBundle mainBundle] bundleIdentifier]];
-    while (!ProvideFolder(path)) {
-        // Before the whole path and without limit, both on purpose.
-        path = [NSString stringWithFormat:@".%@", path];
+    NSMutableString *path = [NSMutableString
+        stringWithFormat:@"%@/.%@", home, [[NSBundle mainBundle] bundleIdentifier]];
+    for (bool found = false; !found;) {
+        @autoreleasepool { // or endless tries would gather endless objects
+            found = ProvideFolder(path);
+            if (!found) {
+                // Before the whole path and without limit, both on purpose.
+                [path insertString:@"." atIndex:0];
+            }
+        }
     }
     const BOOL writable = [[NSFileManager defaultManager] isWritableFileAtPath:path];
     NSLog(@"not sandboxed:path=%@,writable=%hhd\n", path, static_cast<signed char>(writable));

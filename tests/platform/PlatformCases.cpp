@@ -115,11 +115,11 @@ QList<HomeCase> DotCases()
     home.home = QStringLiteral("{stage}/flat");
 
     HomeCase many = thrice;
-    many.rule = "two hundred tries are not too many";
-    for (int dots = 3; dots < 200; ++dots) {
+    many.rule = "as many tries as a name has room for dots are not too many";
+    for (int dots = 3; dots < 255; ++dots) {
         many.files.append(QStringLiteral("{stage}/cwd/") + QString(dots, QLatin1Char('.')));
     }
-    const QString longest = QString(200, QLatin1Char('.')) + usual;
+    const QString longest = QString(255, QLatin1Char('.')) + usual;
     many.out = Printed(longest);
     many.log = Created(longest) + Chosen(longest);
     many.made = QStringList{QStringLiteral("{stage}/cwd/") + longest};
@@ -183,5 +183,8 @@ QList<VersionCase> VersionCases()
         {"sum wraps in 32 bits", QStringLiteral("99999.0.0"), 1214752192},
         {"largest sum", QStringLiteral("2147.48.3647"), 2147483647},
         {"one more wraps", QStringLiteral("2147.48.3648"), -2147483647 - 1},
+        {"a number beyond an int is the largest", QStringLiteral("0.0.2147483648"), 2147483647},
+        {"one below an int is the lowest", QStringLiteral("0.0.-2147483649"), -2147483647 - 1},
+        {"one beyond 64 bits too", QStringLiteral("0.0.99999999999999999999"), 2147483647},
     };
 }

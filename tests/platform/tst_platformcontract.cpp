@@ -21,6 +21,8 @@ private slots:
     static void getMainExecutableVersion_text_isEncoded();
     static void getMainExecutableVersion_notText_isNull_data();
     static void getMainExecutableVersion_notText_isNull();
+    static void getMainExecutableVersion_otherVersionKey_doesNotCount_data();
+    static void getMainExecutableVersion_otherVersionKey_doesNotCount();
 };
 
 namespace {
@@ -190,6 +192,26 @@ void tst_PlatformContract::getMainExecutableVersion_notText_isNull()
     QFETCH(QByteArray, value);
     Stage stage(driver);
     stage.writeInfo(InfoPlist("<key>CFBundleShortVersionString</key>" + value + '\n'));
+
+    const RunResult run = stage.run({QStringLiteral("version"), QStringLiteral("number")});
+
+    QVERIFY2(run.exitCode == 0, run.err.constData());
+    QCOMPARE(run.out, QByteArray("version=(null)\nnumber=0\n"));
+}
+
+void tst_PlatformContract::getMainExecutableVersion_otherVersionKey_doesNotCount_data()
+{
+    QTest::addColumn<QString>("driver");
+    for (const Implementation &implementation : Implementations()) {
+        QTest::newRow(implementation.name) << implementation.driver;
+    }
+}
+
+void tst_PlatformContract::getMainExecutableVersion_otherVersionKey_doesNotCount()
+{
+    QFETCH(QString, driver);
+    Stage stage(driver);
+    stage.writeInfo(InfoPlist("<key>CFBundleVersion</key><string>1.2.3</string>\n"));
 
     const RunResult run = stage.run({QStringLiteral("version"), QStringLiteral("number")});
 

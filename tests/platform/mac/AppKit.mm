@@ -5,7 +5,6 @@
 
 #include "StandIn.h"
 
-static NSWindowStyleMask styleMask = 0x1f;
 static NSWindowButton shownButton;
 
 @implementation NSButton
@@ -18,7 +17,7 @@ static NSWindowButton shownButton;
 @implementation NSWindow
 - (NSWindowStyleMask)styleMask
 {
-    return styleMask;
+    return std::stoul(Scenario("STYLE_MASK", "31")); // titled, with all its buttons
 }
 
 - (void)setStyleMask:(NSWindowStyleMask)mask
@@ -39,6 +38,9 @@ static NSWindowButton shownButton;
 - (NSButton *)standardWindowButton:(NSWindowButton)button
 {
     RecordCall("standardWindowButton:" + std::to_string(button));
+    if (Scenario("TITLE_BAR") == "none") {
+        return nil;
+    }
     shownButton = button;
     return [[NSButton new] autorelease];
 }
