@@ -5,12 +5,12 @@
 
 #include "app/FileNames.h"
 #include "platform/VersionNumber.h"
-#include "publish/Messages.h"
 #include "publish/ReleaseCopy.h"
 #include "publish/ReleaseScan.h"
 #include "publish/VersionCheck.h"
 #include "publish/Workspace.h"
 #include "release/Formats.h"
+#include "release/Messages.h"
 #include "release/SystemCalls.h"
 
 #include <QFileInfo>

@@ -6,9 +6,9 @@
 #include "app/FileNames.h"
 #include "core/Func.h"
 #include "publish/ByteBudget.h"
-#include "publish/Messages.h"
 #include "publish/ProgressBar.h"
 #include "release/Formats.h"
+#include "release/Messages.h"
 #include "release/ReleasePaths.h"
 #include "release/Workers.h"
 

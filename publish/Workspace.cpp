@@ -4,6 +4,7 @@
 #include "publish/Workspace.h"
 
 #include "app/FileNames.h"
+#include "release/DurableFile.h"
 #include "release/Formats.h"
 #include "release/SystemCalls.h"
 

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "publish/CommandLine.h"
-#include "publish/Messages.h"
 #include "publish/Publish.h"
 #include "publish/Verify.h"
+#include "release/Messages.h"
 
 #include <QCoreApplication>
 

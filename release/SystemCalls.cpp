@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 
 QString SystemError()
 {
@@ -46,19 +45,4 @@ void StartWriting(const QFile &file)
 #else
     Q_UNUSED(file)
 #endif
-}
-
-bool SyncFolder(const QString &path)
-{
-    const int folder =
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0) {
-        return false;
-    }
-    // EINVAL: a file system that syncs no folders has nothing to wait for.
-    const bool synced = ::fsync(folder) == 0 || errno == EINVAL;
-    const int error = errno;
-    (void)::close(folder);
-    errno = error;
-    return synced;
 }

@@ -25,7 +25,3 @@ bool WriteAll(QFile &file, const char *block, qint64 length);
 
 /// Has the system begin to write what is in \a file to the disk, where it can, and does not wait.
 void StartWriting(const QFile &file);
-
-/// Waits until the names in a folder will survive a loss of power. Returns whether that went well;
-/// SystemError() says why not.
-bool SyncFolder(const QString &path);

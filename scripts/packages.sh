@@ -54,6 +54,8 @@ need_for_building() {
   need 'command -v pkg-config' pkg-config
   need 'pkg-config --exists Qt5Widgets Qt5Network' qtbase5-dev
   need 'pkg-config --exists libplist-2.0' libplist-dev
+  need 'pkg-config --exists libsodium' libsodium-dev
+  need 'pkg-config --exists libcrypto' libssl-dev
 }
 
 need_for_showing() {
@@ -66,6 +68,7 @@ need_for_showing() {
 
 need_for_testing() {
   need 'command -v openssl' openssl
+  need 'command -v minisign' minisign
   need 'command -v python3' python3
   need 'command -v faketime' faketime
   need 'command -v rsvg-convert' librsvg2-bin
@@ -75,4 +78,5 @@ need_for_testing() {
   need 'ls /usr/lib/gcc/*/12/include/objc/objc.h' libobjc-12-dev
   need 'command -v clang-format-14 || command -v clang-format' clang-format
   need 'command -v valgrind' valgrind
+  need 'command -v minisign' minisign
 }

@@ -57,9 +57,20 @@ void CompareRow(const QDialog &dialog)
     QCOMPARE(font.pointSize(), headline ? 15 : QFont().pointSize());
     QCOMPARE(font.family(), QFont().family());
     if (const auto *label = qobject_cast<const QLabel *>(widget)) {
-        QCOMPARE(label->textFormat(), Qt::PlainText);
-        QCOMPARE(label->wordWrap(), false);
+        ComparePlainLabel(*label);
     }
+}
+
+void ComparePlainLabel(const QLabel &label)
+{
+    QCOMPARE(label.textFormat(), Qt::PlainText); // our choice: what is shown comes from outside
+    const QLabel untouched;
+    QCOMPARE(label.wordWrap(), untouched.wordWrap());
+    QCOMPARE(label.alignment(), untouched.alignment());
+    QCOMPARE(label.indent(), untouched.indent());
+    QCOMPARE(label.margin(), untouched.margin());
+    QCOMPARE(label.textInteractionFlags(), untouched.textInteractionFlags());
+    QCOMPARE(label.focusPolicy(), untouched.focusPolicy());
 }
 
 void CompareFrame(const QDialog &dialog)

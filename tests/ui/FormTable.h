@@ -10,6 +10,8 @@
 #include <QRect>
 #include <QString>
 
+class QLabel;
+
 /// A label or button as a form must make it.
 struct FormRow {
     const char *name;
@@ -27,6 +29,9 @@ void AddRows(const QList<FormRow> &rows);
 
 /// Compares the widget of the current data row with what \a dialog holds.
 void CompareRow(const QDialog &dialog);
+
+/// Checks that \a label shows plain text, and is otherwise as a label is made.
+void ComparePlainLabel(const QLabel &label);
 
 /// Checks that \a dialog is a frameless dialog of the shared size, and that its class brings no
 /// signals, slots, properties or the like.

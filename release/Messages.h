@@ -7,8 +7,13 @@
 #include <QStringList>
 
 /// \file
-/// What the program says, in UTF-8. Control characters are replaced, so that no name can change the
-/// look of a terminal.
+/// What the command-line programs say, in UTF-8. On standard error, each text begins with the name
+/// of the program (QCoreApplication::applicationName()).
+
+/// Returns \a text as it is printed: control characters and those that turn the direction of text
+/// are replaced, so that no file name and no answer of a server can change the look of a terminal;
+/// lines of more than 2,000 characters are cut and end in "...". Line ends stay.
+QString Printable(const QString &text);
 
 /// Says \a text, of one or more lines, on standard output.
 void Say(const QString &text);

@@ -1,0 +1,164 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "release/DurableFile.h"
+
+#include "release/Descriptor.h"
+#include "release/SystemCalls.h"
+
+#include <QFileInfo>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr mode_t WhileWriting = 0600;
+
+QString WriteReason(const QString &path)
+{
+    return QStringLiteral("\"%1\" cannot be written: %2").arg(path, SystemError());
+}
+
+/// Hands what was written to the disk; whether the disk itself may keep it for later is said by
+/// \a throughDisk.
+bool Sync(int descriptor, bool throughDisk)
+{
+#ifdef F_FULLFSYNC
+    // Elsewhere fsync() empties the disk's own cache too. Not every volume knows the call.
+    if (throughDisk && ::fcntl(descriptor, F_FULLFSYNC) == 0) {
+        return true;
+    }
+#else
+    Q_UNUSED(throughDisk)
+#endif
+    return ::fsync(descriptor) == 0;
+}
+
+bool SyncFolderDescriptor(int descriptor, bool throughDisk)
+{
+    // EINVAL: a file system that syncs no folders has nothing to wait for.
+    return Sync(descriptor, throughDisk) || errno == EINVAL;
+}
+
+/// Opens a folder, or a file when \a flags say so, for nothing but to be synced.
+int OpenToSync(const char *path, int flags)
+{
+    return ::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags);
+}
+
+bool WriteAll(int descriptor, const QByteArray &content)
+{
+    const char *block = content.constData();
+    auto left = static_cast<std::size_t>(content.size());
+    // Continue after a short write so that the error surfaces.
+    while (left > 0) {
+        const ssize_t written = ::write(descriptor, block, left);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            errno = written == 0 ? EIO : errno;
+            return false;
+        }
+        block += written;
+        left -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
+{
+    if (::unlink(scratch) != 0 && errno != ENOENT) {
+        return false;
+    }
+    Descriptor file(
+        ::open(scratch, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, WhileWriting));
+    return file.isOpen() && WriteAll(file.number(), content) &&
+           ::fchmod(file.number(), static_cast<mode_t>(mode)) == 0 && Sync(file.number(), true) &&
+           file.close();
+}
+
+/// Syncs one entry of a tree, which may be anything.
+bool SyncEntry(const fs::directory_entry &entry)
+{
+    std::error_code error;
+    const fs::file_type type = entry.symlink_status(error).type();
+    if (error) {
+        errno = error.value();
+        return false;
+    }
+    const bool isFolder = type == fs::file_type::directory;
+    if (!isFolder && type != fs::file_type::regular) {
+        return true; // a link is synced with the folder that it stands in
+    }
+    const Descriptor here(OpenToSync(entry.path().c_str(), isFolder ? O_DIRECTORY : 0));
+    return here.isOpen() &&
+           (isFolder ? SyncFolderDescriptor(here.number(), false) : Sync(here.number(), false));
+}
+
+} // namespace
+
+QString WriteDurably(const QString &path, const QString &scratch, const QByteArray &content,
+                     int mode)
+{
+    const QByteArray work = QFile::encodeName(scratch);
+    if (!WriteScratch(work.constData(), content, mode) || !Move(scratch, path)) {
+        QString reason = WriteReason(path);
+        (void)::unlink(work.constData()); // one that stays is removed by the next run
+        return reason;
+    }
+    return SyncFolder(QFileInfo(path).path()) ? QString() : WriteReason(path);
+}
+
+bool SyncFile(int descriptor)
+{
+    return Sync(descriptor, true);
+}
+
+bool SyncFile(const QString &path)
+{
+    const Descriptor file(OpenToSync(QFile::encodeName(path).constData(), 0));
+    return file.isOpen() && Sync(file.number(), true);
+}
+
+bool SyncFolder(const QString &path)
+{
+    const Descriptor folder(OpenToSync(QFile::encodeName(path).constData(), O_DIRECTORY));
+    return folder.isOpen() && SyncFolderDescriptor(folder.number(), true);
+}
+
+QString SyncTree(const QString &folder)
+{
+    const auto reason = [](const QString &path, const QString &error) {
+        return QStringLiteral("\"%1\" cannot be synced: %2").arg(path, error);
+    };
+    const Descriptor top(OpenToSync(QFile::encodeName(folder).constData(), O_DIRECTORY));
+    if (!top.isOpen()) {
+        return reason(folder, SystemError());
+    }
+#ifdef __linux__
+    // All at once is far quicker than file by file. What failed before is only told file by file,
+    // which is quick once there is nothing left to write.
+    if (::syncfs(top.number()) != 0) {
+        return reason(folder, SystemError());
+    }
+#endif
+    std::error_code error;
+    fs::recursive_directory_iterator at(QFile::encodeName(folder).toStdString(), error);
+    for (; !error && at != fs::recursive_directory_iterator(); at.increment(error)) {
+        if (!SyncEntry(*at)) {
+            return reason(QFile::decodeName(at->path().c_str()), SystemError());
+        }
+    }
+    if (error) {
+        return reason(folder, QString::fromStdString(error.message()));
+    }
+    // The last one empties the disk's cache for all of them.
+    return SyncFolderDescriptor(top.number(), true) ? QString() : reason(folder, SystemError());
+}

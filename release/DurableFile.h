@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// \file
+/// Files and names that survive a loss of power. Nothing here is buffered: what returns success has
+/// been through the system's own check. Callable on any thread.
+
+/// Puts \a content under the name \a path at one stroke: whoever looks sees the file that was there
+/// or the whole new one, also after the process or the machine was stopped at any moment.
+///
+/// \a scratch  a name on the same volume for the work; what is there, such as the rest of an
+///             interrupted run, is removed.
+/// \a mode     of the new file, whatever the umask is.
+/// Returns why that failed, naming the path, or empty text once the file and its name will survive
+/// a loss of power. After a failure the file that was there is untouched, unless the last step
+/// failed, the wait for the name: then the new one is there, and a loss of power may undo it.
+QString WriteDurably(const QString &path, const QString &scratch, const QByteArray &content,
+                     int mode = 0644);
+
+/// Waits until the content of an open file will survive a loss of power. Returns whether that went
+/// well; SystemError() says why not.
+bool SyncFile(int descriptor);
+
+/// The same for the file \a path, which may not be a link.
+bool SyncFile(const QString &path);
+
+/// Waits until the names in a folder will survive a loss of power. Returns whether that went well;
+/// SystemError() says why not.
+bool SyncFolder(const QString &path);
+
+/// Waits until all files, links and folders below \a folder, and the folder itself, will survive a
+/// loss of power. Links are not followed. The folder's own name is not waited for.
+///
+/// Returns why that failed, naming what could not be synced, or empty text.
+QString SyncTree(const QString &folder);

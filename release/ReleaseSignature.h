@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVector>
+
+/// \file
+/// The detached signature of a manifest, in the format of minisign, prehashed. Callable on any
+/// thread.
+
+/// The name of the signature's file, beside the manifest.
+const QString SIGNATURE_FILENAME = QStringLiteral("update_md5.info.minisig");
+
+/// The size in bytes from which on a signature is refused unread.
+constexpr qint64 TooLargeSignature = 0x4000;
+
+/// A key that signatures are checked with.
+struct PublicKey {
+    QByteArray id;  ///< 8 bytes, which the signature repeats
+    QByteArray key; ///< 32 bytes
+};
+
+/// Reads a public key from its one line of Base64, as `minisign -G` prints it.
+///
+/// Returns why the text is no such key, or empty text. \a key is set only on success.
+QString ReadPublicKey(const QString &text, PublicKey &key);
+
+/// Returns the number of a key as minisign shows it, 16 hexadecimal digits.
+QString KeyNumber(const QByteArray &id);
+
+/// Returns why \a signature, the content of a signature's file, is not accepted for \a content, or
+/// empty text when one of the \a keys made it.
+///
+/// It must be exactly the four lines that minisign writes, with LF behind each and nothing else.
+/// The trusted comment is checked too. The older form of signatures, of the content itself instead
+/// of its hash, is refused.
+QString SignatureReason(const QByteArray &content, const QByteArray &signature,
+                        const QVector<PublicKey> &keys);
