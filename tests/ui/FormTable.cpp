@@ -92,19 +92,3 @@ int ExecAndPress(QDialog &dialog, Qt::Key key)
     QTimer::singleShot(0, &dialog, [&dialog, key] { QTest::keyClick(&dialog, key); });
     return dialog.exec();
 }
-
-ContextTranslator::ContextTranslator()
-{
-    QCoreApplication::installTranslator(this);
-}
-
-ContextTranslator::~ContextTranslator()
-{
-    QCoreApplication::removeTranslator(this);
-}
-
-QString ContextTranslator::translate(const char *context, const char *text, const char *, int) const
-{
-    return QLatin1Char('[') + QString::fromUtf8(context) + QLatin1Char(']') +
-           QString::fromUtf8(text);
-}

@@ -3,11 +3,12 @@
 
 #pragma once
 
+#include "tests/support/ContextTranslator.h"
+
 #include <QDialog>
 #include <QList>
 #include <QRect>
 #include <QString>
-#include <QTranslator>
 
 class QLabel;
 
@@ -38,15 +39,3 @@ void CompareFrame(const QDialog &dialog);
 
 /// Runs \a dialog modally; when it is shown, \a key is pressed. Returns what exec() does.
 int ExecAndPress(QDialog &dialog, Qt::Key key);
-
-/// "Translates" a text by putting its context before it: "[context]text".
-class ContextTranslator : public QTranslator {
-public:
-    /// Installs itself; the destructor takes it off again.
-    ContextTranslator();
-    ~ContextTranslator() override;
-    Q_DISABLE_COPY_MOVE(ContextTranslator)
-
-    bool isEmpty() const override { return false; }
-    QString translate(const char *context, const char *text, const char *, int) const override;
-};
