@@ -15,6 +15,8 @@ public:
     /// \a arguments  all but the program's own name.
     explicit InplaceProgram(QStringList arguments);
 
+    /// Puts these words before the command line.
+    void prefix(const QStringList &wrapper) { m_arguments = wrapper + m_arguments; }
     /// Sets a variable of the program's surroundings.
     void set(const QString &name, const QString &value);
     /// Starts it, in a process that has run the shell commands \a before, such as "ulimit -f 1".

@@ -6,8 +6,9 @@
 #include "app/FileNames.h"
 #include "inplace/Layout.h"
 
-InplaceStage::InplaceStage(const QString &name)
-    : parent(temporary.filePath(QStringLiteral("around"))),
+InplaceStage::InplaceStage(const QString &name, const QString &place)
+    : temporary((place.isEmpty() ? QDir::tempPath() : place) + QStringLiteral("/updater-XXXXXX")),
+      parent(temporary.filePath(QStringLiteral("around"))),
       install(parent + QLatin1Char('/') + name),
       staging(temporary.filePath(QStringLiteral("staging")))
 {

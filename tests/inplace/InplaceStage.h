@@ -12,8 +12,10 @@
 /// publishes a newer one.
 class InplaceStage {
 public:
-    /// \a name  of the installation's folder.
-    explicit InplaceStage(const QString &name = QStringLiteral("Sample.app"));
+    /// \a name   of the installation's folder.
+    /// \a place  where the folders are made; empty for the usual place.
+    explicit InplaceStage(const QString &name = QStringLiteral("Sample.app"),
+                          const QString &place = QString());
 
     /// What a plain folder is updated from and to, every kind of entry in it.
     static TestRelease oldRelease();

@@ -271,6 +271,8 @@ void tst_DurableFile::syncFile_paths_areAsExpected()
     QVERIFY(SyncFolder(m_folder->path()));
     QVERIFY(!SyncFolder(path("file")));
     QCOMPARE(errno, ENOTDIR);
+    QVERIFY(QFile::link(m_folder->path(), path("link to the folder")));
+    QVERIFY(SyncFolder(path("link to the folder")));
 }
 
 int main(int argc, char *argv[])

@@ -34,6 +34,8 @@ public:
     /// \a number  counts from 1.
     QStringList failOnce(int number, int error) { return wrapper(number, error, false); }
     QStringList failFrom(int number, int error) { return wrapper(number, error, true); }
+    /// The process gets a \a signal right before the call, which is not made to fail.
+    QStringList signalBefore(int number, int signal) { return wrapper(number, -signal, false); }
 
     /// How many calls were counted. When several threads call, it may vary.
     int count() const { return calls().size(); }

@@ -1,0 +1,135 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/inplace/Rehearsal.h"
+#include "tests/inplace/Samples.h"
+#include "tests/support/FailingCalls.h"
+
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include <csignal>
+
+namespace {
+
+/// Whoever started the tests may have had them ignore the signal.
+const QStringList Attentive{QStringLiteral("env"), QStringLiteral("--default-signal=INT")};
+
+} // namespace
+
+/// Updates that are stopped somewhere: at each moment the installation is wholly the old or wholly
+/// the new release, and the next run ends with the new one.
+///
+/// UPDATER_FILES entries; UPDATER_KILLS stops of each kind, spread evenly over all changes, or one
+/// before each single change with 0; UPDATER_RANDOM stops at random moments.
+class tst_InplaceKill : public QObject {
+    Q_OBJECT
+
+private slots:
+    void stop_atAChange_isWholeAndMends_data();
+    void stop_atAChange_isWholeAndMends();
+    void stop_atARandomMoment_isWholeAndMends_data();
+    void stop_atARandomMoment_isWholeAndMends();
+
+private:
+    void judge(const Rehearsal &rehearsal, const QString &where);
+
+    int m_stillOld = 0;
+    int m_alreadyNew = 0;
+};
+
+void tst_InplaceKill::judge(const Rehearsal &rehearsal, const QString &where)
+{
+    const QString mixture = rehearsal.mixture();
+    QVERIFY2(mixture.isEmpty(), qPrintable(where + QLatin1Char('\n') + mixture));
+    (rehearsal.isNew() ? m_alreadyNew : m_stillOld)++;
+    const QString wrong = rehearsal.mend();
+    QVERIFY2(wrong.isEmpty(), qPrintable(where + QLatin1Char('\n') + wrong));
+}
+
+void tst_InplaceKill::stop_atAChange_isWholeAndMends_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<bool>("isApart");
+    QTest::addColumn<bool>("atStaging"); // where the changes are counted
+    QTest::newRow("SIGKILL, one volume") << SIGKILL << false << false;
+    QTest::newRow("SIGKILL, staging on another volume") << SIGKILL << true << false;
+    QTest::newRow("SIGKILL, at changes of staging on another volume") << SIGKILL << true << true;
+    QTest::newRow("SIGTERM, one volume") << SIGTERM << false << false;
+    QTest::newRow("SIGINT, staging on another volume") << SIGINT << true << false;
+}
+
+void tst_InplaceKill::stop_atAChange_isWholeAndMends()
+{
+    QFETCH(int, signal);
+    QFETCH(bool, isApart);
+    QFETCH(bool, atStaging);
+    if (isApart && OtherVolume().isEmpty()) {
+        QSKIP("There is no other volume.");
+    }
+    const Rehearsal rehearsal(Setting("UPDATER_FILES", 60), isApart);
+    const QStringList arguments = rehearsal.stage->arguments();
+    FailingCalls calls(atStaging ? rehearsal.stagingSide() : rehearsal.installSide(), AllChanges());
+    InplaceProgram whole(arguments);
+    whole.prefix(calls.letThrough());
+    QCOMPARE(whole.run(), 0);
+    const int count = calls.count();
+    QVERIFY(count > 20);
+    const int tries = Setting("UPDATER_KILLS", 12);
+    const int step = tries == 0 ? 1 : qMax(1, count / tries);
+    m_stillOld = m_alreadyNew = 0;
+    for (int number = 1 + (count - 1) % step; number <= count; number += step) {
+        rehearsal.putBack();
+        InplaceProgram stopped(arguments);
+        stopped.prefix(Attentive + calls.signalBefore(number, signal));
+        const int code = stopped.run();
+        const QString where =
+            QString::number(number) + QLatin1Char(' ') + calls.calls().value(number - 1);
+        if (signal != SIGKILL) {
+            const bool isNew = rehearsal.isNew();
+            QVERIFY2(code == (isNew ? 0 : 1), qPrintable(where));
+            QVERIFY2(isNew || stopped.code() == QLatin1String("cancelled"), qPrintable(where));
+        }
+        judge(rehearsal, where);
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+    }
+    qInfo("%d changes; stopped %d times: %d old, %d new, 0 mixed", count, m_stillOld + m_alreadyNew,
+          m_stillOld, m_alreadyNew);
+    QVERIFY(m_stillOld > 0 && m_alreadyNew > 0);
+}
+
+void tst_InplaceKill::stop_atARandomMoment_isWholeAndMends_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGKILL") << SIGKILL;
+    QTest::newRow("SIGTERM") << SIGTERM;
+}
+
+void tst_InplaceKill::stop_atARandomMoment_isWholeAndMends()
+{
+    QFETCH(int, signal);
+    const Rehearsal rehearsal(Setting("UPDATER_FILES", 60), false);
+    InplaceProgram whole(rehearsal.stage->arguments());
+    QCOMPARE(whole.run(), 0);
+    const int longest = static_cast<int>(whole.milliseconds());
+    m_stillOld = m_alreadyNew = 0;
+    QRandomGenerator random(static_cast<quint32>(Setting("UPDATER_SEED", 1)));
+    for (int round = Setting("UPDATER_RANDOM", 10); round > 0; --round) {
+        rehearsal.putBack();
+        InplaceProgram stopped(rehearsal.stage->arguments());
+        stopped.start();
+        (void)stopped.waitForEnd(random.bounded(longest + longest / 4 + 1));
+        (void)stopped.send(signal);
+        QVERIFY(stopped.waitForEnd());
+        judge(rehearsal, QStringLiteral("round %1").arg(round));
+        if (QTest::currentTestFailed()) {
+            return;
+        }
+    }
+    qInfo("%d times: %d old, %d new, 0 mixed", m_stillOld + m_alreadyNew, m_stillOld, m_alreadyNew);
+}
+
+QTEST_GUILESS_MAIN(tst_InplaceKill)
+#include "tst_inplace_kill.moc"
