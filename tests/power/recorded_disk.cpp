@@ -17,7 +17,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fuse.h>
-#include <string>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -143,6 +144,15 @@ bool OpenAll(char **paths, Recorder &recorder)
     return recorder.log != nullptr;
 }
 
+/// Leaves the mounts of whoever started the program. Their last user would unmount them at its end,
+/// and unmounting the disks needs somebody who still serves.
+bool LeaveMounts(const char *mountPoint)
+{
+    return ::unshare(CLONE_NEWNS) == 0 &&
+           ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           ::umount2(mountPoint, MNT_DETACH) == 0;
+}
+
 /// Serves until unmounted, one request at a time: so what was flushed had been written before.
 bool Serve(char *program, const char *mountPoint, Recorder &recorder)
 {
@@ -156,7 +166,7 @@ bool Serve(char *program, const char *mountPoint, Recorder &recorder)
 
     fuse_args arguments{1, &program, 0};
     fuse *server = fuse_new(&arguments, &operations, sizeof operations, &recorder);
-    if (!server || fuse_mount(server, mountPoint) != 0) {
+    if (!server || fuse_mount(server, mountPoint) != 0 || !LeaveMounts(mountPoint)) {
         return false;
     }
     const int ended = fuse_loop(server);
