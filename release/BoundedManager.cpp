@@ -16,7 +16,7 @@ QNetworkReply *BoundedManager::createRequest(Operation operation, const QNetwork
     QNetworkReply *reply = QNetworkAccessManager::createRequest(operation, request, outgoingData);
     m_reply = reply;
     m_body = Body::Pending;
-    m_isEndTold = false;
+    m_isLengthTold = false;
     QObject::connect(
         reply, &QNetworkReply::downloadProgress, this,
         [this, reply](qint64 received, qint64 total) { look(reply, qMax(received, total)); });
@@ -41,6 +41,5 @@ void BoundedManager::end(const QNetworkReply *reply)
     const bool isShort = told.isValid() && told.toLongLong() != reply->bytesAvailable();
     const bool isBroken = isShort || reply->error() != QNetworkReply::NoError;
     m_body = isBroken ? Body::BrokenOff : Body::Whole;
-    m_isEndTold =
-        told.isValid() || reply->rawHeader("Transfer-Encoding").toLower().contains("chunked");
+    m_isLengthTold = told.isValid(); // chunks may be broken in ways that nobody notices
 }

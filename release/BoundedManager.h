@@ -21,8 +21,8 @@ public:
     /// How the body of the last request came, or that it is still under way.
     Body body() const { return m_body; }
 
-    /// Whether the server said where the last body ends.
-    bool isEndTold() const { return m_isEndTold; }
+    /// Whether the server said how long the last body is.
+    bool isLengthTold() const { return m_isLengthTold; }
 
 protected:
     QNetworkReply *createRequest(Operation operation, const QNetworkRequest &request,
@@ -34,6 +34,6 @@ private:
 
     qint64 m_limit = 0;
     Body m_body = Body::Pending;
-    bool m_isEndTold = false;
+    bool m_isLengthTold = false;
     QPointer<QNetworkReply> m_reply; // what comes from earlier ones does not count
 };

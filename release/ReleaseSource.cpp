@@ -94,19 +94,18 @@ ReleaseFault WebSource::read(const QString &name, qint64 limit, QByteArray &cont
     m_manager->setLimit(limit);
     const bool isThere = GetFileByUrl(*m_manager, QUrl(m_baseUrl + QLatin1Char('/') + name), body,
                                       error, seconds, request, "GET", {}, &answer);
-    switch (m_manager->body()) {
-    case BoundedManager::Body::TooLong:
-        return {Kind::Network, name, TooLong(limit)};
-    case BoundedManager::Body::Pending:
+    const BoundedManager::Body state = m_manager->body();
+    if (state == BoundedManager::Body::Pending) {
         return {Kind::Network, name,
                 QStringLiteral("it did not come within %1 seconds").arg(seconds)};
-    default:
-        break;
     }
     if (!isThere) {
         return FetchFault(name, error);
     }
-    if (m_manager->body() == BoundedManager::Body::BrokenOff) {
+    if (state == BoundedManager::Body::TooLong) {
+        return {Kind::Network, name, TooLong(limit)};
+    }
+    if (state == BoundedManager::Body::BrokenOff) {
         return {Kind::Network, name, QStringLiteral("it does not come whole")};
     }
     if (const QByteArray encoding = Encoding(answer); !encoding.isEmpty()) {
@@ -120,7 +119,7 @@ ReleaseFault WebSource::read(const QString &name, qint64 limit, QByteArray &cont
 
 bool WebSource::isKnownWhole() const
 {
-    return m_manager->isEndTold();
+    return m_manager->isLengthTold();
 }
 
 FolderSource::FolderSource(QString folder) : m_folder(std::move(folder)) {}

@@ -2,14 +2,15 @@
 // SPDX-License-Identifier: MIT
 
 #include "release/DurableFile.h"
+#include "release/FileDigests.h"
 
 #include <QFile>
 #include <QStringList>
 
 #include <cstdio>
 
-/// durable_driver write PATH SCRATCH CONTENT, or sync FOLDER: makes the one call and prints what it
-/// returns.
+/// durable_driver write PATH SCRATCH CONTENT, sync FOLDER, or digest FILE: makes the one call and
+/// prints what it returns.
 int main(int argc, char *argv[])
 {
     QStringList arguments;
@@ -22,6 +23,9 @@ int main(int argc, char *argv[])
             WriteDurably(arguments.value(1), arguments.value(2), arguments.value(3).toUtf8(), 0644);
     } else if (arguments.value(0) == QLatin1String("sync")) {
         reason = SyncTree(arguments.value(1));
+    } else if (arguments.value(0) == QLatin1String("digest")) {
+        FileDigests digests;
+        reason = ReadDigests(arguments.value(1), DigestKinds::Sha256AndMd5, digests);
     }
     (void)std::printf("%s", reason.toUtf8().constData());
     return 0;
