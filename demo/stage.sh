@@ -10,6 +10,8 @@ www=$stage/nginx/www
 app=$stage/Kestrel.app
 processes=()
 answers=()
+pictures=()
+host_window='Kestrel 3.0.0'
 
 give_up() {
   echo "$*" >&2
@@ -38,6 +40,7 @@ choose_port() {
 build() { # TARGET...
   echo "Building in $stage/release ..."
   cmake --preset release -B "$stage/release" -DUPDATER_BUILD_TESTS=OFF -DUPDATER_BUILD_TOOLS=ON \
+    -DUPDATER_BUILD_EXAMPLES=ON \
     -DUPDATE_BASE_URL="http://127.0.0.1:$port/public/kestrel/update/mac" >"$stage/build.log" 2>&1 &&
     cmake --build "$stage/release" --target "$@" >>"$stage/build.log" 2>&1 ||
     { cat "$stage/build.log"; exit 1; }
@@ -47,26 +50,13 @@ show_gallery() {
   mkdir -p "$stage"
   choose_port
   build updater_gallery
-  "$stage/release/ui/gallery/updater_gallery" "$stage/gallery"
+  "$stage/release/ui/gallery/updater_gallery" ${former:+--against "$former"} "$stage/gallery"
   echo "All pictures at a glance: ${stage#"$PWD/"}/gallery/index.html and contact-sheet.png"
 }
 
 lay_out_bundle() {
-  mkdir -p "$app/Contents/MacOS"
+  cp -R "$stage/release/examples/host-qt/Kestrel.app" "$app"
   cp "$stage/release/app/updater" "$app/Contents/MacOS/updater"
-  cp demo/host.sh "$app/Contents/MacOS/Kestrel"
-  echo 'ExeName=Kestrel' >"$app/Contents/MacOS/system.cfg"
-  cat >"$app/Contents/Info.plist" <<'XML'
-<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0">
-<dict>
-    <key>CFBundleIdentifier</key>
-    <string>com.example.kestrel</string>
-    <key>CFBundleShortVersionString</key>
-    <string>3.0.0</string>
-</dict>
-</plist>
-XML
 }
 
 # Without a display there is a virtual one, and a user who answers.
@@ -78,6 +68,7 @@ open_screen() {
   await test -s "$stage/display" || give_up 'The virtual screen did not come.'
   DISPLAY=:$(cat "$stage/display")
   export DISPLAY
+  display -window root 'xc:#4f6d84' 2>/dev/null || true # a desktop of some colour
 }
 
 set_stage() {
@@ -86,8 +77,9 @@ set_stage() {
   mkdir -p "$records" "$screenshots" "$www"
   temporary=$(mktemp -d)
   mkdir -m 0700 "$temporary/home" "$temporary/tmp" "$temporary/run"
+  install -D -m 0600 ui/gallery/fonts.conf "$temporary/home/.config/fontconfig/fonts.conf"
   choose_port
-  build updater
+  build updater kestrel
   lay_out_bundle
   virtual=
   open_screen
@@ -96,12 +88,24 @@ set_stage() {
   mkdir -p "$www"
 }
 
+# The host applications that the updater started are nobody's children any more.
+close_hosts() {
+  local program
+  for program in /proc/[0-9]*/exe; do
+    if [ "$(readlink "$program" 2>/dev/null)" = "$app/Contents/MacOS/Kestrel" ]; then
+      program=${program%/exe}
+      kill "${program#/proc/}" 2>/dev/null || true
+    fi
+  done
+}
+
 strike_stage() {
   local process
   for process in "${processes[@]}"; do
     kill "$process" 2>/dev/null || true
     wait "$process" 2>/dev/null || true
   done
+  close_hosts
   rm -rf "${temporary-}"
 }
 
@@ -130,6 +134,28 @@ in_own_home() { # PROGRAM [ARGUMENT...]
 
 updater() { in_own_home "$app/Contents/MacOS/updater" "$@"; }
 
+host() { in_own_home "$app/Contents/MacOS/Kestrel" "$@"; }
+
+# The host application stays open while its user looks for an update.
+open_host() {
+  host "$app/Contents/MacOS/updater" no_check >"$records/host-output" 2>"$records/host-messages" &
+  processes+=($!)
+  await_host_window
+}
+
+await_host_window() {
+  await_window "$host_window"
+  [ -z "$virtual" ] || xdotool windowmove --sync "$window" 72 40 # nobody else arranges the windows
+}
+
+# The host application that checks by itself is what is waited for.
+start_host() {
+  host >"$records/output" 2>"$records/errors" &
+  session=$!
+  processes+=($session)
+  await_host_window
+}
+
 start_session() {
   updater "$@" >"$records/output" 2>"$records/errors" &
   session=$!
@@ -154,18 +180,35 @@ await_window() {
 
 has_logged_more_than() { [ "$(session_log | wc -l)" != "$1" ]; }
 
+# picture WINDOW: of the screen, once the window is painted.
+picture() {
+  sleep 0.3
+  pictures+=("$screenshots/$scene-$((${#pictures[@]} + 1))-${1%% *}.png")
+  import -window root "${pictures[-1]}"
+}
+
 # answer WINDOW KEY: as the user would, with a picture taken first.
 answer() {
   [ -n "$virtual" ] || return 0
   await_window "$1"
-  sleep 0.3 # until it is painted
-  local picture lines
-  picture=$screenshots/$scene-$((${#answers[@]} + 1))-$1.png
-  import -window root "$picture"
+  local lines
+  xdotool windowraise "$window"
+  picture "$1"
   lines=$(session_log | wc -l)
   xdotool windowfocus --sync "$window" key "$2"
-  answers+=("$1: $2 (${picture#"$PWD/"})")
+  answers+=("$1: $2")
   await has_logged_more_than "$lines" || give_up "The answer to $1 changed nothing."
+}
+
+host_starts() { sed -n 's/^Kestrel: started/Kestrel/p' "$records"/*errors; }
+
+has_started_host() { [ -n "$(host_starts)" ]; }
+
+# await_host: until the host application that the updater starts has its window.
+await_host() {
+  await has_started_host || give_up 'The host application was not started.'
+  await_host_window
+  [ -z "$virtual" ] || picture "$host_window"
 }
 
 finish_session() {
@@ -184,16 +227,26 @@ tell_file() { # TITLE FILE
 }
 
 tell() {
-  sleep 0.2 # what was started detached writes its record
   session_log >"$records/log" || give_up "The session left no log: $(cat "$records/errors")"
+  host_starts >"$records/host"
+  grep -h '^Kestrel: the updater' "$records/errors" >"$records/told" || true
   printf '\nWhat happened in the scene "%s"\n\nDialogs answered\n' "$scene"
   if [ ${#answers[@]} -gt 0 ]; then printf '  %s\n' "${answers[@]}"
   elif [ -n "$virtual" ]; then echo '  (none)'
   else echo '  (by you: the log tells which way each one went)'; fi
-  tell_file 'Standard output' "$records/output"
-  printf '\nExit code\n  %s\n' "$code"
+  if [ ${#pictures[@]} -gt 0 ]; then
+    printf '\nPictures\n'
+    printf '  %s\n' "${pictures[@]#"$PWD/"}"
+  fi
+  if [ "$scene" = host ]; then
+    tell_file 'The host application read' "$records/told"
+    printf '\nExit code of the host application\n  %s\n' "$code"
+  else
+    tell_file 'Standard output' "$records/output"
+    printf '\nExit code\n  %s\n' "$code"
+  fi
   [ -z "${second_code-}" ] || printf '\nExit code of the second session\n  %s\n' "$second_code"
   tell_file 'The log' "$records/log"
-  tell_file 'The host application was started with' "$records/host"
+  [ "$scene" = host ] || tell_file 'The host application was started by the updater as' "$records/host"
   tell_file 'The browser was given' "$records/browser"
 }

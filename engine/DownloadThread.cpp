@@ -25,8 +25,7 @@ CDownloadThread::CDownloadThread(QString url, QDir downloadDir, QDir appDir,
     : QThread(parent), m_url(std::move(url)), m_downloadDir(downloadDir), m_appDir(appDir),
       m_files(std::move(files))
 {
-    qRegisterMetaType<QFileInfo>("QFileInfo");
-    qRegisterMetaType<int64_t>("int64_t");
+    qRegisterMetaType<int64_t>("int64_t"); // the meta-object itself registers QFileInfo alone
     downloadOne();
 }
 

@@ -23,7 +23,7 @@ struct FileCloser {
 };
 
 // Returns empty text for what is no readable file of a believable size.
-std::string readSmallFile(const fs::path &path)
+std::string ReadSmallFile(const fs::path &path)
 {
     // Bounds the nesting too: the parser descends into lists of lists by recursion.
     constexpr std::uintmax_t largest = 262144;
@@ -44,7 +44,7 @@ std::string readSmallFile(const fs::path &path)
 }
 
 // Returns nothing for a dictionary that is none, a key that is missing and an item that is no text.
-std::optional<std::string> textItem(plist_t dictionary, const char *key)
+std::optional<std::string> TextItem(plist_t dictionary, const char *key)
 {
     // Not a copy by plist_get_string_val(), which ends the program over a text that holds a NUL.
     const char *text = plist_get_string_ptr(plist_dict_get_item(dictionary, key), nullptr);
@@ -55,7 +55,7 @@ std::optional<std::string> textItem(plist_t dictionary, const char *key)
 
 InfoPlist ReadInfoPlist(const fs::path &path)
 {
-    return ParseInfoPlist(readSmallFile(path));
+    return ParseInfoPlist(ReadSmallFile(path));
 }
 
 InfoPlist ParseInfoPlist(const std::string &content)
@@ -68,5 +68,5 @@ InfoPlist ParseInfoPlist(const std::string &content)
         plist_from_xml(content.data(), length, &root);
     }
     const std::unique_ptr<void, PlistDeleter> owned(root);
-    return {textItem(root, "CFBundleIdentifier"), textItem(root, "CFBundleShortVersionString")};
+    return {TextItem(root, "CFBundleIdentifier"), TextItem(root, "CFBundleShortVersionString")};
 }

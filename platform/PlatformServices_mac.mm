@@ -53,7 +53,7 @@ private:
     Ref m_object;
 };
 
-bool checkSandbox()
+bool CheckSandbox()
 {
     NSLog(@"check if app is sandboxed or not\n");
     // Declared in this order to be released in the other: the URL, the code, the requirement.
@@ -83,7 +83,7 @@ bool checkSandbox()
 }
 
 // Returns whether path is a folder, making it first if nothing of that name exists.
-bool provideFolder(NSString *path)
+bool ProvideFolder(NSString *path)
 {
     NSFileManager *files = [NSFileManager defaultManager];
     BOOL isFolder = NO;
@@ -100,13 +100,18 @@ bool provideFolder(NSString *path)
     return true;
 }
 
-NSString *hiddenFolderIn(NSString *home)
+NSString *HiddenFolderIn(NSString *home)
 {
-    NSString *path =
-        [NSString stringWithFormat:@"%@/.%@", home, [[NSBundle mainBundle] bundleIdentifier]];
-    while (!provideFolder(path)) {
-        // Before the whole path and without limit, both on purpose.
-        path = [NSString stringWithFormat:@".%@", path];
+    NSMutableString *path = [NSMutableString
+        stringWithFormat:@"%@/.%@", home, [[NSBundle mainBundle] bundleIdentifier]];
+    for (bool found = false; !found;) {
+        @autoreleasepool { // or endless tries would gather endless objects
+            found = ProvideFolder(path);
+            if (!found) {
+                // Before the whole path and without limit, both on purpose.
+                [path insertString:@"." atIndex:0];
+            }
+        }
     }
     const BOOL writable = [[NSFileManager defaultManager] isWritableFileAtPath:path];
     NSLog(@"not sandboxed:path=%@,writable=%hhd\n", path, static_cast<signed char>(writable));
@@ -114,21 +119,21 @@ NSString *hiddenFolderIn(NSString *home)
 }
 
 // Returns nil when the key is missing or its value is no text.
-NSString *mainExecutableVersion()
+NSString *MainExecutableVersion()
 {
     id value = [[NSBundle mainBundle] objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
     return [value isKindOfClass:[NSString class]] ? value : nil;
 }
 
 // Unsigned arithmetic wraps where int's would be undefined.
-std::uint32_t weighted(NSString *number, std::uint32_t weight)
+std::uint32_t Weighted(NSString *number, std::uint32_t weight)
 {
     return static_cast<std::uint32_t>([number intValue]) * weight;
 }
 
 // Reads a property of the platform expert device into buffer, which is left alone when there is
 // none. size limits text only.
-void readPlatformProperty(CFStringRef key, char *buffer, std::size_t size)
+void ReadPlatformProperty(CFStringRef key, char *buffer, std::size_t size)
 {
     // The matching dictionary is consumed by the search.
     const io_service_t service = IOServiceGetMatchingService(
@@ -164,12 +169,12 @@ const char *ApplicationHomePath()
         NSString *path = NSHomeDirectory(); // in the sandbox, the container's home
         if (!_sandbox_checked) {
             _sandbox_checked = true;
-            _sandboxed = checkSandbox();
+            _sandboxed = CheckSandbox();
         }
         if (_sandboxed) {
             NSLog(@"sandboxed:path=%@\n", path);
         } else {
-            path = hiddenFolderIn(path);
+            path = HiddenFolderIn(path);
         }
         if (path) {
             std::strncpy(home_path.data(), [path UTF8String], homePathSize);
@@ -184,13 +189,13 @@ const char *ApplicationHomePath()
 // Without a pool of its own: the text must outlive the call.
 const char *GetMainExecutableVersion()
 {
-    return [mainExecutableVersion() UTF8String];
+    return [MainExecutableVersion() UTF8String];
 }
 
 int GetMainExecutableVersionNum()
 {
     @autoreleasepool {
-        NSString *version = mainExecutableVersion();
+        NSString *version = MainExecutableVersion();
         if (!version) {
             return 0;
         }
@@ -198,15 +203,15 @@ int GetMainExecutableVersionNum()
         if (firstDot.location == NSNotFound) {
             return 0; // a version without a dot is worth 0 on purpose, not its number
         }
-        const std::uint32_t major = weighted([version substringToIndex:firstDot.location], 1000000);
+        const std::uint32_t major = Weighted([version substringToIndex:firstDot.location], 1000000);
         NSString *rest = [version substringFromIndex:NSMaxRange(firstDot)];
         const NSRange secondDot = [rest rangeOfString:@"."];
         if (secondDot.location == NSNotFound) {
             // The minor number of a two-part version is dropped on purpose.
             return static_cast<int>(major);
         }
-        const std::uint32_t minor = weighted([rest substringToIndex:secondDot.location], 10000);
-        const std::uint32_t patch = weighted([rest substringFromIndex:NSMaxRange(secondDot)], 1);
+        const std::uint32_t minor = Weighted([rest substringToIndex:secondDot.location], 10000);
+        const std::uint32_t patch = Weighted([rest substringFromIndex:NSMaxRange(secondDot)], 1);
         return static_cast<int>(patch + minor + major);
     }
 }
@@ -229,7 +234,7 @@ void hideWindowCaptionBar(std::uintptr_t view)
 const char *GetDiskId()
 {
     if (!init_disk_id) {
-        readPlatformProperty(CFSTR("IOPlatformSerialNumber"), disk_id_str.data(), diskIdSize);
+        ReadPlatformProperty(CFSTR("IOPlatformSerialNumber"), disk_id_str.data(), diskIdSize);
         init_disk_id = true;
     }
     return disk_id_str.data();
@@ -238,7 +243,7 @@ const char *GetDiskId()
 const char *GetSystemUuid()
 {
     if (!init_system_uuid) {
-        readPlatformProperty(CFSTR("IOPlatformUUID"), system_uuid_str.data(), systemUuidSize);
+        ReadPlatformProperty(CFSTR("IOPlatformUUID"), system_uuid_str.data(), systemUuidSize);
         init_system_uuid = true;
     }
     return system_uuid_str.data();

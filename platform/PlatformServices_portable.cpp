@@ -26,7 +26,7 @@ constexpr std::size_t homePathSize = 512;
 std::array<char, homePathSize + 1> home_path; // the last byte stays zero: a full text ends there
 bool init_home_path = false;
 
-fs::path infoPlistPath()
+fs::path InfoPlistPath()
 {
     std::error_code failed;
     const fs::path folder = fs::read_symlink("/proc/self/exe", failed).parent_path();
@@ -35,13 +35,13 @@ fs::path infoPlistPath()
     return (bundled ? folder.parent_path() : folder) / "Info.plist";
 }
 
-const InfoPlist &mainBundleInfo()
+const InfoPlist &MainBundleInfo()
 {
-    static const InfoPlist info = ReadInfoPlist(infoPlistPath());
+    static const InfoPlist info = ReadInfoPlist(InfoPlistPath());
     return info;
 }
 
-std::string homeDirectory()
+std::string HomeDirectory()
 {
     const char *home = std::getenv("HOME");
     if (home && *home) {
@@ -52,7 +52,7 @@ std::string homeDirectory()
 }
 
 // Returns whether path is a folder, making it first if nothing of that name exists.
-bool provideFolder(const std::string &path)
+bool ProvideFolder(const std::string &path)
 {
     std::error_code failed;
     const fs::file_status status = fs::status(path, failed);
@@ -74,8 +74,8 @@ const char *ApplicationHomePath()
     if (init_home_path) {
         return home_path.data();
     }
-    std::string path = homeDirectory() + "/." + mainBundleInfo().identifier.value_or("(null)");
-    while (!provideFolder(path)) {
+    std::string path = HomeDirectory() + "/." + MainBundleInfo().identifier.value_or("(null)");
+    while (!ProvideFolder(path)) {
         path.insert(0, "."); // before the whole path and without limit, both on purpose
     }
     (void)std::fprintf(stderr, "not sandboxed:path=%s,writable=%d\n", path.c_str(),
@@ -87,7 +87,7 @@ const char *ApplicationHomePath()
 
 const char *GetMainExecutableVersion()
 {
-    const std::optional<std::string> &version = mainBundleInfo().version;
+    const std::optional<std::string> &version = MainBundleInfo().version;
     return version ? version->c_str() : nullptr;
 }
 

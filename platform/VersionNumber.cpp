@@ -10,7 +10,7 @@
 
 namespace {
 
-int intValue(std::string_view text)
+int IntValue(std::string_view text)
 {
     text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
     const bool negative = !text.empty() && text.front() == '-';
@@ -32,9 +32,9 @@ int intValue(std::string_view text)
 }
 
 // Unsigned arithmetic wraps where int's would be undefined.
-std::uint32_t weighted(std::string_view number, std::uint32_t weight)
+std::uint32_t Weighted(std::string_view number, std::uint32_t weight)
 {
-    return static_cast<std::uint32_t>(intValue(number)) * weight;
+    return static_cast<std::uint32_t>(IntValue(number)) * weight;
 }
 
 } // namespace
@@ -47,7 +47,7 @@ int VersionNumber(const char *text)
         return 0; // a version without a dot is worth 0 on purpose, not its number
     }
 
-    const std::uint32_t major = weighted(version.substr(0, firstDot), 1000000);
+    const std::uint32_t major = Weighted(version.substr(0, firstDot), 1000000);
     const std::string_view rest = version.substr(firstDot + 1);
     const std::size_t secondDot = rest.find('.');
     if (secondDot == std::string_view::npos) {
@@ -55,7 +55,7 @@ int VersionNumber(const char *text)
         return static_cast<int>(major);
     }
 
-    const std::uint32_t minor = weighted(rest.substr(0, secondDot), 10000);
-    const std::uint32_t patch = weighted(rest.substr(secondDot + 1), 1);
+    const std::uint32_t minor = Weighted(rest.substr(0, secondDot), 10000);
+    const std::uint32_t patch = Weighted(rest.substr(secondDot + 1), 1);
     return static_cast<int>(patch + minor + major);
 }

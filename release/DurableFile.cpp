@@ -46,10 +46,10 @@ bool SyncFolderDescriptor(int descriptor, bool throughDisk)
     return Sync(descriptor, throughDisk) || errno == EINVAL;
 }
 
-/// Opens a folder, or a file when \a flags say so, for nothing but to be synced.
+/// Opens a file or folder for nothing but to be synced.
 int OpenToSync(const char *path, int flags)
 {
-    return ::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags);
+    return ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | flags);
 }
 
 bool WriteAll(int descriptor, const QByteArray &content)
@@ -97,7 +97,8 @@ bool SyncEntry(const fs::directory_entry &entry)
     if (!isFolder && type != fs::file_type::regular) {
         return true; // a link is synced with the folder that it stands in
     }
-    const Descriptor here(OpenToSync(entry.path().c_str(), isFolder ? O_DIRECTORY : 0));
+    const Descriptor here(
+        OpenToSync(entry.path().c_str(), O_NOFOLLOW | (isFolder ? O_DIRECTORY : 0)));
     return here.isOpen() &&
            (isFolder ? SyncFolderDescriptor(here.number(), false) : Sync(here.number(), false));
 }
@@ -123,7 +124,7 @@ bool SyncFile(int descriptor)
 
 bool SyncFile(const QString &path)
 {
-    const Descriptor file(OpenToSync(QFile::encodeName(path).constData(), 0));
+    const Descriptor file(OpenToSync(QFile::encodeName(path).constData(), O_NOFOLLOW));
     return file.isOpen() && Sync(file.number(), true);
 }
 

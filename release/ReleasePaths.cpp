@@ -4,6 +4,7 @@
 #include "release/ReleasePaths.h"
 
 #include "app/FileNames.h"
+#include "release/ReleaseSignature.h"
 
 #include <QHash>
 
@@ -11,7 +12,6 @@ namespace {
 
 const QChar Separator = QLatin1Char('/');
 const QString KeptSuffix = QStringLiteral(".old");
-constexpr int LongestName = 255 - 4; // in bytes as a volume stores it, with ".old" behind it
 
 QString UnsafeCharacterReason(QChar character)
 {
@@ -58,14 +58,6 @@ QString UnsafeNameReason(const QString &name)
     return {};
 }
 
-/// What a volume that ignores letter case and normalisation takes for the same name.
-QString Folded(const QString &text)
-{
-    return text.normalized(QString::NormalizationForm_D)
-        .toCaseFolded()
-        .normalized(QString::NormalizationForm_D);
-}
-
 /// The files and folders of a release by their folded paths.
 class Tree {
 public:
@@ -74,7 +66,7 @@ public:
     {
         for (int end = path.indexOf(Separator); end >= 0; end = path.indexOf(Separator, end + 1)) {
             const QString folder = path.left(end);
-            const QString key = Folded(folder);
+            const QString key = FoldedPath(folder);
             if (m_files.contains(key)) {
                 return QStringLiteral("\"%1\" is a file and the folder of \"%2\" at once")
                     .arg(m_files.value(key), path);
@@ -84,7 +76,7 @@ public:
                 return sameName(known, folder);
             }
         }
-        const QString key = Folded(path);
+        const QString key = FoldedPath(path);
         if (m_files.contains(key)) {
             return sameName(m_files.value(key), path);
         }
@@ -98,7 +90,7 @@ public:
     /// Returns which file stands beside the name of its own kept copy.
     QString keptCopyReason() const
     {
-        const QString suffix = Folded(KeptSuffix);
+        const QString suffix = FoldedPath(KeptSuffix);
         for (auto file = m_files.cbegin(); file != m_files.cend(); ++file) {
             const QString key = file.key() + suffix;
             const QString taken = m_files.value(key, m_folders.value(key));
@@ -143,6 +135,9 @@ QString UnsafePathReason(const QString &path)
     if (!SurvivesUtf8(path)) {
         return QStringLiteral("it does not come unchanged through UTF-8");
     }
+    if (path.normalized(QString::NormalizationForm_D).toUtf8().size() > LongestPath) {
+        return QStringLiteral("it has over %1 bytes in its decomposed form").arg(LongestPath);
+    }
     const QVector<QStringRef> names = path.splitRef(Separator);
     for (const QStringRef &name : names) {
         if (QString reason = UnsafeNameReason(name.toString()); !reason.isEmpty()) {
@@ -158,15 +153,55 @@ QString UnsafePathReason(const QString &path)
 
 QString CollisionReason(const QStringList &paths)
 {
-    const QString manifest = Folded(LOCAL_MD5_FILENAME);
     Tree tree;
     for (const QString &path : paths) {
-        if (Folded(path.section(Separator, 0, 0)) == manifest) {
-            return QStringLiteral("\"%1\" takes the manifest's own name").arg(path);
+        if (QString reason = TakenNameReason(path); !reason.isEmpty()) {
+            return reason;
         }
         if (QString reason = tree.add(path); !reason.isEmpty()) {
             return reason;
         }
     }
     return tree.keptCopyReason();
+}
+
+QString FoldedPath(const QString &path)
+{
+    return path.normalized(QString::NormalizationForm_D)
+        .toCaseFolded()
+        .normalized(QString::NormalizationForm_D);
+}
+
+QString TakenNameReason(const QString &path)
+{
+    const QString name = FoldedPath(path.section(Separator, 0, 0));
+    if (name == FoldedPath(LOCAL_MD5_FILENAME)) {
+        return QStringLiteral("\"%1\" takes the manifest's own name").arg(path);
+    }
+    if (name == FoldedPath(SIGNATURE_FILENAME)) {
+        return QStringLiteral("\"%1\" takes the name of the manifest's signature").arg(path);
+    }
+    return {};
+}
+
+QString LinkTargetReason(const QString &target)
+{
+    if (target.isEmpty()) {
+        return QStringLiteral("points to nothing: its target is empty");
+    }
+    if (target.startsWith(Separator)) {
+        return QStringLiteral("points to \"%1\", which is absolute").arg(target);
+    }
+    if (target.toUtf8().size() > LongestPath) {
+        return QStringLiteral("has a target of over %1 bytes").arg(LongestPath);
+    }
+    for (const QChar character : target) {
+        if (const QString reason = UnsafeCharacterReason(character); !reason.isEmpty()) {
+            return QStringLiteral("points to \"%1\": %2").arg(target, reason);
+        }
+    }
+    return SurvivesUtf8(target) ? QString()
+                                : QStringLiteral("points to \"%1\", which does not come unchanged "
+                                                 "through UTF-8")
+                                      .arg(target);
 }

@@ -68,6 +68,7 @@ need_for_showing() {
 
 need_for_testing() {
   need 'command -v openssl' openssl
+  need 'command -v caddy' caddy
   need 'command -v minisign' minisign
   need 'command -v python3' python3
   need 'command -v faketime' faketime

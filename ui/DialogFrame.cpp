@@ -3,59 +3,77 @@
 
 #include "ui/DialogFrame.h"
 
+#include "ui/DialogStyle.h"
 #include "ui/LabelLine.h"
 
-#include <QApplication>
-#include <QColor>
+#include <QCursor>
 #include <QDialog>
+#include <QEvent>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPainter>
-#include <QPalette>
 #include <QPixmap>
 #include <QPointF>
-#include <QStyle>
-#include <QStyleFactory>
+#include <QScreen>
+#include <QWindow>
 
 namespace {
 
-QPalette lightPalette()
+void WearStyle(QDialog &dialog)
 {
-    QPalette palette(QColor(0xf4, 0xf7, 0xf8), QColor(0xf7, 0xfa, 0xfb)); // buttons, window
-    palette.setColor(QPalette::Highlight, QColor(0x2f, 0x8f, 0x9d));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    return palette;
-}
-
-bool isDark(const QPalette &palette)
-{
-    return palette.color(QPalette::Window).lightness() <
-           palette.color(QPalette::WindowText).lightness();
-}
-
-/// A style that follows the palette, as the native one need not; owned by \a dialog.
-QStyle *ownStyle(QDialog &dialog)
-{
-    QStyle *style = QStyleFactory::create(QStringLiteral("Fusion"));
-    if (style) {
-        style->setParent(&dialog);
+    auto *style = new CDialogStyle;
+    style->setParent(&dialog);
+    const auto children = dialog.findChildren<QWidget *>();
+    for (QWidget *child : children) {
+        child->setStyle(style);
     }
-    return style;
 }
+
+/// Dresses its dialog when that is first painted or shown, and centres it whenever it is shown.
+class FirstShow : public QObject {
+public:
+    explicit FirstShow(QDialog &dialog) : QObject(&dialog), m_dialog(dialog)
+    {
+        dialog.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Polish) {
+            WearStyle(m_dialog);
+        } else if (event->type() == QEvent::Show && !event->spontaneous()) {
+            centre();
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    /// The toolkit does the same, but leaves room for a frame that the dialogs do not have.
+    void centre()
+    {
+        const bool moved = m_dialog.testAttribute(Qt::WA_Moved) && m_dialog.pos() != m_place;
+        if (moved || m_dialog.parentWidget()) {
+            return; // stays where somebody wants it
+        }
+        QScreen *pointed = QGuiApplication::screenAt(QCursor::pos());
+        QScreen *screen = pointed ? pointed : m_dialog.screen();
+        m_dialog.windowHandle()->setScreen(screen); // whose scale counts from now on
+        const QRect room = screen->availableGeometry();
+        const QSize spare = room.size() - m_dialog.size();
+        m_place = room.topLeft() + QPoint(qMax(0, spare.width() / 2), qMax(0, spare.height() / 2));
+        m_dialog.move(m_place);
+    }
+
+    QDialog &m_dialog;
+    QPoint m_place;
+};
 
 } // namespace
 
 void UseDialogLook(QDialog &dialog)
 {
-    const QPalette palette = lightPalette();
-    QStyle *style = isDark(QApplication::palette()) ? ownStyle(dialog) : nullptr;
-    dialog.setPalette(palette);
-    const auto children = dialog.findChildren<QWidget *>();
-    for (QWidget *child : children) {
-        if (style) {
-            child->setStyle(style);
-        }
-        child->setPalette(palette); // a widget with a style sheet does not inherit it
-    }
+    new FirstShow(dialog); // owned by the dialog
     const auto labels = dialog.findChildren<QLabel *>();
     for (QLabel *label : labels) {
         new CLabelLine(*label); // owned by its label
@@ -66,6 +84,7 @@ void PaintDialogFace(QWidget &dialog)
 {
     QPainter painter(&dialog);
     painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform); // without effect at pixel ratio 1
     const QPixmap face(QStringLiteral(":/update_bg"));
     painter.drawPixmap(QPointF(0, 0), face);
 }

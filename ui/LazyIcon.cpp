@@ -3,55 +3,98 @@
 
 #include "ui/LazyIcon.h"
 
+#include <QApplication>
+#include <QDataStream>
 #include <QIconEngine>
 #include <QPainter>
+#include <QPixmap>
 #include <QString>
+#include <QStyle>
+#include <QStyleOption>
 
 #include <utility>
 
 namespace {
 
+/// Does with one picture what a plain icon does, except that the picture is loaded late.
 class LazyIconEngine : public QIconEngine {
 public:
     explicit LazyIconEngine(QString fileName) : m_fileName(std::move(fileName)) {}
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
     {
-        icon().paint(painter, rect, Qt::AlignCenter, mode, state);
+        const qreal ratio = painter->device()->devicePixelRatioF();
+        painter->drawPixmap(rect, pixmap(rect.size() * ratio, mode, state));
     }
+
+    /// \a size is in device pixels: what asks has scaled it already.
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
     {
-        return icon().pixmap(size, mode, state);
+        const QSize fitting = actualSize(size, mode, state);
+        const QPixmap scaled =
+            fitting == picture().size()
+                ? picture()
+                : picture().scaled(fitting, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        if (mode == QIcon::Normal) {
+            return scaled;
+        }
+        const QStyleOption option;
+        return QApplication::style()->generatedIconPixmap(mode, scaled, &option);
     }
-    QSize actualSize(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+
+    QSize actualSize(const QSize &size, QIcon::Mode, QIcon::State) override
     {
-        return icon().actualSize(size, mode, state);
+        const QSize whole = picture().size();
+        const bool fits = whole.width() <= size.width() && whole.height() <= size.height();
+        return fits ? whole : whole.scaled(size, Qt::KeepAspectRatio);
     }
-    QList<QSize> availableSizes(QIcon::Mode mode, QIcon::State state) const override
+
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) const override
+#else
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
+#endif
     {
-        return icon().availableSizes(mode, state);
+        return picture().isNull() ? QList<QSize>() : QList<QSize>{picture().size()};
     }
-    QIconEngine *clone() const override { return new LazyIconEngine(*this); }
+
+    QIconEngine *clone() const override
+    {
+        return new LazyIconEngine(*this);
+    }
+
+    // Streamed as the plain icon of the same file: one entry, which a reader takes for its own.
+    QString key() const override
+    {
+        return QStringLiteral("QPixmapIconEngine");
+    }
+    bool write(QDataStream &out) const override
+    {
+        out << 1 << picture() << m_fileName << picture().size()
+            << static_cast<quint32>(QIcon::Normal) << static_cast<quint32>(QIcon::Off);
+        return true;
+    }
+
     void virtual_hook(int id, void *data) override
     {
         if (id == IsNullHook) {
-            *static_cast<bool *>(data) = icon().availableSizes().isEmpty();
+            *static_cast<bool *>(data) = picture().isNull();
             return;
         }
         QIconEngine::virtual_hook(id, data);
     }
 
 private:
-    const QIcon &icon() const
+    const QPixmap &picture() const
     {
-        if (m_icon.isNull()) {
-            m_icon = QIcon(m_fileName);
+        if (m_picture.isNull()) {
+            m_picture = QPixmap(m_fileName);
         }
-        return m_icon;
+        return m_picture;
     }
 
     QString m_fileName;
-    mutable QIcon m_icon;
+    mutable QPixmap m_picture;
 };
 
 } // namespace

@@ -21,14 +21,8 @@ CUpdateProgress::CUpdateProgress(CDownloadThread &thread, QWidget *parent) : QDi
 
 // NOLINTBEGIN(readability-make-member-function-const): they change what the user sees
 
-// A total of 0 lies outside the contract of both signals, yet the network sends (0, 0) for a
-// refused connection and for an empty body: neither slot may divide by it.
-
 void CUpdateProgress::downloadStarted(QFileInfo filename, int current, int total)
 {
-    if (total == 0) {
-        return;
-    }
     m_ui.total->setValue(current * 100 / total);
     m_ui.desc->setText(tr("正在下载更新文件%1").arg(filename.fileName()));
     m_ui.progress->setValue(0);
@@ -36,7 +30,7 @@ void CUpdateProgress::downloadStarted(QFileInfo filename, int current, int total
 
 void CUpdateProgress::downloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 {
-    if (bytesTotal == 0) {
+    if (bytesTotal == 0) { // the network says so of a refused connection and of an empty body
         return;
     }
     m_ui.progress->setValue(static_cast<int>(bytesReceived * 100 / bytesTotal));

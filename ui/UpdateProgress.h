@@ -24,11 +24,12 @@ public:
     /// ended yet, and lives longer than the dialog. Main thread only.
     explicit CUpdateProgress(CDownloadThread &thread, QWidget *parent = nullptr);
 
-    /// Shows that the transfer of \a filename begins, the \a current th of \a total from 0 on.
+    /// Shows that the transfer of \a filename begins, the \a current th of \a total from 0 on;
+    /// \a total is not 0.
     void downloadStarted(QFileInfo filename, int current, int total);
 
     /// Shows how much of the current file has arrived. A share outside 0 to 100 percent, as from
-    /// a \a bytesTotal of -1, leaves the bar as it is.
+    /// a \a bytesTotal of -1, leaves the bar as it is; so does a \a bytesTotal of 0.
     void downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
 
     /// Shows \a errormsg as it stands.

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "app/UpdateSession.h"
+#include "tests/support/ContextTranslator.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -12,7 +13,6 @@
 #include <QSslConfiguration>
 #include <QTest>
 #include <QTimer>
-#include <QTranslator>
 
 /// \file
 /// A whole session with a user built in: every dialog is written down, a line each, in the file
@@ -85,16 +85,6 @@ private:
     QTimer m_look;
 };
 
-class ContextTranslator : public QTranslator {
-public:
-    using QTranslator::QTranslator;
-    bool isEmpty() const override { return false; }
-    QString translate(const char *context, const char *source, const char *, int) const override
-    {
-        return QString::fromUtf8(context) + QLatin1Char(':') + QString::fromUtf8(source);
-    }
-};
-
 void WarnAtTheEnd()
 {
     qWarning("the application object ends");
@@ -105,7 +95,7 @@ void SitDown()
     QCoreApplication *application = QCoreApplication::instance();
     new User(application);
     if (qEnvironmentVariableIsSet("PUPPET_TRANSLATE")) {
-        QCoreApplication::installTranslator(new ContextTranslator(application));
+        new ContextTranslator(application);
     }
     if (qEnvironmentVariableIsSet("PUPPET_CA")) {
         QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();

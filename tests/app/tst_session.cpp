@@ -369,17 +369,17 @@ void tst_Session::texts_goThroughTranslation_data()
                         const QByteArray &answer) {
         QTest::newRow(shown) << baseUrl << description << answer << QString::fromUtf8(shown);
     };
-    row("QObject:配置错误", QString(), name, {});
-    row("QObject:升级地址不合法:", QString(), name, {});
-    row("QObject:升级描述文件地址不合法:", QStringLiteral("x:"), QStringLiteral("/["), {});
-    row("QObject:更新失败", served, name, {});
-    row("QObject:下载升级描述文件失败:", served, name, {});
-    row("QObject:升级描述文件内容不合法:", served, name, ScriptedServer::answer("200 OK", "[]"));
-    row("QApplication:----------------更新程序启动------------------", served, name, newer);
-    row("QApplication:尝试打开的url： x:", served, name, newer);
-    row("QApplication:----------------更新程序关闭1------------------", served, name, newer);
-    row("QApplication:current version:3.0.0, newest version:9", served, name, newer);
-    row("CUpdateNotice:发现新版本：9", served, name, newer);
+    row("[QObject]配置错误", QString(), name, {});
+    row("[QObject]升级地址不合法:", QString(), name, {});
+    row("[QObject]升级描述文件地址不合法:", QStringLiteral("x:"), QStringLiteral("/["), {});
+    row("[QObject]更新失败", served, name, {});
+    row("[QObject]下载升级描述文件失败:", served, name, {});
+    row("[QObject]升级描述文件内容不合法:", served, name, ScriptedServer::answer("200 OK", "[]"));
+    row("[QApplication]----------------更新程序启动------------------", served, name, newer);
+    row("[QApplication]尝试打开的url： x:", served, name, newer);
+    row("[QApplication]----------------更新程序关闭1------------------", served, name, newer);
+    row("[QApplication]current version:3.0.0, newest version:9", served, name, newer);
+    row("[CUpdateNotice]发现新版本：9", served, name, newer);
 }
 
 void tst_Session::texts_goThroughTranslation()

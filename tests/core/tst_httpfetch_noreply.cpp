@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/core/FetchCall.h"
+#include "tests/support/ContextTranslator.h"
 
 #include <QtTest>
 
@@ -23,11 +24,12 @@ QNetworkReply *QNetworkAccessManager::sendCustomRequest(const QNetworkRequest &,
 
 void tst_HttpFetchNoReply::getFileByUrl_noReplyObject_failsAtOnceWithItsText()
 {
+    const ContextTranslator translator;
     QNetworkAccessManager manager;
     FetchCall call;
     call.timeout = 0;
     QVERIFY(!call.run(manager, QUrl("http://127.0.0.1/")));
-    QCOMPARE(call.error, QStringLiteral("发送请求失败"));
+    QCOMPARE(call.error, QStringLiteral("[QObject]发送请求失败"));
     QVERIFY(call.successOutputsUntouched());
 }
 

@@ -139,6 +139,15 @@ void tst_Md5Manifest::parseMd5File_lines_countWithThreeFields_data()
     row("four fields", a + "\tmore\n" + b, QStringLiteral("b"));
     row("a TAB at the end is a fourth field", a + "\t\n" + b, QStringLiteral("b"));
     row("two TABs alone are three fields", "\t\t", {});
+    const QByteArray sha256(64, 'b');
+    row("@release", "@release\t3100025\t3.10.25\t3.10.25\n" + a, QStringLiteral("a"));
+    row("@application", "@application\tcom.example.sample\n" + a, QStringLiteral("a"));
+    row("@minimum", "@minimum\t3000000\n" + a, QStringLiteral("a"));
+    row("@page", "@page\thttps://www.example.com/\n" + a, QStringLiteral("a"));
+    row("@file", a + "\n@file\t" + sha256 + "\t0644\ta\n" + b, QStringLiteral("a|b"));
+    row("@link", a + "\n@link\ta\t-\tc\n" + b, QStringLiteral("a|b"));
+    row("@folder", a + "\n@folder\t0700\t-\tc\n" + b, QStringLiteral("a|b"));
+    row("@ and three fields are a file", "@x\t1\ta\n" + b, QStringLiteral("a|b"));
     row("no line counts", "a\nb\tc\n\td\te\tf\n", {});
 }
 

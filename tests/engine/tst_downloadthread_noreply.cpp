@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/engine/EngineFixture.h"
+#include "tests/support/ContextTranslator.h"
 
 #include <QNetworkAccessManager>
 #include <QtTest>
@@ -23,10 +24,11 @@ QNetworkReply *QNetworkAccessManager::get(const QNetworkRequest &)
 void tst_DownloadThreadNoReply::construction_noReplyObject_failsAtOnceWithItsText()
 {
     const UpdateFolders folders;
+    const ContextTranslator translator;
     CDownloadThread worker(QStringLiteral("http://127.0.0.1:9/"), folders.staging, folders.install,
                            {RecordOf(QStringLiteral("folder/file"), "content"),
                             RecordOf(QStringLiteral("next"), "next")});
-    QCOMPARE(worker.errormsg(), QStringLiteral("下载更新文件file失败"));
+    QCOMPARE(worker.errormsg(), QStringLiteral("[CDownloadThread]下载更新文件file失败"));
     QVERIFY(!worker.success());
     QVERIFY(ReadTree(folders.staging).isEmpty());
 }

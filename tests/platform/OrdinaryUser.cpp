@@ -10,7 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-void becomeOrdinaryUser()
+void BecomeOrdinaryUser()
 {
     __user_cap_header_struct header{};
     header.version = _LINUX_CAPABILITY_VERSION_3;

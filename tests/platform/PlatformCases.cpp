@@ -7,72 +7,72 @@
 
 namespace {
 
-QString created(const QString &path)
+QString Created(const QString &path)
 {
     return QStringLiteral("createDirectoryAtPath:path=%1\n").arg(path);
 }
 
-QString chosen(const QString &path, int writable = 1)
+QString Chosen(const QString &path, int writable = 1)
 {
     return QStringLiteral("not sandboxed:path=%1,writable=%2\n").arg(path).arg(writable);
 }
 
-QString printed(const QString &path)
+QString Printed(const QString &path)
 {
     return QStringLiteral("home=%1\n").arg(path);
 }
 
 // The folder path did not exist and is the answer.
-HomeCase makes(const char *rule, const QString &path)
+HomeCase Makes(const char *rule, const QString &path)
 {
     HomeCase given;
     given.rule = rule;
-    given.out = printed(path);
-    given.log = created(path) + chosen(path);
+    given.out = Printed(path);
+    given.log = Created(path) + Chosen(path);
     return given;
 }
 
-QList<HomeCase> plainCases()
+QList<HomeCase> PlainCases()
 {
     const QString usual = QStringLiteral("{stage}/home/.a.b.c");
 
-    HomeCase first = makes("a first call makes the folder", usual);
+    HomeCase first = Makes("a first call makes the folder", usual);
     first.made = QStringList{usual};
 
-    HomeCase existing = makes("an existing folder is taken as it is", usual);
+    HomeCase existing = Makes("an existing folder is taken as it is", usual);
     existing.folders = QStringList{usual};
-    existing.log = chosen(usual);
+    existing.log = Chosen(usual);
 
     HomeCase missing =
-        makes("a missing home is made too", QStringLiteral("{stage}/no/home/.a.b.c"));
+        Makes("a missing home is made too", QStringLiteral("{stage}/no/home/.a.b.c"));
     missing.home = QStringLiteral("{stage}/no/home");
     missing.made = QStringList{QStringLiteral("{stage}/no/home/.a.b.c")};
 
     const QString chinese = QStringLiteral("{stage}/用户 主目录/.a.b.c");
-    HomeCase letters = makes("Chinese letters and blanks", chinese);
+    HomeCase letters = Makes("Chinese letters and blanks", chinese);
     letters.home = QStringLiteral("{stage}/用户 主目录");
     letters.made = QStringList{chinese};
 
-    HomeCase identifier = makes("a Chinese identifier", QStringLiteral("{stage}/home/.公司.更新"));
+    HomeCase identifier = Makes("a Chinese identifier", QStringLiteral("{stage}/home/.公司.更新"));
     identifier.identifier = QStringLiteral("公司.更新");
 
-    HomeCase percent = makes("percent signs are no formats", QStringLiteral("{stage}/%s%@/.%d%n"));
+    HomeCase percent = Makes("percent signs are no formats", QStringLiteral("{stage}/%s%@/.%d%n"));
     percent.home = QStringLiteral("{stage}/%s%@");
     percent.identifier = QStringLiteral("%d%n");
 
-    HomeCase unnamed = makes("no identifier", QStringLiteral("{stage}/home/.(null)"));
+    HomeCase unnamed = Makes("no identifier", QStringLiteral("{stage}/home/.(null)"));
     unnamed.identifier = QString();
 
     HomeCase empty =
-        makes("an empty identifier is the home itself", QStringLiteral("{stage}/home/."));
+        Makes("an empty identifier is the home itself", QStringLiteral("{stage}/home/."));
     empty.identifier = QStringLiteral("");
-    empty.log = chosen(QStringLiteral("{stage}/home/."));
+    empty.log = Chosen(QStringLiteral("{stage}/home/."));
 
-    HomeCase cached = makes("a second call touches nothing", usual);
+    HomeCase cached = Makes("a second call touches nothing", usual);
     cached.commands = QStringList{QStringLiteral("home"),         QStringLiteral("remove"),
                                   QStringLiteral("{stage}/home"), QStringLiteral("change HOME"),
                                   QStringLiteral("{stage}/else"), QStringLiteral("home")};
-    cached.out = printed(usual) + printed(usual);
+    cached.out = Printed(usual) + Printed(usual);
     cached.absent = QStringList{QStringLiteral("{stage}/home"), QStringLiteral("{stage}/else")};
 
     return {first, existing, missing, letters, identifier, percent, unnamed, empty, cached};
@@ -80,56 +80,56 @@ QList<HomeCase> plainCases()
 
 // Plain files of the names that n = 1..count dots and path give, seen from the working directory.
 // They are the first folder of the path only, as the next levels cannot be made below a file.
-HomeCase dotted(const char *rule, const QStringList &files, const QString &path,
+HomeCase Dotted(const char *rule, const QStringList &files, const QString &path,
                 const QString &where)
 {
-    HomeCase given = makes(rule, path);
+    HomeCase given = Makes(rule, path);
     given.files = files;
     given.made = QStringList{where};
     return given;
 }
 
-QList<HomeCase> dotCases()
+QList<HomeCase> DotCases()
 {
     const QString usual = QStringLiteral("{stage}/home/.a.b.c");
 
     // The stage's own path starts with one folder name, whose like can be taken beside "cwd".
-    HomeCase once = dotted("a plain file in its place: one dot, relative to the working directory",
+    HomeCase once = Dotted("a plain file in its place: one dot, relative to the working directory",
                            {usual}, QStringLiteral(".{stage}/home/.a.b.c"),
                            QStringLiteral("{stage}/cwd{stage}/home/.a.b.c"));
 
-    HomeCase twice = dotted("plain files twice: two dots, in the folder above",
+    HomeCase twice = Dotted("plain files twice: two dots, in the folder above",
                             {usual, QStringLiteral("{stage}/cwd{stage}/home/.a.b.c")},
                             QStringLiteral("..{stage}/home/.a.b.c"),
                             QStringLiteral("{stage}{stage}/home/.a.b.c"));
 
-    HomeCase thrice = dotted("plain files three times: a folder of three dots",
+    HomeCase thrice = Dotted("plain files three times: a folder of three dots",
                              {usual, QStringLiteral("{stage}/cwd{stage}/home/.a.b.c"),
                               QStringLiteral("{stage}{stage}/home/.a.b.c")},
                              QStringLiteral("...{stage}/home/.a.b.c"),
                              QStringLiteral("{stage}/cwd/...{stage}/home/.a.b.c"));
 
-    HomeCase home = dotted("a plain file in place of the home", {QStringLiteral("{stage}/flat")},
+    HomeCase home = Dotted("a plain file in place of the home", {QStringLiteral("{stage}/flat")},
                            QStringLiteral(".{stage}/flat/.a.b.c"),
                            QStringLiteral("{stage}/cwd{stage}/flat/.a.b.c"));
     home.home = QStringLiteral("{stage}/flat");
 
     HomeCase many = thrice;
-    many.rule = "two hundred tries are not too many";
-    for (int dots = 3; dots < 200; ++dots) {
+    many.rule = "as many tries as a name has room for dots are not too many";
+    for (int dots = 3; dots < 255; ++dots) {
         many.files.append(QStringLiteral("{stage}/cwd/") + QString(dots, QLatin1Char('.')));
     }
-    const QString longest = QString(200, QLatin1Char('.')) + usual;
-    many.out = printed(longest);
-    many.log = created(longest) + chosen(longest);
+    const QString longest = QString(255, QLatin1Char('.')) + usual;
+    many.out = Printed(longest);
+    many.log = Created(longest) + Chosen(longest);
     many.made = QStringList{QStringLiteral("{stage}/cwd/") + longest};
 
     return {once, twice, thrice, home, many};
 }
 
-QList<HomeCase> ordinaryUserCases()
+QList<HomeCase> OrdinaryUserCases()
 {
-    HomeCase existing = makes("an existing folder that is not writable is only reported",
+    HomeCase existing = Makes("an existing folder that is not writable is only reported",
                               QStringLiteral("taken/.a.b.c"));
     existing.home = QStringLiteral("taken");
     existing.folders = QStringList{QStringLiteral("cwd/taken/.a.b.c")};
@@ -137,10 +137,10 @@ QList<HomeCase> ordinaryUserCases()
     existing.commands = QStringList{QStringLiteral("version"), QStringLiteral("ordinary user"),
                                     QStringLiteral("home")};
     existing.out = QStringLiteral("version=1.2.3\n") + existing.out;
-    existing.log = chosen(QStringLiteral("taken/.a.b.c"), 0);
+    existing.log = Chosen(QStringLiteral("taken/.a.b.c"), 0);
 
     HomeCase unwritable =
-        makes("a home that is not writable: one dot", QStringLiteral(".taken/.a.b.c"));
+        Makes("a home that is not writable: one dot", QStringLiteral(".taken/.a.b.c"));
     unwritable.home = existing.home;
     unwritable.folders = QStringList{QStringLiteral("cwd/taken")};
     unwritable.locked = unwritable.folders;
@@ -153,12 +153,12 @@ QList<HomeCase> ordinaryUserCases()
 
 } // namespace
 
-QList<HomeCase> homeCases()
+QList<HomeCase> HomeCases()
 {
-    return plainCases() + dotCases() + ordinaryUserCases();
+    return PlainCases() + DotCases() + OrdinaryUserCases();
 }
 
-QList<VersionCase> versionCases()
+QList<VersionCase> VersionCases()
 {
     return {
         {"three parts", QStringLiteral("1.2.3"), 1020003},
@@ -183,5 +183,8 @@ QList<VersionCase> versionCases()
         {"sum wraps in 32 bits", QStringLiteral("99999.0.0"), 1214752192},
         {"largest sum", QStringLiteral("2147.48.3647"), 2147483647},
         {"one more wraps", QStringLiteral("2147.48.3648"), -2147483647 - 1},
+        {"a number beyond an int is the largest", QStringLiteral("0.0.2147483648"), 2147483647},
+        {"one below an int is the lowest", QStringLiteral("0.0.-2147483649"), -2147483647 - 1},
+        {"one beyond 64 bits too", QStringLiteral("0.0.99999999999999999999"), 2147483647},
     };
 }

@@ -32,7 +32,7 @@ struct VersionCase {
 };
 
 /// Returns the rules of the data directory.
-QList<HomeCase> homeCases();
+QList<HomeCase> HomeCases();
 
 /// Returns the rules of the version encoding.
-QList<VersionCase> versionCases();
+QList<VersionCase> VersionCases();

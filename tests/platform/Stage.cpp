@@ -81,7 +81,7 @@ RunResult Stage::run(const QStringList &commands)
     return result;
 }
 
-QByteArray infoPlist(const QByteArray &items)
+QByteArray InfoPlist(const QByteArray &items)
 {
     return R"(<?xml version="1.0" encoding="UTF-8"?>)"
            "\n"
@@ -92,7 +92,7 @@ QByteArray infoPlist(const QByteArray &items)
            items + "</dict>\n</plist>\n";
 }
 
-QByteArray infoPlist(const QString &identifier, const QString &version)
+QByteArray InfoPlist(const QString &identifier, const QString &version)
 {
     QByteArray items;
     const auto add = [&items](const QByteArray &key, const QString &text) {
@@ -103,5 +103,5 @@ QByteArray infoPlist(const QString &identifier, const QString &version)
     };
     add("CFBundleIdentifier", identifier);
     add("CFBundleShortVersionString", version);
-    return infoPlist(items);
+    return InfoPlist(items);
 }

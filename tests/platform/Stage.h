@@ -49,7 +49,7 @@ private:
 };
 
 /// Returns an XML property list with \a items, which are XML already, as its dictionary.
-QByteArray infoPlist(const QByteArray &items);
+QByteArray InfoPlist(const QByteArray &items);
 
 /// Returns an XML property list with the given texts, each left out when null.
-QByteArray infoPlist(const QString &identifier, const QString &version);
+QByteArray InfoPlist(const QString &identifier, const QString &version);

@@ -39,7 +39,7 @@ std::condition_variable gateMoved;
 bool someoneWaits = false;
 bool gateIsOpen = false;
 
-void waitAtTheGate(const bool &until)
+void WaitAtTheGate(const bool &until)
 {
     std::unique_lock<std::mutex> locker(gateMutex);
     if (!gateMoved.wait_for(locker, std::chrono::seconds(10), [&until] { return until; })) {
@@ -47,7 +47,7 @@ void waitAtTheGate(const bool &until)
     }
 }
 
-void moveTheGate(bool &flag)
+void MoveTheGate(bool &flag)
 {
     const std::lock_guard<std::mutex> locker(gateMutex);
     flag = true;
@@ -55,13 +55,13 @@ void moveTheGate(bool &flag)
 }
 
 // A handler installed before the log's own. It keeps whoever logs "wait" until another logs "open".
-void recordingHandler(QtMsgType type, const QMessageLogContext &context, const QString &text)
+void RecordingHandler(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     if (text == QStringLiteral("wait")) {
-        moveTheGate(someoneWaits);
-        waitAtTheGate(gateIsOpen);
+        MoveTheGate(someoneWaits);
+        WaitAtTheGate(gateIsOpen);
     } else if (text == QStringLiteral("open")) {
-        moveTheGate(gateIsOpen);
+        MoveTheGate(gateIsOpen);
     }
     (void)std::printf("before: %d %s %s\n", static_cast<int>(type), context.category,
                       qPrintable(text));
@@ -69,19 +69,19 @@ void recordingHandler(QtMsgType type, const QMessageLogContext &context, const Q
 }
 
 // Lets threads meet in the log's handler, not behind it.
-void silentHandler(QtMsgType, const QMessageLogContext &, const QString &) {}
+void SilentHandler(QtMsgType, const QMessageLogContext &, const QString &) {}
 
-void logWhileOneWaits()
+void LogWhileOneWaits()
 {
     std::thread waiting([] { qCritical().noquote() << "wait"; });
-    waitAtTheGate(someoneWaits);
+    WaitAtTheGate(someoneWaits);
     qCritical().noquote() << "open";
     waiting.join();
 }
 
 // Lines too long for one buffer, on a disk that takes its time: what is not serialised gets mixed
 // up.
-void logFromThreads()
+void LogFromThreads()
 {
     diskIsSlow = true;
     std::vector<std::thread> threads;
@@ -99,14 +99,14 @@ void logFromThreads()
 }
 
 // Qt hands a message raised inside a handler to its default handler; so the log's own is called.
-void letTheClockCallTheHandler()
+void LetTheClockCallTheHandler()
 {
     const QtMessageHandler installed = qInstallMessageHandler(nullptr);
     qInstallMessageHandler(installed);
     clockCalls = installed;
 }
 
-void endFatally(const QString &text)
+void EndFatally(const QString &text)
 {
     const rlimit noCoreFile{0, 0};
     (void)setrlimit(RLIMIT_CORE, &noCoreFile);
@@ -116,13 +116,13 @@ void endFatally(const QString &text)
 const std::map<QString, std::function<void()>> commands{
     {"init", [] { CLogHandler::Initialize(); }},
     {"release", [] { CLogHandler::Release(); }},
-    {"handler before", [] { handlerBefore = qInstallMessageHandler(recordingHandler); }},
-    {"silent handler before", [] { qInstallMessageHandler(silentHandler); }},
-    {"log while one waits", logWhileOneWaits},
-    {"log from threads", logFromThreads},
+    {"handler before", [] { handlerBefore = qInstallMessageHandler(RecordingHandler); }},
+    {"silent handler before", [] { qInstallMessageHandler(SilentHandler); }},
+    {"log while one waits", LogWhileOneWaits},
+    {"log from threads", LogFromThreads},
     {"clock warns", [] { clockWarns = true; }},
-    {"clock calls the handler", letTheClockCallTheHandler},
-    {"ordinary user", becomeOrdinaryUser},
+    {"clock calls the handler", LetTheClockCallTheHandler},
+    {"ordinary user", BecomeOrdinaryUser},
 };
 
 const std::map<QString, std::function<void(const QString &)>> commandsOnText{
@@ -131,7 +131,7 @@ const std::map<QString, std::function<void(const QString &)>> commandsOnText{
     {"info", [](const QString &t) { qInfo().noquote() << t; }},
     {"warning", [](const QString &t) { qWarning().noquote() << t; }},
     {"critical", [](const QString &t) { qCritical().noquote() << t; }},
-    {"fatal", endFatally},
+    {"fatal", EndFatally},
     {"clock", [](const QString &t) { fakeClockMs = t.toLongLong(); }},
     {"remove", [](const QString &t) { (void)QFile::remove(t); }},
 };

@@ -15,36 +15,36 @@
 
 namespace {
 
-void print(const char *name, const char *text)
+void Print(const char *name, const char *text)
 {
     (void)std::printf("%s=%s\n", name, text ? text : "(null)");
 }
 
-bool runCommand(std::string_view command)
+bool RunCommand(std::string_view command)
 {
     if (command == "home") {
-        print("home", ApplicationHomePath());
+        Print("home", ApplicationHomePath());
     } else if (command == "home length") {
         (void)std::printf("home length=%zu\n", std::strlen(ApplicationHomePath()));
     } else if (command == "version") {
-        print("version", GetMainExecutableVersion());
+        Print("version", GetMainExecutableVersion());
     } else if (command == "number") {
         (void)std::printf("number=%d\n", GetMainExecutableVersionNum());
     } else if (command == "disk id") {
-        print("disk id", GetDiskId());
+        Print("disk id", GetDiskId());
     } else if (command == "uuid") {
-        print("uuid", GetSystemUuid());
+        Print("uuid", GetSystemUuid());
     } else if (command == "caption") {
-        hideWindowCaptionBar(driverView());
+        hideWindowCaptionBar(DriverView());
     } else if (command == "ordinary user") {
-        becomeOrdinaryUser();
+        BecomeOrdinaryUser();
     } else {
         return false;
     }
     return true;
 }
 
-bool runCommandOn(std::string_view command, const char *argument)
+bool RunCommandOn(std::string_view command, const char *argument)
 {
     std::error_code failed;
     if (command == "remove") {
@@ -61,13 +61,13 @@ bool runCommandOn(std::string_view command, const char *argument)
 
 } // namespace
 
-int runDriverCommands(int argc, char **argv)
+int RunDriverCommands(int argc, char **argv)
 {
     for (int i = 1; i < argc; ++i) {
-        if (runCommand(argv[i])) {
+        if (RunCommand(argv[i])) {
             continue;
         }
-        if (i + 1 == argc || !runCommandOn(argv[i], argv[i + 1])) {
+        if (i + 1 == argc || !RunCommandOn(argv[i], argv[i + 1])) {
             (void)std::fprintf(stderr, "command failed: %s\n", argv[i]);
             return 2;
         }

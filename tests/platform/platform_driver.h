@@ -12,7 +12,7 @@
 /// "home", "home length", "version", "number", "disk id" and "uuid" print "NAME=RESULT" lines,
 /// "caption" hides a title bar, "ordinary user" gives up root's rights, "remove PATH",
 /// "change HOME TEXT" and "go to FOLDER" change what a second call could see.
-int runDriverCommands(int argc, char **argv);
+int RunDriverCommands(int argc, char **argv);
 
 /// Returns the view whose title bar "caption" hides. Each driver has its own.
-std::uintptr_t driverView();
+std::uintptr_t DriverView();

@@ -15,12 +15,12 @@ passwd *getpwuid(uid_t)
     return user.pw_dir ? &user : nullptr;
 }
 
-std::uintptr_t driverView()
+std::uintptr_t DriverView()
 {
     return 1;
 }
 
 int main(int argc, char **argv)
 {
-    return runDriverCommands(argc, argv);
+    return RunDriverCommands(argc, argv);
 }

@@ -23,7 +23,7 @@ namespace {
 std::atomic<bool> enough{false};
 
 /// Lines of many lengths, with an end to know the whole ones by.
-int logLines(int process, int thread, int lines)
+int LogLines(int process, int thread, int lines)
 {
     int line = 0;
     while (lines > 0 ? line < lines : !enough) {
@@ -34,7 +34,7 @@ int logLines(int process, int thread, int lines)
     return line;
 }
 
-void waitForEndOfInput()
+void WaitForEndOfInput()
 {
     while (std::getchar() != EOF) {
     }
@@ -49,7 +49,7 @@ int main(int argc, char **argv)
         return 2;
     }
     if (std::strcmp(argv[argc - 1], "ordinary") == 0) {
-        becomeOrdinaryUser();
+        BecomeOrdinaryUser();
     }
     const int process = std::atoi(argv[1]);
     const int lines = argc > 3 ? std::atoi(argv[3]) : 0;
@@ -58,11 +58,11 @@ int main(int argc, char **argv)
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < logged.size(); ++i) {
         threads.emplace_back([process, lines, i, &logged] {
-            logged[i] = logLines(process, static_cast<int>(i), lines);
+            logged[i] = LogLines(process, static_cast<int>(i), lines);
         });
     }
     if (lines == 0) {
-        waitForEndOfInput();
+        WaitForEndOfInput();
     }
     for (std::thread &thread : threads) {
         thread.join();

@@ -31,7 +31,7 @@ private slots:
 namespace {
 
 // Returns the letters of the lines' types, in order.
-QByteArray letters(const QByteArray &lines)
+QByteArray Letters(const QByteArray &lines)
 {
     QByteArray found;
     for (const QByteArray &line : lines.split('\n')) {
@@ -72,15 +72,15 @@ void tst_LogHandler::level_messages_areComparedByNumber()
         stage.run(QStringList{QStringLiteral("level"), level, QStringLiteral("init")} + oneOfEach);
 
     QVERIFY2(run.exitCode == 0, run.err.constData());
-    QCOMPARE(letters(stage.fileContent(LogStage::day)), written);
-    QCOMPARE(letters(run.err), QByteArray("DIWC")); // whatever is written, all are passed on
+    QCOMPARE(Letters(stage.fileContent(LogStage::day)), written);
+    QCOMPARE(Letters(run.err), QByteArray("DIWC")); // whatever is written, all are passed on
 }
 
 void tst_LogHandler::level_neverSet_isCritical()
 {
     LogStage stage;
     (void)stage.run(QStringList{QStringLiteral("init")} + oneOfEach);
-    QCOMPARE(letters(stage.fileContent(LogStage::day)), QByteArray("IC"));
+    QCOMPARE(Letters(stage.fileContent(LogStage::day)), QByteArray("IC"));
 }
 
 void tst_LogHandler::level_setAfterInitialize_counts()
@@ -150,7 +150,7 @@ void tst_LogHandler::handlerBefore_messages_getsThemAll()
         QStringList{QStringLiteral("handler before"), QStringLiteral("init")} + oneOfEach);
     QCOMPARE(run.out, QByteArray("before: 0 default d\nbefore: 4 default i\n"
                                  "before: 1 default w\nbefore: 2 default c\n"));
-    QCOMPARE(letters(stage.fileContent(LogStage::day)), QByteArray("IC"));
+    QCOMPARE(Letters(stage.fileContent(LogStage::day)), QByteArray("IC"));
 }
 
 void tst_LogHandler::handlerBefore_waiting_keepsNoOtherThreadOut()

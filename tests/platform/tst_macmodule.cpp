@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
-#include "Stage.h"
+#include "MacStage.h"
 
-#include <QFileInfo>
 #include <QtTest>
 
-/// Every branch of the macOS module, run against stand-ins for the frameworks: the calls and log
-/// lines that a scenario leads to, in order, and what is left unreleased. The rules that it shares
-/// with the other implementation are in the contract test.
+/// The macOS module, run against stand-ins for the frameworks: the calls and log lines that a
+/// scenario leads to, in order, and what is left unreleased. Its rules of the data directory and of
+/// windows are beside this file, those that it shares with the other implementation in the
+/// contract test.
 class tst_MacModule : public QObject {
     Q_OBJECT
 
@@ -17,12 +17,6 @@ private slots:
     static void sandboxTest_statuses_decide();
     static void sandboxTest_noExecutableUrl_asksWithout();
     static void sandboxTest_secondCall_isNotMade();
-    static void sandboxed_home_isTheDataDirectory_data();
-    static void sandboxed_home_isTheDataDirectory();
-    static void sandboxed_noHome_isTheWorkingDirectory();
-    static void sandboxed_noHomeAndLongWorkingDirectory_isEmpty();
-    static void notSandboxed_noHome_isNamedNull();
-    static void hideWindowCaptionBar_view_isTreatedInOrder();
     static void machineText_property_isRead_data();
     static void machineText_property_isRead();
     static void machineText_secondCall_isAnsweredFromTheFirst_data();
@@ -32,8 +26,6 @@ private slots:
 
 namespace {
 
-const QString driver = QStringLiteral(MAC_DRIVER);
-
 const QByteArray sandboxStart = "check if app is sandboxed or not\n"
                                 "CFBundleCopyExecutableURL(main bundle)\n"
                                 "SecStaticCodeCreateWithPath(URL, 0)\n";
@@ -42,17 +34,6 @@ const QByteArray sandboxRequirement =
     "entitlement[\"com.apple.security.app-sandbox\"] exists, 0)\n";
 const QByteArray sandboxValidity =
     "SecStaticCodeCheckValidityWithErrors(static code, 6, requirement, null)\n";
-
-// A stage for the module, whose answers are set by name.
-class MacStage : public Stage {
-public:
-    MacStage() : Stage(driver) { writeInfo(infoPlist(QStringLiteral("a.b.c"), QString())); }
-
-    void set(const char *name, const QString &value)
-    {
-        environment.insert(QString::fromUtf8(name), value);
-    }
-};
 
 } // namespace
 
@@ -66,8 +47,17 @@ void tst_MacModule::sandboxTest_statuses_decide_data()
         << QStringLiteral("STATIC_CODE_STATUS") << QStringLiteral("-67068")
         << sandboxStart + "app is not sandboxed:no static code\nCFRelease(URL)\n"
         << false;
+    QTest::newRow("no static code, positive status")
+        << QStringLiteral("STATIC_CODE_STATUS") << QStringLiteral("1")
+        << sandboxStart + "app is not sandboxed:no static code\nCFRelease(URL)\n"
+        << false;
     QTest::newRow("no requirement")
         << QStringLiteral("REQUIREMENT_STATUS") << QStringLiteral("-67052")
+        << sandboxStart + sandboxRequirement +
+               "app is not sandboxed:no entitlement\nCFRelease(URL)\nCFRelease(static code)\n"
+        << false;
+    QTest::newRow("no requirement, positive status")
+        << QStringLiteral("REQUIREMENT_STATUS") << QStringLiteral("1")
         << sandboxStart + sandboxRequirement +
                "app is not sandboxed:no entitlement\nCFRelease(URL)\nCFRelease(static code)\n"
         << false;
@@ -143,99 +133,6 @@ void tst_MacModule::sandboxTest_secondCall_isNotMade()
              stage.fill(QStringLiteral("home={stage}/home\nhome={stage}/home\n")));
     QCOMPARE(run.err.count("check if app is sandboxed or not"), 1);
     QCOMPARE(run.err.count("sandboxed:path="), 1);
-}
-
-void tst_MacModule::sandboxed_home_isTheDataDirectory_data()
-{
-    QTest::addColumn<QString>("home");
-    QTest::addColumn<bool>("exists");
-    QTest::newRow("missing folder is not made") << QStringLiteral("{stage}/none") << false;
-    QTest::newRow("existing folder stays empty") << QStringLiteral("{stage}/home") << true;
-    QTest::newRow("Chinese letters and blanks") << QStringLiteral("{stage}/用户 主目录") << false;
-    QTest::newRow("text of 511 bytes") << QString(511, QLatin1Char('x')) << false;
-    QTest::newRow("text of 512 bytes") << QString(512, QLatin1Char('x')) << false;
-    QTest::newRow("text of 513 bytes") << QString(513, QLatin1Char('x')) << false;
-    QTest::newRow("text of 5000 bytes") << QString(5000, QLatin1Char('x')) << false;
-}
-
-void tst_MacModule::sandboxed_home_isTheDataDirectory()
-{
-    QFETCH(QString, home);
-    QFETCH(bool, exists);
-    MacStage stage;
-    stage.set("VALIDITY_STATUS", QStringLiteral("0"));
-    stage.set("HOME", stage.fill(home));
-
-    const RunResult run = stage.run({QStringLiteral("home")});
-
-    QVERIFY2(run.exitCode == 0, run.err.constData());
-    QCOMPARE(run.out, "home=" + stage.fill(home).toUtf8().left(512) + '\n');
-    QVERIFY(run.err.contains("\nsandboxed:path=" + stage.fill(home).toUtf8() + '\n'));
-    QVERIFY(!run.err.contains("createDirectoryAtPath"));
-    QCOMPARE(QFileInfo::exists(stage.path(home)), exists);
-    QVERIFY(!QFileInfo::exists(stage.path(home + QStringLiteral("/.a.b.c"))));
-}
-
-void tst_MacModule::sandboxed_noHome_isTheWorkingDirectory()
-{
-    MacStage stage;
-    stage.set("VALIDITY_STATUS", QStringLiteral("0"));
-    stage.environment.remove(QStringLiteral("HOME"));
-
-    const RunResult run = stage.run({QStringLiteral("home"), QStringLiteral("go to"),
-                                     QStringLiteral("{stage}"), QStringLiteral("home")});
-
-    QVERIFY2(run.exitCode == 0, run.err.constData());
-    QVERIFY2(run.err.contains("\nsandboxed:path=(null)\n"), run.err.constData());
-    QCOMPARE(QString::fromUtf8(run.out),
-             stage.fill(QStringLiteral("home={stage}/cwd\nhome={stage}/cwd\n")));
-}
-
-void tst_MacModule::sandboxed_noHomeAndLongWorkingDirectory_isEmpty()
-{
-    MacStage stage;
-    stage.set("VALIDITY_STATUS", QStringLiteral("0"));
-    stage.environment.remove(QStringLiteral("HOME"));
-    const QString folder = (QLatin1Char('/') + QString(200, QLatin1Char('x'))).repeated(3);
-    stage.makeFolder(QStringLiteral("{stage}") + folder);
-
-    const RunResult run = stage.run(
-        {QStringLiteral("go to"), QStringLiteral("{stage}") + folder, QStringLiteral("home")});
-
-    QVERIFY2(run.exitCode == 0, run.err.constData());
-    QCOMPARE(run.out, QByteArray("home=\n"));
-}
-
-void tst_MacModule::notSandboxed_noHome_isNamedNull()
-{
-    MacStage stage;
-    stage.environment.remove(QStringLiteral("HOME"));
-
-    const RunResult run = stage.run({QStringLiteral("home")});
-
-    QVERIFY2(run.exitCode == 0, run.err.constData());
-    QCOMPARE(run.out, QByteArray("home=(null)/.a.b.c\n"));
-    QVERIFY(QFileInfo(stage.path(QStringLiteral("cwd/(null)/.a.b.c"))).isDir());
-}
-
-void tst_MacModule::hideWindowCaptionBar_view_isTreatedInOrder()
-{
-    MacStage stage;
-
-    const RunResult run = stage.run({QStringLiteral("caption")});
-
-    QVERIFY2(run.exitCode == 0, run.err.constData());
-    // The window's mask is 0x1f before.
-    QCOMPARE(run.err, "window\n"
-                      "setTitleVisibility:1\n"
-                      "setTitlebarAppearsTransparent:1\n"
-                      "setStyleMask:" +
-                          QByteArray::number(0x801f) +
-                          "\n"
-                          "standardWindowButton:0\nbutton 0 setHidden:1\n"
-                          "standardWindowButton:2\nbutton 2 setHidden:1\n"
-                          "standardWindowButton:1\nbutton 1 setHidden:1\n"
-                          "live objects: 0\n");
 }
 
 void tst_MacModule::machineText_property_isRead_data()

@@ -32,7 +32,7 @@ const QStringList showAll{QStringLiteral("version"), QStringLiteral("number"),
 const QString nothing = QStringLiteral("version=(null)\nnumber=0\nhome={stage}/home/.(null)\n");
 
 // A binary property list: CFBundleIdentifier 公司.b, CFBundleShortVersionString 3.10.25.
-QByteArray binaryPlist()
+QByteArray BinaryPlist()
 {
     return QByteArray::fromHex(
         "62706c6973743030d2010203045f1012434642756e646c654964656e7469666965725f101a43"
@@ -42,7 +42,7 @@ QByteArray binaryPlist()
 }
 
 // Binary lists, each holding the next one alone.
-QByteArray nestedBinaryPlist(int depth)
+QByteArray NestedBinaryPlist(int depth)
 {
     const auto number = [](quint64 value, int bytes) {
         QByteArray text;
@@ -89,9 +89,9 @@ void tst_MainBundle::mainBundle_place_decidesThePropertyList()
     const QDir folder = QFileInfo(stage.path(executable)).dir();
     for (const char *place : {".", "..", "../.."}) {
         stage.makeFile(folder.filePath(QString::fromUtf8(place)) + QStringLiteral("/Info.plist"),
-                       infoPlist(QStringLiteral("wrong"), QStringLiteral("9.9.9")));
+                       InfoPlist(QStringLiteral("wrong"), QStringLiteral("9.9.9")));
     }
-    stage.makeFile(plist, infoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3")));
+    stage.makeFile(plist, InfoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3")));
 
     const RunResult run = stage.run(showAll);
 
@@ -105,26 +105,26 @@ void tst_MainBundle::mainBundle_propertyList_isRead_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("out");
-    QTest::newRow("binary") << binaryPlist()
+    QTest::newRow("binary") << BinaryPlist()
                             << QStringLiteral("version=3.10.25\nnumber=3100025\n"
                                               "home={stage}/home/.公司.b\n");
-    QTest::newRow("XML") << infoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3"))
+    QTest::newRow("XML") << InfoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3"))
                          << QStringLiteral("version=1.2.3\nnumber=1020003\n"
                                            "home={stage}/home/.a.b.c\n");
     QTest::newRow("a text ends at NUL")
-        << binaryPlist().replace("\x53\xF8", QByteArray(2, '\0'))
+        << BinaryPlist().replace("\x53\xF8", QByteArray(2, '\0'))
         << QStringLiteral("version=3.10.25\nnumber=3100025\nhome={stage}/home/.公\n");
     QTest::newRow("XML with entities and a comment")
-        << infoPlist("<!-- <key>CFBundleIdentifier</key><string>no</string> -->"
+        << InfoPlist("<!-- <key>CFBundleIdentifier</key><string>no</string> -->"
                      "<key>CFBundleIdentifier</key><string>a&amp;&lt;b&gt;</string>")
         << QStringLiteral("version=(null)\nnumber=0\nhome={stage}/home/.a&<b>\n");
     QTest::newRow("identifier is a number")
-        << infoPlist("<key>CFBundleIdentifier</key><integer>7</integer>") << nothing;
+        << InfoPlist("<key>CFBundleIdentifier</key><integer>7</integer>") << nothing;
     QTest::newRow("largest file read")
-        << infoPlist(QStringLiteral("a.b.c"), QString()).leftJustified(262144, '\n')
+        << InfoPlist(QStringLiteral("a.b.c"), QString()).leftJustified(262144, '\n')
         << QStringLiteral("version=(null)\nnumber=0\nhome={stage}/home/.a.b.c\n");
     QTest::newRow("one byte more")
-        << infoPlist(QStringLiteral("a.b.c"), QString()).leftJustified(262145, '\n') << nothing;
+        << InfoPlist(QStringLiteral("a.b.c"), QString()).leftJustified(262145, '\n') << nothing;
     QTest::newRow("empty file") << QByteArray() << nothing;
     QTest::newRow("garbage") << QByteArray("\0\xFF\xFE<<<not a list", 16) << nothing;
     QTest::newRow("zero bytes") << QByteArray(1000, '\0') << nothing;
@@ -136,13 +136,13 @@ void tst_MainBundle::mainBundle_propertyList_isRead_data()
     QTest::newRow("a text, no dictionary")
         << QByteArray("<plist><string>a</string></plist>") << nothing;
     QTest::newRow("cut XML")
-        << infoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3")).chopped(40) << nothing;
-    QTest::newRow("cut binary") << binaryPlist().left(60) << nothing;
+        << InfoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3")).chopped(40) << nothing;
+    QTest::newRow("cut binary") << BinaryPlist().left(60) << nothing;
     QTest::newRow("binary mark alone") << QByteArray("bplist00") << nothing;
     QTest::newRow("XML nested deep")
         << "<plist>" + QByteArray("<array>").repeated(37000) << nothing;
-    QTest::newRow("binary nested deep") << nestedBinaryPlist(20000) << nothing;
-    QTest::newRow("binary nested deeper") << nestedBinaryPlist(120000) << nothing;
+    QTest::newRow("binary nested deep") << NestedBinaryPlist(20000) << nothing;
+    QTest::newRow("binary nested deeper") << NestedBinaryPlist(120000) << nothing;
 }
 
 void tst_MainBundle::mainBundle_propertyList_isRead()

@@ -21,6 +21,8 @@ private slots:
     static void getMainExecutableVersion_text_isEncoded();
     static void getMainExecutableVersion_notText_isNull_data();
     static void getMainExecutableVersion_notText_isNull();
+    static void getMainExecutableVersion_otherVersionKey_doesNotCount_data();
+    static void getMainExecutableVersion_otherVersionKey_doesNotCount();
 };
 
 namespace {
@@ -30,7 +32,7 @@ struct Implementation {
     QString driver;
 };
 
-QList<Implementation> implementations()
+QList<Implementation> Implementations()
 {
     QList<Implementation> list{{"portable", QStringLiteral(PORTABLE_DRIVER)}};
 #ifdef MAC_DRIVER
@@ -40,7 +42,7 @@ QList<Implementation> implementations()
 }
 
 // The lines that tell where the data directory lies; the others are an implementation's own.
-QByteArray folderLines(const QByteArray &log)
+QByteArray FolderLines(const QByteArray &log)
 {
     QByteArray kept;
     for (const QByteArray &line : log.split('\n')) {
@@ -57,8 +59,8 @@ void tst_PlatformContract::applicationHomePath_case_isAsRuled_data()
 {
     QTest::addColumn<QString>("driver");
     QTest::addColumn<HomeCase>("given");
-    for (const Implementation &implementation : implementations()) {
-        for (const HomeCase &given : homeCases()) {
+    for (const Implementation &implementation : Implementations()) {
+        for (const HomeCase &given : HomeCases()) {
             QTest::addRow("%s: %s", implementation.name, given.rule)
                 << implementation.driver << given;
         }
@@ -70,7 +72,7 @@ void tst_PlatformContract::applicationHomePath_case_isAsRuled()
     QFETCH(QString, driver);
     QFETCH(HomeCase, given);
     Stage stage(driver);
-    stage.writeInfo(infoPlist(given.identifier, QStringLiteral("1.2.3")));
+    stage.writeInfo(InfoPlist(given.identifier, QStringLiteral("1.2.3")));
     stage.environment.insert(QStringLiteral("HOME"), stage.fill(given.home));
     for (const QString &folder : given.folders) {
         stage.makeFolder(folder);
@@ -86,7 +88,7 @@ void tst_PlatformContract::applicationHomePath_case_isAsRuled()
 
     QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(QString::fromUtf8(run.out), stage.fill(given.out));
-    QCOMPARE(QString::fromUtf8(folderLines(run.err)), stage.fill(given.log));
+    QCOMPARE(QString::fromUtf8(FolderLines(run.err)), stage.fill(given.log));
     for (const QString &folder : given.made) {
         QVERIFY2(QFileInfo(stage.path(folder)).isDir(), qPrintable(folder));
     }
@@ -100,7 +102,7 @@ void tst_PlatformContract::applicationHomePath_longText_isCutAt512_data()
     QTest::addColumn<QString>("driver");
     QTest::addColumn<QByteArray>("letter");
     QTest::addColumn<int>("length");
-    for (const Implementation &implementation : implementations()) {
+    for (const Implementation &implementation : Implementations()) {
         for (const int length : {510, 511, 512, 513, 900}) {
             QTest::addRow("%s: %d bytes", implementation.name, length)
                 << implementation.driver << QByteArray("x") << length;
@@ -116,7 +118,7 @@ void tst_PlatformContract::applicationHomePath_longText_isCutAt512()
     QFETCH(QByteArray, letter);
     QFETCH(int, length);
     Stage stage(driver);
-    stage.writeInfo(infoPlist(QStringLiteral("a.b.c"), QString()));
+    stage.writeInfo(InfoPlist(QStringLiteral("a.b.c"), QString()));
     const QByteArray hidden("/.a.b.c");
     QByteArray home = QFile::encodeName(stage.path(QStringLiteral("home")));
     // As many folders of up to 60 letters as it takes, the first one filling up the length.
@@ -134,7 +136,7 @@ void tst_PlatformContract::applicationHomePath_longText_isCutAt512()
     QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(run.out, "home=" + whole.left(512) +
                           "\nhome length=" + QByteArray::number(qMin(length, 512)) + '\n');
-    QCOMPARE(folderLines(run.err), "createDirectoryAtPath:path=" + whole +
+    QCOMPARE(FolderLines(run.err), "createDirectoryAtPath:path=" + whole +
                                        "\nnot sandboxed:path=" + whole + ",writable=1\n");
     QVERIFY(QFileInfo(QFile::decodeName(whole)).isDir());
 }
@@ -144,8 +146,8 @@ void tst_PlatformContract::getMainExecutableVersion_text_isEncoded_data()
     QTest::addColumn<QString>("driver");
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("number");
-    for (const Implementation &implementation : implementations()) {
-        for (const VersionCase &given : versionCases()) {
+    for (const Implementation &implementation : Implementations()) {
+        for (const VersionCase &given : VersionCases()) {
             QTest::addRow("%s: %s", implementation.name, given.rule)
                 << implementation.driver << given.text << given.number;
         }
@@ -158,7 +160,7 @@ void tst_PlatformContract::getMainExecutableVersion_text_isEncoded()
     QFETCH(QString, text);
     QFETCH(int, number);
     Stage stage(driver);
-    stage.writeInfo(infoPlist(QStringLiteral("a.b.c"), text));
+    stage.writeInfo(InfoPlist(QStringLiteral("a.b.c"), text));
 
     // The property list is gone when it would be read again.
     const RunResult run = stage.run({QStringLiteral("version"), QStringLiteral("remove"),
@@ -175,7 +177,7 @@ void tst_PlatformContract::getMainExecutableVersion_notText_isNull_data()
 {
     QTest::addColumn<QString>("driver");
     QTest::addColumn<QByteArray>("value");
-    for (const Implementation &implementation : implementations()) {
+    for (const Implementation &implementation : Implementations()) {
         for (const char *value : {"<integer>5</integer>", "<real>5.1</real>", "<true/>",
                                   "<array><string>1.2.3</string></array>"}) {
             QTest::addRow("%s: %s", implementation.name, value)
@@ -189,7 +191,27 @@ void tst_PlatformContract::getMainExecutableVersion_notText_isNull()
     QFETCH(QString, driver);
     QFETCH(QByteArray, value);
     Stage stage(driver);
-    stage.writeInfo(infoPlist("<key>CFBundleShortVersionString</key>" + value + '\n'));
+    stage.writeInfo(InfoPlist("<key>CFBundleShortVersionString</key>" + value + '\n'));
+
+    const RunResult run = stage.run({QStringLiteral("version"), QStringLiteral("number")});
+
+    QVERIFY2(run.exitCode == 0, run.err.constData());
+    QCOMPARE(run.out, QByteArray("version=(null)\nnumber=0\n"));
+}
+
+void tst_PlatformContract::getMainExecutableVersion_otherVersionKey_doesNotCount_data()
+{
+    QTest::addColumn<QString>("driver");
+    for (const Implementation &implementation : Implementations()) {
+        QTest::newRow(implementation.name) << implementation.driver;
+    }
+}
+
+void tst_PlatformContract::getMainExecutableVersion_otherVersionKey_doesNotCount()
+{
+    QFETCH(QString, driver);
+    Stage stage(driver);
+    stage.writeInfo(InfoPlist("<key>CFBundleVersion</key><string>1.2.3</string>\n"));
 
     const RunResult run = stage.run({QStringLiteral("version"), QStringLiteral("number")});
 

@@ -36,7 +36,7 @@ void tst_PlatformServices::applicationHomePath_noHome_usesPasswordDatabase()
 {
     QFETCH(bool, isSet);
     Stage stage(driver);
-    stage.writeInfo(infoPlist(QStringLiteral("a.b.c"), QString()));
+    stage.writeInfo(InfoPlist(QStringLiteral("a.b.c"), QString()));
     stage.environment.remove(QStringLiteral("HOME"));
     if (isSet) {
         stage.environment.insert(QStringLiteral("HOME"), QString());
@@ -59,7 +59,7 @@ void tst_PlatformServices::applicationHomePath_noHome_usesPasswordDatabase()
 void tst_PlatformServices::applicationHomePath_noHomeAnywhere_isNamedNull()
 {
     Stage stage(driver);
-    stage.writeInfo(infoPlist(QStringLiteral("a.b.c"), QString()));
+    stage.writeInfo(InfoPlist(QStringLiteral("a.b.c"), QString()));
     stage.environment.remove(QStringLiteral("HOME"));
 
     const RunResult run = stage.run({QStringLiteral("home")});
@@ -72,7 +72,7 @@ void tst_PlatformServices::applicationHomePath_noHomeAnywhere_isNamedNull()
 void tst_PlatformServices::applicationHomePath_propertyListChanged_keepsTheIdentifier()
 {
     Stage stage(driver);
-    stage.writeInfo(infoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3")));
+    stage.writeInfo(InfoPlist(QStringLiteral("a.b.c"), QStringLiteral("1.2.3")));
 
     const RunResult run = stage.run({QStringLiteral("version"), QStringLiteral("remove"),
                                      QStringLiteral("{stage}/Sample.app/Contents/Info.plist"),

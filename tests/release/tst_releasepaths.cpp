@@ -44,6 +44,7 @@ void tst_ReleasePaths::unsafePathReason_path_isFoundSafe_data()
     QTest::newRow("letter beyond 16 bits") << QString::fromUtf8("\xF0\x9F\x98\x80.png");
     QTest::newRow("251 bytes") << Folder + QString(251, 'n');
     QTest::newRow("251 bytes decomposed") << QString(83, QChar(0xE9)) + "nn";
+    QTest::newRow("1023 bytes in all") << QString("nnnnnnn/").repeated(127) + QString(7, 'n');
     QTest::newRow("long path of short names") << QString(200, 'n') + "/" + QString(200, 'm');
 }
 
@@ -100,6 +101,11 @@ void tst_ReleasePaths::unsafePathReason_path_isRefusedWithTheReason_data()
     QTest::newRow("byte order mark first") << QString(QChar(QChar::ByteOrderMark)) + "a" << utf8;
     QTest::newRow("252 bytes") << Folder + QString(252, 'n') << tooLong;
     QTest::newRow("252 bytes in a folder's name") << QString(252, 'n') + "/a" << tooLong;
+    const QString longPath = QString("nnnnnnn/").repeated(127);
+    QTest::newRow("1024 bytes in all")
+        << longPath + QString(8, 'n') << "it has over 1023 bytes in its decomposed form";
+    QTest::newRow("1024 bytes in all only decomposed")
+        << longPath + "nnnnnn" + QChar(0xE9) << "it has over 1023 bytes in its decomposed form";
     QTest::newRow("252 bytes only decomposed") << QString(84, QChar(0xE9)) << tooLong;
 }
 
@@ -185,6 +191,9 @@ void tst_ReleasePaths::collisionReason_paths_areRefusedWithTheReason_data()
         << QStringList{"Update_MD5.info"} << R"("Update_MD5.info" takes the manifest's own name)";
     QTest::newRow("manifest as a folder") << QStringList{"update_md5.info/a"}
                                           << R"("update_md5.info/a" takes the manifest's own name)";
+    QTest::newRow("name of the signature")
+        << QStringList{"Update_md5.info.MINISIG"}
+        << R"("Update_md5.info.MINISIG" takes the name of the manifest's signature)";
 }
 
 void tst_ReleasePaths::collisionReason_paths_areRefusedWithTheReason()

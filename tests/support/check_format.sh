@@ -6,7 +6,7 @@
 set -u
 "$1" --version | grep -q 'version 14\.' || { echo "this needs clang-format 14"; exit 77; }
 cd "$2" || exit 1
-set -- "$1" app core engine ui platform release publish inplace tests
+set -- "$1" app core engine ui platform release publish inplace examples tests
 program=$1
 shift
 find "$@" \( -name '*.h' -o -name '*.cpp' -o -name '*.mm' \) -print0 |

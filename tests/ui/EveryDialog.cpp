@@ -45,7 +45,11 @@ std::unique_ptr<QDialog> EveryDialog::make(const QString &name)
         error->setError(QString::fromUtf8("更新失败"), QString::fromUtf8("网络错误：10012"), true);
         return error;
     }
-    return makeProgress();
+    if (name == QLatin1String("progress")) {
+        return makeProgress();
+    }
+    qFatal("EveryDialog::make() does not know the dialog \"%s\".", qPrintable(name));
+    return nullptr;
 }
 
 std::unique_ptr<QDialog> EveryDialog::makeProgress()

@@ -57,9 +57,20 @@ void CompareRow(const QDialog &dialog)
     QCOMPARE(font.pointSize(), headline ? 15 : QFont().pointSize());
     QCOMPARE(font.family(), QFont().family());
     if (const auto *label = qobject_cast<const QLabel *>(widget)) {
-        QCOMPARE(label->textFormat(), Qt::PlainText);
-        QCOMPARE(label->wordWrap(), false);
+        ComparePlainLabel(*label);
     }
+}
+
+void ComparePlainLabel(const QLabel &label)
+{
+    QCOMPARE(label.textFormat(), Qt::PlainText); // our choice: what is shown comes from outside
+    const QLabel untouched;
+    QCOMPARE(label.wordWrap(), untouched.wordWrap());
+    QCOMPARE(label.alignment(), untouched.alignment());
+    QCOMPARE(label.indent(), untouched.indent());
+    QCOMPARE(label.margin(), untouched.margin());
+    QCOMPARE(label.textInteractionFlags(), untouched.textInteractionFlags());
+    QCOMPARE(label.focusPolicy(), untouched.focusPolicy());
 }
 
 void CompareFrame(const QDialog &dialog)
@@ -80,20 +91,4 @@ int ExecAndPress(QDialog &dialog, Qt::Key key)
 {
     QTimer::singleShot(0, &dialog, [&dialog, key] { QTest::keyClick(&dialog, key); });
     return dialog.exec();
-}
-
-ContextTranslator::ContextTranslator()
-{
-    QCoreApplication::installTranslator(this);
-}
-
-ContextTranslator::~ContextTranslator()
-{
-    QCoreApplication::removeTranslator(this);
-}
-
-QString ContextTranslator::translate(const char *context, const char *text, const char *, int) const
-{
-    return QLatin1Char('[') + QString::fromUtf8(context) + QLatin1Char(']') +
-           QString::fromUtf8(text);
 }

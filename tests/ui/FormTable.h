@@ -3,11 +3,14 @@
 
 #pragma once
 
+#include "tests/support/ContextTranslator.h"
+
 #include <QDialog>
 #include <QList>
 #include <QRect>
 #include <QString>
-#include <QTranslator>
+
+class QLabel;
 
 /// A label or button as a form must make it.
 struct FormRow {
@@ -27,21 +30,12 @@ void AddRows(const QList<FormRow> &rows);
 /// Compares the widget of the current data row with what \a dialog holds.
 void CompareRow(const QDialog &dialog);
 
+/// Checks that \a label shows plain text, and is otherwise as a label is made.
+void ComparePlainLabel(const QLabel &label);
+
 /// Checks that \a dialog is a frameless dialog of the shared size, and that its class brings no
 /// signals, slots, properties or the like.
 void CompareFrame(const QDialog &dialog);
 
 /// Runs \a dialog modally; when it is shown, \a key is pressed. Returns what exec() does.
 int ExecAndPress(QDialog &dialog, Qt::Key key);
-
-/// "Translates" a text by putting its context before it: "[context]text".
-class ContextTranslator : public QTranslator {
-public:
-    /// Installs itself; the destructor takes it off again.
-    ContextTranslator();
-    ~ContextTranslator() override;
-    Q_DISABLE_COPY_MOVE(ContextTranslator)
-
-    bool isEmpty() const override { return false; }
-    QString translate(const char *context, const char *text, const char *, int) const override;
-};

@@ -5,9 +5,17 @@
 #include "FormTable.h"
 #include "ui/DialogFrame.h"
 
+#include <QApplication>
 #include <QImage>
+#include <QLabel>
+#include <QPainter>
+#include <QPointer>
+#include <QProgressBar>
+#include <QPushButton>
 #include <QResource>
+#include <QScreen>
 #include <QSignalSpy>
+#include <QStyle>
 #include <QtTest>
 
 /// Takes the resources away while it lives. (Their functions are known in the global namespace
@@ -21,6 +29,11 @@ public:
 
 namespace {
 
+QImage grabbed(QWidget &widget)
+{
+    return widget.grab().toImage().convertToFormat(QImage::Format_ARGB32);
+}
+
 /// The face of \a dialog without its widgets.
 QImage bareFace(QDialog &dialog)
 {
@@ -28,7 +41,38 @@ QImage bareFace(QDialog &dialog)
     for (QWidget *child : children) {
         child->hide();
     }
-    return dialog.grab().toImage().convertToFormat(QImage::Format_ARGB32);
+    return grabbed(dialog);
+}
+
+/// What a dialog that paints nothing looks like: its default background.
+QImage plainDialog(QSize size)
+{
+    QDialog dialog;
+    dialog.resize(size);
+    return grabbed(dialog);
+}
+
+/// Gives the application another palette while it lives.
+class Desktop {
+public:
+    explicit Desktop(const QPalette &palette) { QApplication::setPalette(palette); }
+    ~Desktop() { QApplication::setPalette(m_before); }
+    Q_DISABLE_COPY_MOVE(Desktop)
+
+private:
+    QPalette m_before = QApplication::palette();
+};
+
+void addDialogsAndDesktops()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QPalette>("palette");
+    const QPalette dark(QColor(0x2b, 0x2b, 0x2e), QColor(0x1c, 0x1c, 0x1e));
+    const QStringList names = EveryDialog::names();
+    for (const QString &name : names) {
+        QTest::newRow(qPrintable(name + ", light desktop")) << name << QPalette();
+        QTest::newRow(qPrintable(name + ", dark desktop")) << name << dark;
+    }
 }
 
 QImage background()
@@ -54,10 +98,19 @@ private slots:
     static void dialog_made_isFramelessAndHasTheSharedSize();
     static void face_painted_isTheImage_data() { EveryDialog::addRows(); }
     static void face_painted_isTheImage();
-    static void face_withoutTheImage_isTheDefaultBackground_data() { EveryDialog::addRows(); }
+    static void face_withoutTheImage_isTheDefaultBackground_data() { addDialogsAndDesktops(); }
     static void face_withoutTheImage_isTheDefaultBackground();
+    static void face_besideTheImage_isTheDefaultBackground_data() { addDialogsAndDesktops(); }
+    static void face_besideTheImage_isTheDefaultBackground();
+    static void palettes_shown_areTheApplications_data() { addDialogsAndDesktops(); }
+    static void palettes_shown_areTheApplications();
+    static void style_made_onlyWhenShown_data() { EveryDialog::addRows(); }
+    static void style_made_onlyWhenShown();
     static void face_paintedAgain_loadsTheImageAnew();
-    static void face_onALargerDialog_isNotScaled();
+    static void face_onADenseScreen_isSmooth();
+    static void place_shown_isTheMiddleOfTheScreen_data() { EveryDialog::addRows(); }
+    static void place_shown_isTheMiddleOfTheScreen();
+    static void place_shownAgain_isTheMiddleUnlessMoved();
     static void escape_pressed_rejects_data() { EveryDialog::addRows(); }
     static void escape_pressed_rejects();
 };
@@ -81,6 +134,8 @@ void tst_DialogFrame::face_painted_isTheImage()
 void tst_DialogFrame::face_withoutTheImage_isTheDefaultBackground()
 {
     QFETCH(QString, name);
+    QFETCH(QPalette, palette);
+    const Desktop desktop(palette);
     EveryDialog every;
     const auto dialog = every.make(name);
     const WithoutResources without;
@@ -88,10 +143,65 @@ void tst_DialogFrame::face_withoutTheImage_isTheDefaultBackground()
     const auto previous = qInstallMessageHandler(keepMessage);
     const QImage face = bareFace(*dialog);
     qInstallMessageHandler(previous);
-    QImage plain(face.size(), face.format());
-    plain.fill(dialog->palette().color(QPalette::Window));
-    QCOMPARE(face, plain);
+    QCOMPARE(face, plainDialog(dialog->size()));
     QCOMPARE(s_messages, QStringList());
+}
+
+void tst_DialogFrame::face_besideTheImage_isTheDefaultBackground()
+{
+    QFETCH(QString, name);
+    QFETCH(QPalette, palette);
+    const Desktop desktop(palette);
+    EveryDialog every;
+    const auto dialog = every.make(name);
+    dialog->resize(700, 450);
+    QImage expected = plainDialog(QSize(700, 450));
+    QPainter painter(&expected);
+    painter.drawImage(0, 0, background()); // which is not scaled with the dialog
+    painter.end();
+    QCOMPARE(bareFace(*dialog), expected);
+}
+
+void tst_DialogFrame::palettes_shown_areTheApplications()
+{
+    QFETCH(QString, name);
+    QFETCH(QPalette, palette);
+    const Desktop desktop(palette);
+    EveryDialog every;
+    const auto dialog = every.make(name);
+    dialog->show();
+    QCOMPARE(dialog->palette(), QApplication::palette());
+    QVERIFY(!dialog->testAttribute(Qt::WA_SetPalette));
+    QDialog plain;
+    QPushButton button(&plain);
+    QLabel label(&plain);
+    button.setStyleSheet(QStringLiteral("color: rgb(0, 0, 0);"));
+    label.setStyleSheet(QStringLiteral("color: rgb(0, 0, 0);"));
+    const QProgressBar bar(&plain);
+    plain.show();
+    const auto children = ChildWidgets(*dialog);
+    for (const QWidget *child : children) {
+        const bool isLabel = child->inherits("QLabel");
+        const bool isButton = child->inherits("QPushButton");
+        const QWidget *alike = isLabel ? static_cast<const QWidget *>(&label) : &bar;
+        alike = isButton ? &button : alike;
+        QCOMPARE(child->palette(), alike->palette());
+    }
+}
+
+void tst_DialogFrame::style_made_onlyWhenShown()
+{
+    QFETCH(QString, name);
+    EveryDialog every;
+    const auto dialog = every.make(name);
+    QVERIFY(!dialog->findChild<QStyle *>());
+    dialog->show();
+    QPointer<QStyle> style = dialog->findChild<QStyle *>(QString(), Qt::FindDirectChildrenOnly);
+    QVERIFY(style);
+    dialog->hide();
+    dialog->show();
+    QCOMPARE(dialog->findChildren<QStyle *>(QString(), Qt::FindDirectChildrenOnly),
+             QList<QStyle *>{style});
 }
 
 void tst_DialogFrame::face_paintedAgain_loadsTheImageAnew()
@@ -108,14 +218,65 @@ void tst_DialogFrame::face_paintedAgain_loadsTheImageAnew()
     QCOMPARE(bareFace(*dialog), before);
 }
 
-void tst_DialogFrame::face_onALargerDialog_isNotScaled()
+void tst_DialogFrame::face_onADenseScreen_isSmooth()
 {
     EveryDialog every;
     const auto dialog = every.make(QStringLiteral("notice"));
-    dialog->resize(700, 400);
-    const QImage face = bareFace(*dialog);
-    QCOMPARE(face.copy(0, 0, 556, 341), background());
-    QCOMPARE(face.pixelColor(556, 341), dialog->palette().color(QPalette::Window));
+    (void)bareFace(*dialog); // hides the widgets
+    QImage dense(dialog->size() * 2, QImage::Format_RGB32);
+    dense.setDevicePixelRatio(2);
+    dialog->render(&dense);
+
+    // A picture that is only doubled holds blocks of four equal pixels, and nothing else.
+    int mixed = 0;
+    for (int y = 0; y < dense.height(); y += 2) {
+        for (int x = 0; x < dense.width(); x += 2) {
+            const QRgb corner = dense.pixel(x, y);
+            mixed += corner != dense.pixel(x + 1, y) || corner != dense.pixel(x, y + 1) ||
+                     corner != dense.pixel(x + 1, y + 1);
+        }
+    }
+    QVERIFY2(mixed > 10000, qPrintable(QString::number(mixed)));
+
+    // It is the same picture at the same place.
+    const QImage back =
+        dense.scaled(dialog->size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QImage single = background();
+    qint64 difference = 0;
+    for (int y = 0; y < back.height(); ++y) {
+        for (int x = 0; x < back.width(); ++x) {
+            difference += qAbs(qGray(back.pixel(x, y)) - qGray(single.pixel(x, y)));
+        }
+    }
+    QVERIFY(difference < qint64{back.width()} * back.height()); // one step of 256 on average
+}
+
+void tst_DialogFrame::place_shown_isTheMiddleOfTheScreen()
+{
+    QFETCH(QString, name);
+    EveryDialog every;
+    const auto dialog = every.make(name);
+    dialog->show();
+    const QRect room = dialog->screen()->availableGeometry();
+    QCOMPARE(dialog->x() - room.left(), (room.width() - dialog->width()) / 2);
+    QCOMPARE(dialog->y() - room.top(), (room.height() - dialog->height()) / 2);
+    QCOMPARE(dialog->size(), QSize(556, 341));
+}
+
+void tst_DialogFrame::place_shownAgain_isTheMiddleUnlessMoved()
+{
+    EveryDialog every;
+    const auto dialog = every.make(QStringLiteral("error"));
+    dialog->show();
+    const QPoint middle = dialog->pos();
+    dialog->hide();
+    dialog->resize(500, 300);
+    dialog->show();
+    QCOMPARE(dialog->pos(), middle + QPoint(28, 21));
+    dialog->hide();
+    dialog->move(3, 4);
+    dialog->show();
+    QCOMPARE(dialog->pos(), QPoint(3, 4));
 }
 
 void tst_DialogFrame::escape_pressed_rejects()

@@ -3,46 +3,161 @@
 
 #include "ui/LazyIcon.h"
 
+#include <QApplication>
+#include <QDataStream>
 #include <QFile>
 #include <QImage>
 #include <QPainter>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
+
+Q_DECLARE_METATYPE(QIcon::Mode)
+
+namespace {
+
+const QList<int> sizes{16, 22, 31, 32, 48, 64, 100, 128, 255, 256, 257, 300, 512};
+
+QIcon plainIcon()
+{
+    return QIcon(QStringLiteral(":/icon"));
+}
+
+QIcon lazyIcon()
+{
+    return LazyIcon(QStringLiteral(":/icon"));
+}
+
+/// \a icon painted into a square of \a side, on the screen that this process has.
+QImage painted(const QIcon &icon, int side, QIcon::Mode mode)
+{
+    QImage image(QSize(side, side) * qApp->devicePixelRatio(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(qApp->devicePixelRatio());
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    icon.paint(&painter, QRect(0, 0, side, side), Qt::AlignCenter, mode);
+    return image;
+}
+
+void compare(const QIcon &icon, int side, QIcon::Mode mode)
+{
+    const QPixmap expected = plainIcon().pixmap(QSize(side, side), mode);
+    const QPixmap actual = icon.pixmap(QSize(side, side), mode);
+    QCOMPARE(actual.devicePixelRatio(), expected.devicePixelRatio());
+    QCOMPARE(actual.toImage(), expected.toImage());
+    QCOMPARE(painted(icon, side, mode), painted(plainIcon(), side, mode));
+    QCOMPARE(icon.actualSize(QSize(side, side), mode),
+             plainIcon().actualSize(QSize(side, side), mode));
+}
+
+} // namespace
 
 class tst_LazyIcon : public QObject {
     Q_OBJECT
 
 private slots:
-    static void icon_ofTheResource_givesThePicturesOfItsFile();
-    static void icon_painted_looksLikeItsFile();
+    static void icon_anySize_isThePlainIcon_data();
+    static void icon_anySize_isThePlainIcon();
+    static void icon_onADenseScreen_isThePlainIcon_data();
+    static void icon_onADenseScreen_isThePlainIcon();
+    static void icon_everyMode_isThePlainIcon_data();
+    static void icon_everyMode_isThePlainIcon();
+    static void icon_notSquare_keepsItsShape();
+    static void icon_made_holdsOnePicture();
+    static void icon_copiedAndStreamed_keepsItsPicture();
     static void icon_fileMadeAfterwards_isReadOnFirstUse();
     static void icon_ofAMissingFile_isNull();
 };
 
-void tst_LazyIcon::icon_ofTheResource_givesThePicturesOfItsFile()
+void tst_LazyIcon::icon_anySize_isThePlainIcon_data()
 {
-    const QIcon icon = LazyIcon(QStringLiteral(":/icon"));
-    const QIcon expected(QStringLiteral(":/icon"));
-    QVERIFY(!icon.isNull());
-    QCOMPARE(icon.availableSizes(), QList<QSize>{QSize(256, 256)});
-    QCOMPARE(icon.actualSize(QSize(48, 48)), QSize(48, 48));
-    QCOMPARE(icon.pixmap(256, 256).toImage(), expected.pixmap(256, 256).toImage());
+    QTest::addColumn<int>("side");
+    for (const int side : sizes) {
+        QTest::addRow("%d", side) << side;
+    }
 }
 
-void tst_LazyIcon::icon_painted_looksLikeItsFile()
+void tst_LazyIcon::icon_anySize_isThePlainIcon()
 {
-    QImage actual(32, 32, QImage::Format_ARGB32_Premultiplied);
-    actual.fill(Qt::white);
-    QImage expected = actual;
-    const QImage blank = actual;
-    QPainter actualPainter(&actual);
-    LazyIcon(QStringLiteral(":/icon")).paint(&actualPainter, actual.rect());
-    actualPainter.end();
-    QPainter expectedPainter(&expected);
-    QIcon(QStringLiteral(":/icon")).paint(&expectedPainter, expected.rect());
-    expectedPainter.end();
-    QVERIFY(expected != blank);
-    QCOMPARE(actual, expected);
+    QFETCH(int, side);
+    compare(lazyIcon(), side, QIcon::Normal);
+    // Never scaled up, whatever the screen.
+    const QPixmap pixmap = lazyIcon().pixmap(QSize(side, side));
+    QCOMPARE(pixmap.width(), qMin(256, qRound(side * qApp->devicePixelRatio())));
+}
+
+void tst_LazyIcon::icon_onADenseScreen_isThePlainIcon_data()
+{
+    QTest::addColumn<QString>("ratio");
+    QTest::newRow("1.5") << "1.5";
+    QTest::newRow("2") << "2";
+    QTest::newRow("3") << "3";
+}
+
+/// The ratio is fixed when a program starts: this one runs again.
+void tst_LazyIcon::icon_onADenseScreen_isThePlainIcon()
+{
+    QFETCH(QString, ratio);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_SCALE_FACTOR"), ratio);
+    environment.insert(QStringLiteral("EXPECTED_RATIO"), ratio);
+    QProcess again;
+    again.setProcessEnvironment(environment);
+    again.setProcessChannelMode(QProcess::MergedChannels);
+    again.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("icon_anySize_isThePlainIcon")});
+    QVERIFY(again.waitForFinished());
+    QVERIFY2(again.exitCode() == 0, again.readAll().constData());
+}
+
+void tst_LazyIcon::icon_everyMode_isThePlainIcon_data()
+{
+    QTest::addColumn<QIcon::Mode>("mode");
+    QTest::newRow("normal") << QIcon::Normal;
+    QTest::newRow("disabled") << QIcon::Disabled;
+    QTest::newRow("active") << QIcon::Active;
+    QTest::newRow("selected") << QIcon::Selected;
+}
+
+void tst_LazyIcon::icon_everyMode_isThePlainIcon()
+{
+    QFETCH(QIcon::Mode, mode);
+    compare(lazyIcon(), 48, mode);
+}
+
+void tst_LazyIcon::icon_notSquare_keepsItsShape()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("wide.png"));
+    QImage wide(100, 30, QImage::Format_ARGB32);
+    wide.fill(Qt::red);
+    QVERIFY(wide.save(path));
+    for (const QSize &size : {QSize(50, 50), QSize(200, 20), QSize(80, 200), QSize(400, 400)}) {
+        QCOMPARE(LazyIcon(path).actualSize(size), QIcon(path).actualSize(size));
+        QCOMPARE(LazyIcon(path).pixmap(size).toImage(), QIcon(path).pixmap(size).toImage());
+    }
+}
+
+void tst_LazyIcon::icon_made_holdsOnePicture()
+{
+    QVERIFY(!lazyIcon().isNull());
+    QCOMPARE(lazyIcon().availableSizes(), QList<QSize>{QSize(256, 256)});
+}
+
+void tst_LazyIcon::icon_copiedAndStreamed_keepsItsPicture()
+{
+    QIcon copy = lazyIcon();
+    copy.detach();
+    compare(copy, 48, QIcon::Normal);
+
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out << lazyIcon();
+    QIcon read;
+    QDataStream in(bytes);
+    in >> read;
+    QCOMPARE(read.availableSizes(), QList<QSize>{QSize(256, 256)});
+    compare(read, 48, QIcon::Normal);
 }
 
 void tst_LazyIcon::icon_fileMadeAfterwards_isReadOnFirstUse()
@@ -60,5 +175,16 @@ void tst_LazyIcon::icon_ofAMissingFile_isNull()
     QVERIFY(LazyIcon(QStringLiteral(":/no such file")).isNull());
 }
 
-QTEST_MAIN(tst_LazyIcon)
+int main(int argc, char *argv[])
+{
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps); // as in a session
+    const QApplication app(argc, argv);
+    if (qEnvironmentVariableIsSet("EXPECTED_RATIO") &&
+        qApp->devicePixelRatio() != qEnvironmentVariable("EXPECTED_RATIO").toDouble()) {
+        return 99; // the environment did not take
+    }
+    tst_LazyIcon test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_lazyicon.moc"

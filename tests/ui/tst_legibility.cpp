@@ -3,6 +3,7 @@
 
 #include "EveryDialog.h"
 #include "FormTable.h"
+#include "ui/DialogStyle.h"
 
 #include <QApplication>
 #include <QImage>
@@ -14,6 +15,8 @@
 #include <QtTest>
 
 #include <cmath>
+
+Q_DECLARE_METATYPE(QStyle::State)
 
 namespace {
 
@@ -98,8 +101,8 @@ class tst_Legibility : public QObject {
 private slots:
     static void contrast_behindEveryText_isAtLeast7_data();
     static void contrast_behindEveryText_isAtLeast7();
-    static void contrast_withoutTheImage_isAtLeast7_data();
-    static void contrast_withoutTheImage_isAtLeast7();
+    static void contrast_ofAButton_isAtLeast7InEveryState_data();
+    static void contrast_ofAButton_isAtLeast7InEveryState();
     static void contrast_nativeStyleIsDark_isAtLeast7();
     static void text_painted_isBlack_data();
     static void text_painted_isBlack();
@@ -136,32 +139,47 @@ void tst_Legibility::contrast_behindEveryText_isAtLeast7()
     }
 }
 
-void tst_Legibility::contrast_withoutTheImage_isAtLeast7_data()
+void tst_Legibility::contrast_ofAButton_isAtLeast7InEveryState_data()
 {
-    addDialogsAndPalettes();
+    QTest::addColumn<bool>("isDefault");
+    QTest::addColumn<QStyle::State>("state");
+    for (const bool isDefault : {true, false}) {
+        const char *kind = isDefault ? "default" : "other";
+        QTest::addRow("%s", kind) << isDefault << QStyle::State();
+        QTest::addRow("%s, hovered", kind) << isDefault << QStyle::State(QStyle::State_MouseOver);
+        QTest::addRow("%s, pressed", kind) << isDefault << QStyle::State(QStyle::State_Sunken);
+    }
 }
 
-void tst_Legibility::contrast_withoutTheImage_isAtLeast7()
+void tst_Legibility::contrast_ofAButton_isAtLeast7InEveryState()
 {
-    QFETCH(QString, name);
-    QFETCH(QPalette, palette);
-    const AppPalette desktop(palette);
-    EveryDialog every;
-    const auto dialog = every.make(name);
-    QImage plain(1, 1, QImage::Format_ARGB32);
-    plain.fill(dialog->palette().color(QPalette::Window));
-    QVERIFY(contrastWithBlack(plain) >= 7);
+    QFETCH(bool, isDefault);
+    QFETCH(QStyle::State, state);
+    QStyleOptionButton option;
+    option.rect = QRect(0, 0, 80, 24);
+    option.state = state;
+    option.features.setFlag(QStyleOptionButton::DefaultButton, isDefault);
+    QImage image(option.rect.size(), QImage::Format_RGB32);
+    image.fill(Qt::black);
+    QPainter painter(&image);
+    CDialogStyle().drawControl(QStyle::CE_PushButtonBevel, &option, &painter);
+    painter.end();
+    QVERIFY(contrastWithBlack(image.copy(4, 4, 72, 16)) >= 7);
 }
 
 void tst_Legibility::contrast_nativeStyleIsDark_isAtLeast7()
 {
     const QString before = QApplication::style()->objectName();
     QApplication::setStyle(new DarkNativeStyle);
+    QPushButton native;
+    native.resize(80, 24);
+    const double ofTheNativeButton = contrastWithBlack(native.grab().toImage());
     const double onLightDesktop = buttonContrast();
     const AppPalette desktop(darkPalette());
     const double onDarkDesktop = buttonContrast();
     QApplication::setStyle(before);
-    QVERIFY(onLightDesktop < 7); // the native style is used there, and is as dark as meant
+    QVERIFY(ofTheNativeButton < 7); // the native style is as dark as meant
+    QVERIFY(onLightDesktop >= 7);
     QVERIFY(onDarkDesktop >= 7);
 }
 

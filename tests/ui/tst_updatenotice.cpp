@@ -39,6 +39,8 @@ private slots:
     static void exec_click_givesItsAnswer_data();
     static void exec_click_givesItsAnswer();
     static void exec_tabThenSpace_putsItOff();
+    static void click_answersAtOnce_data();
+    static void click_answersAtOnce();
 };
 
 void tst_UpdateNotice::widget_made_isAsTheFormSays_data()
@@ -196,6 +198,22 @@ void tst_UpdateNotice::exec_tabThenSpace_putsItOff()
     QTest::keyClick(dialog.focusWidget(), Qt::Key_Space);
     QVERIFY(!dialog.isVisible());
     QCOMPARE(dialog.result(), 0);
+}
+
+void tst_UpdateNotice::click_answersAtOnce_data()
+{
+    exec_click_givesItsAnswer_data();
+}
+
+void tst_UpdateNotice::click_answersAtOnce()
+{
+    QFETCH(QString, button);
+    CUpdateNotice dialog(false);
+    dialog.setResult(-1);
+    dialog.show();
+    dialog.findChild<QPushButton *>(button)->click();
+    QVERIFY(!dialog.isVisible()); // before any event
+    QTEST(dialog.result(), "answer");
 }
 
 QTEST_MAIN(tst_UpdateNotice)

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "FormTable.h"
 #include "tests/engine/EngineFixture.h"
 #include "ui/UpdateProgress.h"
 
@@ -20,14 +21,15 @@ private slots:
     void form_widgets_areAsDesigned_data();
     void form_widgets_areAsDesigned();
     void form_look_isAsDesigned();
+    void texts_translated_haveTheFormsContext();
     void construction_bars_areReset();
     void construction_worker_isStarted();
+    void cancel_pressedOrFailed_staysAsItWas();
     void metaObject_hasNoMembersOfItsOwn();
     void downloadStarted_total_showsTheShareBegun_data();
     void downloadStarted_total_showsTheShareBegun();
     void downloadStarted_desc_namesTheFile_data();
     void downloadStarted_desc_namesTheFile();
-    void downloadStarted_totalOfZero_changesNothing();
     void downloadProgress_bar_showsTheShareReceived_data();
     void downloadProgress_bar_showsTheShareReceived();
     void downloadFail_desc_showsTheText();
@@ -37,6 +39,10 @@ private:
     QProgressBar &bar(const char *name) const
     {
         return *m_dialog->findChild<QProgressBar *>(QLatin1String(name));
+    }
+    QPushButton &cancel() const
+    {
+        return *m_dialog->findChild<QPushButton *>(QStringLiteral("cancel"));
     }
     QString desc() const { return m_dialog->findChild<QLabel *>(QStringLiteral("desc"))->text(); }
 
@@ -105,10 +111,26 @@ void tst_UpdateProgress::form_look_isAsDesigned()
     QCOMPARE(m_dialog->windowTitle(), QString());
     QCOMPARE(m_dialog->findChild<QLabel *>(QStringLiteral("label"))->font().pointSize(), 15);
     for (const char *name : {"label", "desc"}) {
-        const auto *label = m_dialog->findChild<QLabel *>(QLatin1String(name));
-        QCOMPARE(label->textFormat(), Qt::PlainText);
+        ComparePlainLabel(*m_dialog->findChild<QLabel *>(QLatin1String(name)));
     }
-    QVERIFY(!m_dialog->findChild<QPushButton *>(QStringLiteral("cancel"))->isDefault());
+    QVERIFY(!cancel().isDefault());
+    QVERIFY(cancel().autoDefault());
+}
+
+void tst_UpdateProgress::texts_translated_haveTheFormsContext()
+{
+    const ContextTranslator translator;
+    cleanup();
+    init(); // the dialog anew
+    const QString form = QStringLiteral("[CUpdateProgress]");
+    const auto text = [this](const char *name) {
+        return m_dialog->findChild<QWidget *>(QLatin1String(name))->property("text").toString();
+    };
+    QCOMPARE(text("label"), form + "正在更新");
+    QCOMPARE(text("desc"), form + "正在下载更新文件");
+    QCOMPARE(text("cancel"), form + "取消");
+    m_dialog->downloadStarted(QFileInfo(QStringLiteral("/a/b")), 0, 1);
+    QCOMPARE(text("desc"), form + "正在下载更新文件b");
 }
 
 void tst_UpdateProgress::construction_bars_areReset()
@@ -119,13 +141,28 @@ void tst_UpdateProgress::construction_bars_areReset()
         QCOMPARE(bar(name).maximum(), 100);
         QCOMPARE(bar(name).alignment(), Qt::AlignJustify | Qt::AlignVCenter);
         QVERIFY(!bar(name).isTextVisible());
+        QVERIFY(!bar(name).invertedAppearance());
+        QCOMPARE(bar(name).orientation(), Qt::Horizontal);
     }
 }
 
 void tst_UpdateProgress::construction_worker_isStarted()
 {
     QVERIFY(m_worker->isRunning());
+    QCOMPARE(m_worker->priority(), QThread::InheritPriority);
     QVERIFY(!m_dialog->isVisible());
+}
+
+void tst_UpdateProgress::cancel_pressedOrFailed_staysAsItWas()
+{
+    m_dialog->show();
+    QVERIFY(cancel().isVisible() && cancel().isEnabled());
+    m_dialog->downloadStarted(QFileInfo(QStringLiteral("/a/b")), 0, 1);
+    m_dialog->downloadFail(QFileInfo(), QStringLiteral("text"));
+    QVERIFY(cancel().isVisible() && cancel().isEnabled());
+    cancel().click(); // nothing ends before an event is handled
+    QVERIFY(m_dialog->isVisible());
+    QVERIFY(cancel().isVisible() && cancel().isEnabled());
 }
 
 void tst_UpdateProgress::metaObject_hasNoMembersOfItsOwn()
@@ -179,15 +216,6 @@ void tst_UpdateProgress::downloadStarted_desc_namesTheFile()
     QFETCH(QString, path);
     m_dialog->downloadStarted(QFileInfo(path), 1, 2);
     QTEST(desc(), "text");
-}
-
-void tst_UpdateProgress::downloadStarted_totalOfZero_changesNothing()
-{
-    bar("progress").setValue(50);
-    m_dialog->downloadStarted(QFileInfo(QStringLiteral("/a/file")), 0, 0);
-    QCOMPARE(bar("total").value(), -1);
-    QCOMPARE(bar("progress").value(), 50);
-    QCOMPARE(desc(), QStringLiteral("正在下载更新文件"));
 }
 
 void tst_UpdateProgress::downloadProgress_bar_showsTheShareReceived_data()

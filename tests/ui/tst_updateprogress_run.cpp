@@ -27,6 +27,7 @@ private slots:
     void run_cancel_acceptsAndTheTransferStays();
     void run_escape_rejectsAndLeavesTheWorker();
     void run_failure_isShown();
+    void accept_threadFinished_isCalledOnTheMainThread();
 
 private:
     /// Runs the dialog over a worker for \a records; what it returned.
@@ -220,6 +221,28 @@ void tst_UpdateProgressRun::run_failure_isShown()
              static_cast<int>(QDialog::Accepted));
     QCOMPARE(shown, QStringLiteral("下载更新文件file网络错误"));
     QVERIFY(visible);
+}
+
+void tst_UpdateProgressRun::accept_threadFinished_isCalledOnTheMainThread()
+{
+    struct Watched : CUpdateProgress {
+        using CUpdateProgress::CUpdateProgress;
+        void accept() override
+        {
+            caller = QThread::currentThread();
+            CUpdateProgress::accept();
+        }
+        std::atomic<QThread *> caller{nullptr};
+    };
+    const ScriptedServer server(
+        [](ScriptedConnection &connection, const QByteArray &) { connection.hang(); });
+    CDownloadThread worker(server.url(QStringLiteral("/")), m_folders->staging, m_folders->install,
+                           {RecordOf(QStringLiteral("file"), "content")});
+    Watched dialog(worker);
+    worker.quit();
+    QVERIFY(worker.wait(5000));
+    QVERIFY(!dialog.caller); // it comes as an event
+    QTRY_COMPARE(dialog.caller.load(), QThread::currentThread());
 }
 
 QTEST_MAIN(tst_UpdateProgressRun)

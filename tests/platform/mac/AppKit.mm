@@ -5,40 +5,42 @@
 
 #include "StandIn.h"
 
-static NSWindowStyleMask styleMask = 0x1f;
 static NSWindowButton shownButton;
 
 @implementation NSButton
 - (void)setHidden:(BOOL)hidden
 {
-    recordCall("button " + std::to_string(shownButton) + " setHidden:" + std::to_string(hidden));
+    RecordCall("button " + std::to_string(shownButton) + " setHidden:" + std::to_string(hidden));
 }
 @end
 
 @implementation NSWindow
 - (NSWindowStyleMask)styleMask
 {
-    return styleMask;
+    return std::stoul(Scenario("STYLE_MASK", "31")); // titled, with all its buttons
 }
 
 - (void)setStyleMask:(NSWindowStyleMask)mask
 {
-    recordCall("setStyleMask:" + std::to_string(mask));
+    RecordCall("setStyleMask:" + std::to_string(mask));
 }
 
 - (void)setTitleVisibility:(NSWindowTitleVisibility)visibility
 {
-    recordCall("setTitleVisibility:" + std::to_string(visibility));
+    RecordCall("setTitleVisibility:" + std::to_string(visibility));
 }
 
 - (void)setTitlebarAppearsTransparent:(BOOL)transparent
 {
-    recordCall("setTitlebarAppearsTransparent:" + std::to_string(transparent));
+    RecordCall("setTitlebarAppearsTransparent:" + std::to_string(transparent));
 }
 
 - (NSButton *)standardWindowButton:(NSWindowButton)button
 {
-    recordCall("standardWindowButton:" + std::to_string(button));
+    RecordCall("standardWindowButton:" + std::to_string(button));
+    if (Scenario("TITLE_BAR") == "none") {
+        return nil;
+    }
     shownButton = button;
     return [[NSButton new] autorelease];
 }
@@ -47,7 +49,7 @@ static NSWindowButton shownButton;
 @implementation NSView
 - (NSWindow *)window
 {
-    recordCall("window");
+    RecordCall("window");
     return [[NSWindow new] autorelease];
 }
 @end

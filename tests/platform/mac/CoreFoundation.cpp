@@ -10,7 +10,7 @@
 namespace {
 
 template <typename Reference>
-Reference as(StandInObject *object)
+Reference As(StandInObject *object)
 {
     return reinterpret_cast<Reference>(object);
 }
@@ -21,24 +21,24 @@ const CFAllocatorRef kCFAllocatorDefault = nullptr;
 
 CFStringRef CFSTR(const char *text)
 {
-    return as<CFStringRef>(new StandInObject{StringType, text, text, false}); // lives for ever
+    return As<CFStringRef>(new StandInObject{StringType, text, text, false}); // lives for ever
 }
 
 CFBundleRef CFBundleGetMainBundle()
 {
     static StandInObject bundle{OtherType, "main bundle", {}, false};
-    return as<CFBundleRef>(&bundle);
+    return As<CFBundleRef>(&bundle);
 }
 
 CFURLRef CFBundleCopyExecutableURL(CFBundleRef bundle)
 {
-    recordCall("CFBundleCopyExecutableURL(" + nameOf(bundle) + ")");
-    return scenario("EXECUTABLE_URL") == "none" ? nullptr : as<CFURLRef>(makeStandIn("URL"));
+    RecordCall("CFBundleCopyExecutableURL(" + NameOf(bundle) + ")");
+    return Scenario("EXECUTABLE_URL") == "none" ? nullptr : As<CFURLRef>(MakeStandIn("URL"));
 }
 
 CFIndex CFDataGetLength(CFDataRef data)
 {
-    return static_cast<CFIndex>(standIn(data)->content.size());
+    return static_cast<CFIndex>(ObjectOf(data)->content.size());
 }
 
 CFTypeID CFDataGetTypeID()
@@ -48,13 +48,13 @@ CFTypeID CFDataGetTypeID()
 
 void CFDataGetBytes(CFDataRef data, CFRange range, UInt8 *buffer)
 {
-    const std::string &content = standIn(data)->content;
+    const std::string &content = ObjectOf(data)->content;
     std::memcpy(buffer, content.data() + range.location, static_cast<std::size_t>(range.length));
 }
 
 CFTypeID CFGetTypeID(CFTypeRef object)
 {
-    return standIn(object)->type;
+    return ObjectOf(object)->type;
 }
 
 CFRange CFRangeMake(CFIndex location, CFIndex length)
@@ -64,16 +64,16 @@ CFRange CFRangeMake(CFIndex location, CFIndex length)
 
 void CFRelease(CFTypeRef object)
 {
-    recordCall("CFRelease(" + nameOf(object) + ")");
-    releaseStandIn(standIn(object));
+    RecordCall("CFRelease(" + NameOf(object) + ")");
+    ReleaseStandIn(ObjectOf(object));
 }
 
 Boolean CFStringGetCString(CFStringRef string, char *buffer, CFIndex size,
                            CFStringEncoding encoding)
 {
-    recordCall("CFStringGetCString(" + nameOf(string) + ", " + std::to_string(size) + ", " +
+    RecordCall("CFStringGetCString(" + NameOf(string) + ", " + std::to_string(size) + ", " +
                (encoding == kCFStringEncodingUTF8 ? "UTF-8" : "another encoding") + ")");
-    const std::string &content = standIn(string)->content;
+    const std::string &content = ObjectOf(string)->content;
     const bool fits = static_cast<CFIndex>(content.size()) < size;
     // Of a text that does not fit, the buffer holds a part, without an end.
     const std::size_t copied = fits ? content.size() + 1 : static_cast<std::size_t>(size);

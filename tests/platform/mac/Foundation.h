@@ -3,5 +3,7 @@
 
 #pragma once
 
-/// Makes the main bundle read the property list in the folder above the executable's, once.
-void installFoundationStandIns();
+/// Makes the main bundle read the property list in the folder above the executable's, once, and
+/// numbers in texts end where an int does. The variable TRIES makes the data directory hard to
+/// find.
+void InstallFoundationStandIns();

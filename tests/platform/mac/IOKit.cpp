@@ -9,24 +9,24 @@ namespace {
 
 constexpr io_service_t theService = 42;
 
-StandInObject *serviceReference()
+StandInObject *ServiceReference()
 {
     static StandInObject *service = nullptr;
-    return service = service && service->references > 0 ? service : makeStandIn("service");
+    return service = service && service->references > 0 ? service : MakeStandIn("service");
 }
 
 // PROPERTY is "text:..." or "data:..." or "other" or "none".
-CFTypeRef makeProperty()
+CFTypeRef MakeProperty()
 {
-    const std::string set = scenario("PROPERTY", "none");
+    const std::string set = Scenario("PROPERTY", "none");
     const std::string content = set.size() > 5 ? set.substr(5) : std::string();
     if (set.rfind("text:", 0) == 0) {
-        return makeStandIn("text property", StringType, content);
+        return MakeStandIn("text property", StringType, content);
     }
     if (set.rfind("data:", 0) == 0) {
-        return makeStandIn("data property", DataType, content);
+        return MakeStandIn("data property", DataType, content);
     }
-    return set == "other" ? makeStandIn("other property") : nullptr;
+    return set == "other" ? MakeStandIn("other property") : nullptr;
 }
 
 } // namespace
@@ -35,33 +35,33 @@ const mach_port_t kIOMasterPortDefault = 0;
 
 CFMutableDictionaryRef IOServiceMatching(const char *name)
 {
-    return reinterpret_cast<CFMutableDictionaryRef>(makeStandIn(std::string("matching ") + name));
+    return reinterpret_cast<CFMutableDictionaryRef>(MakeStandIn(std::string("matching ") + name));
 }
 
 io_service_t IOServiceGetMatchingService(mach_port_t port, CFDictionaryRef matching)
 {
-    recordCall("IOServiceGetMatchingService(" + std::to_string(port) + ", " + nameOf(matching) +
+    RecordCall("IOServiceGetMatchingService(" + std::to_string(port) + ", " + NameOf(matching) +
                ")");
-    releaseStandIn(standIn(matching)); // consumed
-    if (scenario("SERVICE") == "none") {
+    ReleaseStandIn(ObjectOf(matching)); // consumed
+    if (Scenario("SERVICE") == "none") {
         return 0;
     }
-    (void)serviceReference();
+    (void)ServiceReference();
     return theService;
 }
 
 CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef key,
                                           CFAllocatorRef allocator, IOOptionBits options)
 {
-    recordCall("IORegistryEntryCreateCFProperty(" + std::to_string(entry) + ", " +
-               standIn(key)->content + ", " + (allocator ? "allocator" : "default allocator") +
+    RecordCall("IORegistryEntryCreateCFProperty(" + std::to_string(entry) + ", " +
+               ObjectOf(key)->content + ", " + (allocator ? "allocator" : "default allocator") +
                ", " + std::to_string(options) + ")");
-    return makeProperty();
+    return MakeProperty();
 }
 
 kern_return_t IOObjectRelease(io_object_t object)
 {
-    recordCall("IOObjectRelease(" + std::to_string(object) + ")");
-    releaseStandIn(serviceReference());
+    RecordCall("IOObjectRelease(" + std::to_string(object) + ")");
+    ReleaseStandIn(ServiceReference());
     return 0;
 }

@@ -10,19 +10,19 @@ namespace {
 // Without a scenario the requirement is one that the code does not meet.
 constexpr const char *requirementFailed = "-67050";
 
-OSStatus answer(const char *variable, const char *otherwise = "0")
+OSStatus Answer(const char *variable, const char *otherwise = "0")
 {
-    return std::stoi(scenario(variable, otherwise));
+    return std::stoi(Scenario(variable, otherwise));
 }
 
 } // namespace
 
 OSStatus SecStaticCodeCreateWithPath(CFURLRef path, SecCSFlags flags, SecStaticCodeRef *code)
 {
-    recordCall("SecStaticCodeCreateWithPath(" + nameOf(path) + ", " + std::to_string(flags) + ")");
-    const OSStatus status = answer("STATIC_CODE_STATUS");
+    RecordCall("SecStaticCodeCreateWithPath(" + NameOf(path) + ", " + std::to_string(flags) + ")");
+    const OSStatus status = Answer("STATIC_CODE_STATUS");
     if (status == errSecSuccess) {
-        *code = reinterpret_cast<SecStaticCodeRef>(makeStandIn("static code"));
+        *code = reinterpret_cast<SecStaticCodeRef>(MakeStandIn("static code"));
     }
     return status;
 }
@@ -30,11 +30,11 @@ OSStatus SecStaticCodeCreateWithPath(CFURLRef path, SecCSFlags flags, SecStaticC
 OSStatus SecRequirementCreateWithString(CFStringRef text, SecCSFlags flags,
                                         SecRequirementRef *requirement)
 {
-    recordCall("SecRequirementCreateWithString(" + standIn(text)->content + ", " +
+    RecordCall("SecRequirementCreateWithString(" + ObjectOf(text)->content + ", " +
                std::to_string(flags) + ")");
-    const OSStatus status = answer("REQUIREMENT_STATUS");
+    const OSStatus status = Answer("REQUIREMENT_STATUS");
     if (status == errSecSuccess) {
-        *requirement = reinterpret_cast<SecRequirementRef>(makeStandIn("requirement"));
+        *requirement = reinterpret_cast<SecRequirementRef>(MakeStandIn("requirement"));
     }
     return status;
 }
@@ -42,8 +42,8 @@ OSStatus SecRequirementCreateWithString(CFStringRef text, SecCSFlags flags,
 OSStatus SecStaticCodeCheckValidityWithErrors(SecStaticCodeRef code, SecCSFlags flags,
                                               SecRequirementRef requirement, CFErrorRef *errors)
 {
-    recordCall("SecStaticCodeCheckValidityWithErrors(" + nameOf(code) + ", " +
-               std::to_string(flags) + ", " + nameOf(requirement) + ", " +
+    RecordCall("SecStaticCodeCheckValidityWithErrors(" + NameOf(code) + ", " +
+               std::to_string(flags) + ", " + NameOf(requirement) + ", " +
                (errors ? "errors" : "null") + ")");
-    return answer("VALIDITY_STATUS", requirementFailed);
+    return Answer("VALIDITY_STATUS", requirementFailed);
 }

@@ -8,13 +8,13 @@
 
 static int liveCount = 0;
 
-StandInObject *makeStandIn(const std::string &name, CFTypeID type, const std::string &content)
+StandInObject *MakeStandIn(const std::string &name, CFTypeID type, const std::string &content)
 {
     ++liveCount;
     return new StandInObject{type, name, content}; // never freed, so that a second release shows
 }
 
-void releaseStandIn(StandInObject *object)
+void ReleaseStandIn(StandInObject *object)
 {
     if (!object->counted || object->references == 0) {
         (void)std::fprintf(stderr, "%s is not the caller's to release\n", object->name.c_str());
@@ -24,23 +24,23 @@ void releaseStandIn(StandInObject *object)
     --liveCount;
 }
 
-int liveStandIns()
+int LiveStandIns()
 {
     return liveCount;
 }
 
-void recordCall(const std::string &call)
+void RecordCall(const std::string &call)
 {
     (void)std::fprintf(stderr, "%s\n", call.c_str());
 }
 
-std::string scenario(const char *variable, const std::string &otherwise)
+std::string Scenario(const char *variable, const std::string &otherwise)
 {
     const char *value = std::getenv(variable);
     return value ? value : otherwise;
 }
 
-StandInObject *standIn(const void *reference)
+StandInObject *ObjectOf(const void *reference)
 {
     if (!reference) {
         (void)std::fprintf(stderr, "a null reference is used\n");
@@ -49,7 +49,7 @@ StandInObject *standIn(const void *reference)
     return static_cast<StandInObject *>(const_cast<void *>(reference));
 }
 
-std::string nameOf(const void *reference)
+std::string NameOf(const void *reference)
 {
-    return reference ? standIn(reference)->name : "null";
+    return reference ? ObjectOf(reference)->name : "null";
 }

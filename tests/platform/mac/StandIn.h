@@ -24,23 +24,23 @@ struct StandInObject {
 enum StandInType : CFTypeID { OtherType = 1, DataType, StringType };
 
 /// Makes an object that the caller has to release, or to hand on.
-StandInObject *makeStandIn(const std::string &name, CFTypeID type = OtherType,
+StandInObject *MakeStandIn(const std::string &name, CFTypeID type = OtherType,
                            const std::string &content = {});
 
 /// Gives up one reference. Ends the program when there is none left.
-void releaseStandIn(StandInObject *object);
+void ReleaseStandIn(StandInObject *object);
 
 /// Returns how many references are not given up yet.
-int liveStandIns();
+int LiveStandIns();
 
 /// Writes a line for a call of a framework.
-void recordCall(const std::string &call);
+void RecordCall(const std::string &call);
 
 /// Returns what the scenario sets under the name \a variable, or \a otherwise.
-std::string scenario(const char *variable, const std::string &otherwise = {});
+std::string Scenario(const char *variable, const std::string &otherwise = {});
 
 /// Returns the object behind a reference of any framework.
-StandInObject *standIn(const void *reference);
+StandInObject *ObjectOf(const void *reference);
 
 /// Returns the name of the object behind \a reference, or "null".
-std::string nameOf(const void *reference);
+std::string NameOf(const void *reference);

@@ -23,7 +23,7 @@ extern "C" const char *__tsan_default_options()
     return "detect_deadlocks=0";
 }
 
-std::uintptr_t driverView()
+std::uintptr_t DriverView()
 {
     static NSView *view = [NSView new];
     return reinterpret_cast<std::uintptr_t>(view);
@@ -32,9 +32,9 @@ std::uintptr_t driverView()
 int main(int argc, char *argv[])
 {
     @autoreleasepool {
-        installFoundationStandIns();
-        const int exitCode = runDriverCommands(argc, argv);
-        (void)std::fprintf(stderr, "live objects: %d\n", liveStandIns());
+        InstallFoundationStandIns();
+        const int exitCode = RunDriverCommands(argc, argv);
+        (void)std::fprintf(stderr, "live objects: %d\n", LiveStandIns());
         return exitCode;
     }
 }

@@ -45,6 +45,10 @@ __attribute__((objc_root_class))
 - (NSString *)substringToIndex:(NSUInteger)index;
 @end
 
+@interface NSMutableString : NSString
+- (void)insertString:(NSString *)text atIndex:(NSUInteger)index;
+@end
+
 @interface NSBundle : NSObject
 @property(class, readonly) NSBundle *mainBundle;
 @property(readonly) NSString *bundleIdentifier;

@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "release/ManifestTree.h"
+
+/// Follows the links of a release the way a file system does: name by name, through other links,
+/// and with ".." as the folder above of where it has come to.
+class LinkWalk {
+public:
+    explicit LinkWalk(const ManifestTree &tree);
+
+    /// Returns which link leaves the release or leads nowhere, or empty text.
+    QString reason();
+
+private:
+    /// Where a link leads to.
+    struct End {
+        int links = 0; // that are gone through on the way, with the first one; 0: not walked yet
+        bool isFolder = false;
+        std::string path; // empty: the release itself
+    };
+
+    QString follow(std::size_t link, int depth);
+    QString step(Bytes name, int depth, End &here);
+    QString enterLink(std::size_t link, int depth, End &here);
+    std::size_t linkOf(const ManifestTree::Entry &entry) const;
+
+    const ManifestTree &m_tree;
+    std::vector<End> m_ends; // of the links in the tree's order
+};
