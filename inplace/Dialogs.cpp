@@ -7,30 +7,17 @@
 #include "ui/UpdateError.h"
 #include "ui/UpdateNotice.h"
 
-namespace {
-
-bool IsAccepted(QDialog &dialog, StopSignals &stop)
-{
-    if (StopSignals::isWanted()) {
-        return false;
-    }
-    QObject::connect(&stop, &StopSignals::wanted, &dialog, &QDialog::reject);
-    return dialog.exec() == QDialog::Accepted;
-}
-
-} // namespace
-
-bool AskForUpdate(const Candidate &candidate, bool forced, StopSignals &stop)
+bool AskForUpdate(const Candidate &candidate, bool forced)
 {
     CUpdateNotice notice(forced);
     notice.setUpdateVersion(Printable(candidate.versionString));
-    return IsAccepted(notice, stop);
+    return notice.exec() == QDialog::Accepted;
 }
 
-bool ShowFailure(const Outcome &outcome, const QString &page, StopSignals &stop)
+bool ShowFailure(const Outcome &outcome, const QString &page)
 {
     CUpdateError dialog;
     dialog.setError(QObject::tr("更新失败"), Printable(outcome.message), InfoOf(outcome.end).retry);
     dialog.setUrl(page); // after setError(): the page helps also where another try does not
-    return IsAccepted(dialog, stop);
+    return dialog.exec() == QDialog::Accepted;
 }

@@ -3,89 +3,65 @@
 
 #include "inplace/FetchStep.h"
 
-#include "app/FileNames.h"
-#include "inplace/WatchedManager.h"
-#include "release/Formats.h"
+#include "release/PublishedRelease.h"
 
 #include <QObject>
-#include <QUrl>
 
-#include <functional>
+#include <utility>
 
 namespace {
 
-constexpr qint32 DescriptionSeconds = 15;
-constexpr qint32 ManifestSeconds = 60;
-constexpr qint64 DescriptionBytes = qint64{1} << 20;
+using Kind = ReleaseFault::Kind;
 
-/// Reads a published file of at most so many bytes.
-using Reader =
-    std::function<QString(const QString &name, qint32 seconds, qint64 limit, QByteArray &body)>;
-
-QString Fetch(const QString &url, qint32 seconds, qint64 limit, QByteArray &body)
+/// Puts what is wrong with a published release into the user's words.
+Problem ProblemOf(const ReleaseFault &fault, const QString &base)
 {
-    WatchedManager manager(limit);
-    QString error;
-    // A body that the network layer unpacks may be far longer than what came.
-    const QMap<QByteArray, QByteArray> request{{"Accept-Encoding", "identity"}};
-    if (GetFileByUrl(manager, QUrl(url), body, error, seconds, request, "GET", {}, nullptr)) {
-        error = manager.problem();
+    const QString reason = QStringLiteral("%1/%2: %3").arg(base, fault.subject, fault.detail);
+    switch (fault.kind) {
+    case Kind::Missing:
+    case Kind::Network:
+        return {End::Network, QObject::tr("下载升级信息失败:%1").arg(reason)};
+    case Kind::Description:
+    case Kind::Mismatch:
+        return {End::Description, QObject::tr("升级描述文件内容不合法:%1").arg(reason)};
+    case Kind::Manifest:
+        return {End::Manifest, QObject::tr("升级清单内容不合法:%1").arg(reason)};
+    case Kind::Signature:
+        return {End::Signature, QObject::tr("升级清单的签名不对:%1").arg(reason)};
+    case Kind::None:
+        break;
     }
-    return error.isEmpty() ? error : QStringLiteral("%1(%2)").arg(error, url);
+    return {};
 }
 
-Problem Read(const Reader &reader, const UpdateOptions &options, Candidate &candidate)
+/// The page for the user's browser: signed, where signatures are demanded.
+QString PageOf(const PublishedRelease &release)
 {
-    QString error = reader(UPDATE_DESCRIBE_FILENAME, DescriptionSeconds, DescriptionBytes,
-                           candidate.description);
-    if (!error.isEmpty()) {
-        return {End::Network, QObject::tr("下载升级描述文件失败:%1").arg(error)};
+    const bool isTold = !release.manifest.page.isEmpty() || release.isSigned;
+    const QString page = isTold ? release.manifest.page : release.description.downloadUrl;
+    return DownloadUrlReason(page).isEmpty() ? page : QString();
+}
+
+Problem Read(ReleaseSource &source, const QString &base, const UpdateOptions &options,
+             Candidate &candidate)
+{
+    PublishedRelease release;
+    const Problem problem = ProblemOf(ReadPublishedRelease(source, options.keys, release), base);
+    if (problem) {
+        return problem;
     }
-    PublishedDescription description;
-    (void)DescriptionProblems(candidate.description, description);
-    if (!FolderReason(description.folder).isEmpty()) {
-        return {
-            End::Description,
-            QObject::tr("升级描述文件内容不合法:%1").arg(QString::fromUtf8(candidate.description))};
-    }
+    const ReleaseManifest &manifest = release.manifest;
+    const PublishedDescription &description = release.description;
+    candidate.description = DescriptionContent(description);
     candidate.folder = description.folder;
-    const QString folder = description.folder + QLatin1Char('/');
-    error =
-        reader(folder + LOCAL_MD5_FILENAME, ManifestSeconds, TooLargeManifest, candidate.content);
-    if (!error.isEmpty()) {
-        return {End::Network, QObject::tr("下载升级清单失败:%1").arg(error)};
-    }
-    if (!options.keys.isEmpty()) {
-        error = reader(folder + SIGNATURE_FILENAME, DescriptionSeconds, TooLargeSignature,
-                       candidate.signature);
-        if (!error.isEmpty()) {
-            return {End::Signature, QObject::tr("下载升级清单的签名失败:%1").arg(error)};
-        }
-        error = SignatureReason(candidate.content, candidate.signature, options.keys);
-        if (!error.isEmpty()) {
-            return {End::Signature, QObject::tr("升级清单的签名不对:%1").arg(error)};
-        }
-    }
-    error = ReadManifest(candidate.content, candidate.manifest);
-    if (!error.isEmpty()) {
-        return {End::Manifest, QObject::tr("升级清单内容不合法:%1").arg(error)};
-    }
-    const ReleaseManifest &manifest = candidate.manifest;
-    if (manifest.isComplete &&
-        (manifest.folder != description.folder || manifest.version != description.version)) {
-        return {End::Description, QObject::tr("升级描述文件与升级清单不一致")};
-    }
-    if (!manifest.isComplete && !options.keys.isEmpty()) {
-        return {End::Signature, QObject::tr("升级清单没有版本信息")};
-    }
+    candidate.content = release.manifestContent;
+    candidate.signature = release.signature;
     candidate.version = manifest.isComplete ? manifest.version : description.version;
     candidate.versionString =
         manifest.isComplete ? manifest.versionString : description.versionString;
     candidate.minVersion = manifest.isComplete ? manifest.minVersion : description.minVersion;
-    candidate.page = manifest.isComplete ? manifest.page : description.downloadUrl;
-    if (!DownloadUrlReason(candidate.page).isEmpty()) {
-        candidate.page.clear();
-    }
+    candidate.page = PageOf(release);
+    candidate.manifest = std::move(release.manifest);
     return {};
 }
 
@@ -93,34 +69,28 @@ Problem Read(const Reader &reader, const UpdateOptions &options, Candidate &cand
 
 Problem FetchCandidate(const UpdateOptions &options, Candidate &candidate)
 {
-    const Reader reader = [&options](const QString &name, qint32 seconds, qint64 limit,
-                                     QByteArray &body) {
-        return Fetch(options.baseUrl + QLatin1Char('/') + name, seconds, limit, body);
-    };
-    return Read(reader, options, candidate);
+    WebSource source(options.baseUrl);
+    return Read(source, options.baseUrl, options, candidate);
 }
 
 Problem ReadCandidate(const QString &folder, const UpdateOptions &options, Candidate &candidate)
 {
-    const Reader reader = [&folder](const QString &name, qint32, qint64 limit, QByteArray &body) {
-        body = ReadSmall(folder + QLatin1Char('/') + name, limit);
-        return body.isEmpty() ? QStringLiteral("it is missing") : QString();
-    };
-    Problem problem = Read(reader, options, candidate);
-    if (problem.end == End::Network) {
-        problem = {End::NothingReady, QObject::tr("没有已下载的更新")};
-    }
-    return problem;
+    FolderSource source(folder);
+    const Problem problem = Read(source, folder, options, candidate);
+    return problem.end == End::Network ? Problem{End::NothingReady, QObject::tr("没有已下载的更新")}
+                                       : problem;
 }
 
 Problem CandidateProblem(const Candidate &candidate, const UpdateOptions &options,
                          const InstalledRelease &installed)
 {
-    const QString wanted = WantedApplication(options.application, installed);
+    const QStringList wanted = WantedApplications(options.application, installed);
     const QString &told = candidate.manifest.application;
     const bool isDemanded = !options.keys.isEmpty() || !options.application.isEmpty();
-    if (!wanted.isEmpty() && told != wanted && (isDemanded || !told.isEmpty())) {
-        return {End::Application, QObject::tr("升级包属于其他应用(%1，应为%2)").arg(told, wanted)};
+    if (!wanted.isEmpty() && !wanted.contains(told) && (isDemanded || !told.isEmpty())) {
+        return {
+            End::Application,
+            QObject::tr("升级包属于其他应用(%1，应为%2)").arg(told, wanted.join(QLatin1Char(' ')))};
     }
     for (const ManifestFile &file : candidate.manifest.files) {
         if (file.size >= static_cast<quint64>(TooLargeSize)) {

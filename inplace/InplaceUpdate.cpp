@@ -61,7 +61,7 @@ Outcome UpdateInPlace(const UpdateOptions &options, StopSignals &stop)
     for (;;) { // the user decides on every retry
         Outcome outcome = TryOnce(options, stop, conversation);
         if (IsAnswer(outcome) || !options.hasWindows() ||
-            !ShowFailure(outcome, conversation.page, stop)) {
+            !ShowFailure(outcome, conversation.page)) {
             return outcome;
         }
     }

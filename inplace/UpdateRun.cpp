@@ -108,8 +108,7 @@ Outcome UpdateRun::update()
         return check();
     }
     if (m_options.ask && !m_conversation.isAgreed) {
-        m_conversation.isAgreed =
-            AskForUpdate(m_candidate, IsForced(m_candidate, m_installed), m_stop);
+        m_conversation.isAgreed = AskForUpdate(m_candidate, IsForced(m_candidate, m_installed));
         if (!m_conversation.isAgreed) {
             problem = Stopped();
             return outcome(problem ? problem

@@ -46,6 +46,8 @@ int main(int argc, char *argv[])
     const auto application = MakeApplication(argc, argv, command.options);
     const HostStart host(command.options.install, command.options.startProgram);
     QNetworkProxyFactory::setUseSystemConfiguration(true);
+    // Ends the event loop that is waited in, and every one that would be waited in after it.
+    QObject::connect(&stop, &StopSignals::wanted, [] { QCoreApplication::exit(); });
     stop.watch();
     const Outcome outcome = UpdateInPlace(command.options, stop);
     host.start();
