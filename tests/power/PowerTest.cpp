@@ -153,8 +153,8 @@ int ChosenImages(int otherwise)
 void EnterPowerTest(QString &reason)
 {
     const bool isRoot = ::geteuid() == 0;
-    if (!isRoot || !EnterOwnNamespaces(OwnMounts)) {
-        reason = QStringLiteral("no root, or no mounts of its own");
+    if (!isRoot || !EnterOwnNamespaces(OwnMounts | OwnNetwork | OwnIpc)) {
+        reason = QStringLiteral("no root, or no namespaces of its own");
     } else if (!QDir().mkpath(MemoryFolder()) ||
                ::mount("none", QFile::encodeName(MemoryFolder()).constData(), "tmpfs", 0,
                        "mode=0700") != 0) {
