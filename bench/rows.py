@@ -243,6 +243,25 @@ def publish(here):
         [tool, copy], here.env, 5, prepare=shell(f"rm -rf '{out}' && mkdir '{out}' && sync")))
 
 
+@row("durability", "inplace_update, all of 5,000 files of 8 KiB change, on the disk at the end",
+     "the same with every wait for the disk taken out", 1.5)
+def durability(here):
+    stage.make_files("small", 5000, 8192)
+    stage.make_files("small-before", 5000, 8192)
+    subprocess.run(["rm", "-rf", stage.WWW / "durability"], check=True)
+    subprocess.run([BUILD / "publish/publish_update", "--version", "3.1.0", "--min-version", "2.0.0",
+                    "--download-url", "https://www.example.com/", DATA / "small",
+                    stage.WWW / "durability"], check=True, stdout=subprocess.DEVNULL)
+    around = STAGE / "durability"
+    update = [BUILD / "inplace/inplace_update", "--base-url", f"{here.base}durability",
+              "--install", around / "installed", "--staging", around / "staging", "--console"]
+    lay = shell(f"rm -rf '{around}' && mkdir '{around}' && "
+                f"cp -r '{DATA}/small-before' '{around}/installed' && sync")
+    return report.times(*measure.process_times(
+        [quoted(*update), quoted("env", f"LD_PRELOAD={BENCH / 'libno_sync.so'}", *update)],
+        here.env, 9, prepare=lay))
+
+
 @row("growth", "time a record", None, 1.5)
 def growth(here):
     stage.make_manifests()
