@@ -55,15 +55,17 @@ bool IsForced(const Candidate &candidate, const InstalledRelease &installed)
     return number && *number <= candidate.minVersion;
 }
 
-QString WantedApplication(const QString &asked, const InstalledRelease &installed)
+QStringList WantedApplications(const QString &asked, const InstalledRelease &installed)
 {
     if (!asked.isEmpty()) {
-        return asked;
+        return {asked};
     }
-    if (!installed.identifier.isEmpty()) {
-        return installed.identifier;
+    QStringList wanted{installed.identifier};
+    if (installed.hasManifest) {
+        wanted.append(installed.manifest.application);
     }
-    return installed.hasManifest ? installed.manifest.application : QString();
+    wanted.removeAll(QString());
+    return wanted;
 }
 
 QByteArray ManifestDigest(const QByteArray &content)

@@ -47,8 +47,10 @@ Decision Decide(const Candidate &candidate, const InstalledRelease &installed,
 /// minimum. One whose version nobody knows may.
 bool IsForced(const Candidate &candidate, const InstalledRelease &installed);
 
-/// Returns the identifier that the release must have; empty when nobody knows.
-QString WantedApplication(const QString &asked, const InstalledRelease &installed);
+/// Returns the identifiers that the release may have: the one that was asked for, or what the
+/// installation's property list and its installed manifest tell, either of which may be damaged.
+/// Empty when nobody knows.
+QStringList WantedApplications(const QString &asked, const InstalledRelease &installed);
 
 /// Returns the digest that a manifest is known by.
 QByteArray ManifestDigest(const QByteArray &content);

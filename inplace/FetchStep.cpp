@@ -84,11 +84,13 @@ Problem ReadCandidate(const QString &folder, const UpdateOptions &options, Candi
 Problem CandidateProblem(const Candidate &candidate, const UpdateOptions &options,
                          const InstalledRelease &installed)
 {
-    const QString wanted = WantedApplication(options.application, installed);
+    const QStringList wanted = WantedApplications(options.application, installed);
     const QString &told = candidate.manifest.application;
     const bool isDemanded = !options.keys.isEmpty() || !options.application.isEmpty();
-    if (!wanted.isEmpty() && told != wanted && (isDemanded || !told.isEmpty())) {
-        return {End::Application, QObject::tr("升级包属于其他应用(%1，应为%2)").arg(told, wanted)};
+    if (!wanted.isEmpty() && !wanted.contains(told) && (isDemanded || !told.isEmpty())) {
+        return {
+            End::Application,
+            QObject::tr("升级包属于其他应用(%1，应为%2)").arg(told, wanted.join(QLatin1Char(' ')))};
     }
     for (const ManifestFile &file : candidate.manifest.files) {
         if (file.size >= static_cast<quint64>(TooLargeSize)) {

@@ -35,7 +35,7 @@ add_custom_target(updater_fuzz ALL
     USES_TERMINAL # alone, because it builds with as many jobs of its own
     VERBATIM)
 
-foreach(subject manifest description versionnumber infoplist releasepaths)
+foreach(subject manifest description versionnumber infoplist releasepaths releasemanifest)
     add_test(NAME fuzz_${subject}
         COMMAND ${PROJECT_SOURCE_DIR}/tests/support/isolated.sh
             ${PROJECT_SOURCE_DIR}/tests/fuzz/fuzz.sh ${fuzz_dir}/fuzz_${subject} 5 1)

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "tests/inplace/InplaceProgram.h"
-#include "tests/inplace/Trees.h"
+#include "tests/inplace/Samples.h"
 
 #include <memory>
 
@@ -13,9 +13,9 @@
 class InplaceStage {
 public:
     /// \a name   of the installation's folder.
-    /// \a place  where the folders are made; empty for the usual place.
+    /// \a place  where the folders are made: in memory if possible, where no disk is waited for.
     explicit InplaceStage(const QString &name = QStringLiteral("Sample.app"),
-                          const QString &place = QString());
+                          const QString &place = OtherVolume());
 
     /// What a plain folder is updated from and to, every kind of entry in it.
     static TestRelease oldRelease();

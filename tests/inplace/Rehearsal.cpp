@@ -33,8 +33,7 @@ QStringList AllChanges()
 
 Rehearsal::Rehearsal(int entries, bool isApart)
     : former(ManyKinds(2, entries)), release(ManyKinds(3, entries)),
-      // In memory, where there is nothing to wait for: what is on the disk is not looked at here.
-      stage(std::make_unique<InplaceStage>(QStringLiteral("Sample.app"), OtherVolume()))
+      stage(std::make_unique<InplaceStage>())
 {
     if (isApart) {
         m_apart = std::make_unique<QTemporaryDir>();

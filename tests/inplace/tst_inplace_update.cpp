@@ -35,7 +35,7 @@ private:
 
 void tst_InplaceUpdate::init()
 {
-    m_stage = std::make_unique<InplaceStage>(QStringLiteral("Sample"));
+    m_stage = std::make_unique<InplaceStage>(QStringLiteral("Sample"), QDir::tempPath());
     m_stage->lay(InplaceStage::oldRelease());
     m_stage->publish(InplaceStage::newRelease());
 }
