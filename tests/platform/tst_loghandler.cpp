@@ -26,6 +26,7 @@ private slots:
     static void lockHeld_messageRaised_isPassedOn();
     static void beforeInitialize_message_isNotWritten();
     static void afterRelease_message_isNotWritten();
+    static void afterRelease_message_goesToTheToolkitsHandler();
 };
 
 namespace {
@@ -226,6 +227,18 @@ void tst_LogHandler::afterRelease_message_isNotWritten()
     QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(stage.fileContent(LogStage::day), LogStage::line('C', "one"));
     // The pattern stays.
+    QCOMPARE(run.err, LogStage::line('C', "one") + LogStage::line('C', "two"));
+}
+
+void tst_LogHandler::afterRelease_message_goesToTheToolkitsHandler()
+{
+    LogStage stage;
+    const RunResult run =
+        stage.run({QStringLiteral("handler before"), QStringLiteral("init"),
+                   QStringLiteral("critical"), QStringLiteral("one"), QStringLiteral("release"),
+                   QStringLiteral("critical"), QStringLiteral("two")});
+    QVERIFY2(run.exitCode == 0, run.err.constData());
+    QCOMPARE(run.out, QByteArray("before: 2 default one\n")); // not the handler before
     QCOMPARE(run.err, LogStage::line('C', "one") + LogStage::line('C', "two"));
 }
 
