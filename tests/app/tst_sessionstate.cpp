@@ -122,6 +122,7 @@ void tst_SessionState::startUp_config_givesHostName_data()
     row("quoted blanks around it", "ExeName=\" My Host \"\n", " My Host ");
     row("quoted comma", "ExeName=\"a, b\"\n", "a, b");
     row("unquoted comma is a list, and no text", "ExeName=a, b\n", "");
+    // Our choice: the file is UTF-8, whatever the locale.
     row("Chinese", "ExeName=红隼\n", "红隼");
     row("given twice: the later one", "ExeName=a\nExeName=b\n", "b");
     row("rubbish", QByteArray("\x00\xff\xfe\x80]]][[=\n\x01\x02", 12), "Host.exe");

@@ -107,6 +107,7 @@ void tst_LogHandler::line_message_hasTheFixedPattern_data()
     row("info", "info", "a b", "[2024-03-07 12:00:00.007 I] unknown:0 - a b\n");
     row("warning", "warning", "a b", "[2024-03-07 12:00:00.007 W] unknown:0 - a b\n");
     row("critical", "critical", "a b", "[2024-03-07 12:00:00.007 C] unknown:0 - a b\n");
+    // Our choice: the file is UTF-8, whatever the locale.
     row("Chinese letters are UTF-8", "info", "----更新程序启动----",
         "[2024-03-07 12:00:00.007 I] unknown:0 - ----更新程序启动----\n");
     row("letters beyond 16 bits", "info", "😀𠀀", "[2024-03-07 12:00:00.007 I] unknown:0 - 😀𠀀\n");

@@ -182,7 +182,7 @@ void HostBundle::writeRecorder(const QString &path, const QString &record) const
                                           "printf '%s\\n' \"$line\" >> '%1'\n");
     // The one-argument form of arg() knows nothing of the %s of printf.
     WriteFile(path, QString(script).arg(this->path(QStringLiteral("records/") + record)).toUtf8());
-    (void)QFile::setPermissions(path, QFile::permissions(path) | QFile::ExeOwner | QFile::ExeUser);
+    (void)QFile::setPermissions(path, QFile::permissions(path) | QFile::Permissions(0x1111));
 }
 
 QStringList HostBundle::recorded(const QString &record) const
