@@ -26,9 +26,16 @@ def counts(ours, other):
     return {"kind": "count", "ours": ours, "other": other}
 
 
+def rates(ours, other):
+    """Of answers a second."""
+    return {"kind": "rate", "ours": ours, "other": other}
+
+
 def shown(value, kind):
     if kind == "count":
         return str(value)
+    if kind == "rate":
+        return f"{value:,.0f} a second"
     if kind == "size":
         return f"{value / 2**20:.1f} MiB" if value >= 2**20 else f"{value / 2**10:.0f} KiB"
     for unit, factor in (("s", 1), ("ms", 1e3), ("us", 1e6)):

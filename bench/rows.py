@@ -14,6 +14,7 @@ import report
 import stage
 from measure import quoted, shell
 from stage import BUILD, DATA, STAGE, UPDATER
+from web_server import WebServer
 
 BENCH = BUILD / "bench"
 IN_PROCESS = BENCH / "in_process"
@@ -251,6 +252,24 @@ def size(_):
 @row("libraries", "libraries loaded at its start", "the same", None)
 def libraries(here):
     return report.counts(loaded(UPDATER, here.env), loaded(BENCH / "bare_session", here.env))
+
+
+def web_server(here, *headers):
+    stage.publish(3000000)
+    with WebServer(here.port + 1) as server:
+        rates = [[server.rate(clients, *headers) for clients in (50, 500)] for _ in range(3)]
+    return report.rates(*(sorted(column)[1] for column in zip(*rates)))
+
+
+@row("web-server-new", "nginx answering update.json over TLS, a connection each, 50 clients at once",
+     "500 clients at once", None)
+def web_server_new(here):
+    return web_server(here, "Connection: close")
+
+
+@row("web-server-kept", "the same on kept connections, 50 clients at once", "500 clients at once", None)
+def web_server_kept(here):
+    return web_server(here)
 
 
 def main():

@@ -50,7 +50,7 @@ show_gallery() {
   mkdir -p "$stage"
   choose_port
   build updater_gallery
-  "$stage/release/ui/gallery/updater_gallery" "$stage/gallery"
+  "$stage/release/ui/gallery/updater_gallery" ${former:+--against "$former"} "$stage/gallery"
   echo "All pictures at a glance: ${stage#"$PWD/"}/gallery/index.html and contact-sheet.png"
 }
 
@@ -77,6 +77,7 @@ set_stage() {
   mkdir -p "$records" "$screenshots" "$www"
   temporary=$(mktemp -d)
   mkdir -m 0700 "$temporary/home" "$temporary/tmp" "$temporary/run"
+  install -D -m 0600 ui/gallery/fonts.conf "$temporary/home/.config/fontconfig/fonts.conf"
   choose_port
   build updater kestrel
   lay_out_bundle

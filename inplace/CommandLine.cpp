@@ -6,37 +6,126 @@
 #include <QCommandLineParser>
 #include <QUrl>
 
+#include <array>
+#include <utility>
+
 namespace {
+
+using Task = UpdateOptions::Task;
 
 const QString BaseUrlOption = QStringLiteral("base-url");
 const QString InstallOption = QStringLiteral("install");
 const QString StagingOption = QStringLiteral("staging");
+const QString KeyOption = QStringLiteral("public-key");
+const QString ApplicationOption = QStringLiteral("application");
+const QString OlderOption = QStringLiteral("allow-older");
+const QString CheckOption = QStringLiteral("check");
+const QString FetchOption = QStringLiteral("fetch-only");
+const QString ApplyOption = QStringLiteral("apply-only");
+const QString RepairOption = QStringLiteral("repair");
+const QString UndoOption = QStringLiteral("undo");
+const QString NoBackupOption = QStringLiteral("no-backup");
+const QString ManifestOption = QStringLiteral("manifest");
+const QString StallOption = QStringLiteral("stall");
+const QString AskOption = QStringLiteral("ask");
+const QString StartOption = QStringLiteral("start");
 const QString ConsoleOption = QStringLiteral("console");
+const QString VersionOption = QStringLiteral("version");
 const QString HelpOption = QStringLiteral("help");
+
+const std::array<std::pair<QString, Task>, 5> Tasks{{{CheckOption, Task::Check},
+                                                     {FetchOption, Task::FetchOnly},
+                                                     {ApplyOption, Task::ApplyOnly},
+                                                     {RepairOption, Task::Repair},
+                                                     {UndoOption, Task::Undo}}};
 
 void AddOptions(QCommandLineParser &parser)
 {
     parser.setApplicationDescription(QStringLiteral(
         "Updates an installation in place to the release that is published under a base URL.\n"
-        "What was downloaded stays in the staging folder when the update is cancelled or fails,\n"
-        "and is used by the next run; so is what an interrupted run left behind.\n\n"
-        "Exit codes: 0 the installation is at the published release; 1 failed or cancelled;\n"
-        "2 bad usage."));
-    parser.addOptions({
-        {BaseUrlOption, QStringLiteral("Where update.json is published."), "URL"},
-        {InstallOption, QStringLiteral("The installation to update."), "DIR"},
-        {StagingOption, QStringLiteral("Folder for files on their way; made if missing."), "DIR"},
-        {ConsoleOption,
-         QStringLiteral("No windows: progress on standard error, a report on standard output.")},
-        {{"h", HelpOption}, QStringLiteral("Show this help.")},
-    });
+        "A whole new tree is built beside it and takes its place at one instant; whatever stops\n"
+        "the program, the installation is wholly the old or wholly the new release. What was\n"
+        "downloaded stays in the staging folder and is used by the next run.\n\n"
+        "Exit codes: 0 done, or nothing to do; 1 failed, cancelled or put off; 2 bad usage."));
+    const auto option = [&parser](const QString &name, const char *text, const char *value = "") {
+        parser.addOption({name, QString::fromUtf8(text), QString::fromUtf8(value)});
+    };
+    option(BaseUrlOption, "Where update.json is published.", "URL");
+    option(InstallOption, "The installation to update; the folder around it must be writable.",
+           "DIR");
+    option(StagingOption, "Folder for files on their way; made if missing.", "DIR");
+    option(KeyOption,
+           "Believe only releases signed with this key, one line of Base64. May be given several "
+           "times: one good signature is enough.",
+           "KEY");
+    option(ApplicationOption,
+           "Identifier that the release must have; otherwise that of the bundle.", "ID");
+    option(OlderOption, "Install the published release even when it is older.");
+    option(CheckOption, "Say whether there is an update, and change nothing.");
+    option(FetchOption, "Fetch and verify, and leave the installation alone.");
+    option(ApplyOption, "Put in place what was fetched before; needs no network.");
+    option(RepairOption, "Look at every file, and bring back what differs from the release.");
+    option(UndoOption, "Go back to the tree before the last update, once.");
+    option(NoBackupOption, "Do not keep the former tree for --undo.");
+    option(ManifestOption, "Where the manifest of what is installed is kept.", "FILE");
+    option(StallOption, "Give up when the server sends nothing for so long; 60 by default.",
+           "SECONDS");
+    option(AskOption, "Show the notice of a new version first.");
+    option(StartOption,
+           "Start this program at the end, whatever came of the update; relative to the "
+           "installation.",
+           "PROGRAM");
+    option(ConsoleOption, "No windows: progress on standard error, a report on standard output.");
+    option(VersionOption, "Show the version.");
+    parser.addOption({{QStringLiteral("h"), HelpOption}, QStringLiteral("Show this help.")});
 }
 
-UpdateCommand Complaint(const QString &text)
+/// Returns what is wrong with the tasks that are asked for together, or empty text.
+QString ReadTask(const QCommandLineParser &parser, UpdateOptions &options)
 {
-    UpdateCommand command;
-    command.text = text + QStringLiteral("\nTry inplace_update --help.");
-    return command;
+    QString first;
+    for (const auto &[name, task] : Tasks) {
+        if (!parser.isSet(name)) {
+            continue;
+        }
+        if (!first.isEmpty()) {
+            return QStringLiteral("--%1 and --%2 exclude each other.").arg(first, name);
+        }
+        first = name;
+        options.task = task;
+    }
+    return {};
+}
+
+bool NeedsNetwork(Task task)
+{
+    return task != Task::ApplyOnly && task != Task::Undo;
+}
+
+/// Returns what is missing or must not be there, or empty text.
+QString MissingReason(const QCommandLineParser &parser, Task task)
+{
+    QStringList needed{InstallOption, StagingOption};
+    if (NeedsNetwork(task)) {
+        needed.prepend(BaseUrlOption);
+    }
+    for (const QString &option : qAsConst(needed)) {
+        if (parser.value(option).isEmpty()) {
+            return QStringLiteral("--%1 is missing.").arg(option);
+        }
+    }
+    for (const QString &option : {ManifestOption, ApplicationOption, StartOption}) {
+        if (parser.isSet(option) && parser.value(option).isEmpty()) {
+            return QStringLiteral("--%1 is empty.").arg(option);
+        }
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        return QStringLiteral("\"%1\" is not expected.")
+            .arg(parser.positionalArguments().constFirst());
+    }
+    return parser.isSet(AskOption) && parser.isSet(ConsoleOption)
+               ? QStringLiteral("--ask needs windows and --console forbids them.")
+               : QString();
 }
 
 bool IsBaseUrl(const QString &text)
@@ -47,42 +136,78 @@ bool IsBaseUrl(const QString &text)
     return web && !url.host().isEmpty() && !url.hasQuery() && !url.hasFragment();
 }
 
-} // namespace
-
-UpdateCommand ReadUpdateCommand(const QStringList &arguments)
+/// Returns what is wrong with the values that have a form, or empty text.
+QString ReadValues(const QCommandLineParser &parser, UpdateOptions &options)
 {
-    QCommandLineParser parser;
-    AddOptions(parser);
-    if (!parser.parse(arguments)) {
-        return Complaint(parser.errorText());
-    }
-    UpdateCommand command;
-    if (parser.isSet(HelpOption)) {
-        command.action = UpdateCommand::Action::Help;
-        return command;
-    }
-    for (const QString &option : {BaseUrlOption, InstallOption, StagingOption}) {
-        if (parser.value(option).isEmpty()) {
-            return Complaint(QStringLiteral("--%1 is missing.").arg(option));
-        }
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        return Complaint(QStringLiteral("\"%1\" is not expected.")
-                             .arg(parser.positionalArguments().constFirst()));
-    }
-    UpdateOptions &options = command.options;
     options.baseUrl = parser.value(BaseUrlOption);
     while (options.baseUrl.endsWith(QLatin1Char('/'))) {
         options.baseUrl.chop(1);
     }
-    if (!IsBaseUrl(options.baseUrl)) {
-        return Complaint(QStringLiteral("\"%1\" is not a base URL: an https or http address "
-                                        "without '?' and '#' is expected.")
-                             .arg(options.baseUrl));
+    if (NeedsNetwork(options.task) && !IsBaseUrl(options.baseUrl)) {
+        return QStringLiteral("\"%1\" is not a base URL: an https or http address without '?' and "
+                              "'#' is expected.")
+            .arg(options.baseUrl);
     }
+    const QStringList keys = parser.values(KeyOption);
+    for (const QString &text : keys) {
+        PublicKey key;
+        const QString reason = ReadPublicKey(text, key);
+        if (!reason.isEmpty()) {
+            return QStringLiteral("\"%1\" is not a public key: %2.").arg(text, reason);
+        }
+        options.keys.append(key);
+    }
+    if (parser.isSet(StallOption)) {
+        bool isNumber = false;
+        options.stallSeconds = parser.value(StallOption).toInt(&isNumber);
+        if (!isNumber || options.stallSeconds < 1 || options.stallSeconds > 86400) {
+            return QStringLiteral("--%1: a number of seconds from 1 to 86400 is expected.")
+                .arg(StallOption);
+        }
+    }
+    return {};
+}
+
+void ReadRest(const QCommandLineParser &parser, UpdateOptions &options)
+{
     options.install = parser.value(InstallOption);
     options.staging = parser.value(StagingOption);
+    options.manifest = parser.value(ManifestOption);
+    options.application = parser.value(ApplicationOption);
+    options.startProgram = parser.value(StartOption);
+    options.allowOlder = parser.isSet(OlderOption);
+    options.keepPrevious = !parser.isSet(NoBackupOption);
+    options.ask = parser.isSet(AskOption);
     options.console = parser.isSet(ConsoleOption);
+}
+
+} // namespace
+
+UpdateCommand ReadUpdateCommand(const QStringList &arguments)
+{
+    UpdateCommand command;
+    QCommandLineParser parser;
+    AddOptions(parser);
+    if (!parser.parse(arguments)) {
+        command.text = parser.errorText();
+    } else if (parser.isSet(HelpOption) || parser.isSet(VersionOption)) {
+        command.action =
+            parser.isSet(HelpOption) ? UpdateCommand::Action::Help : UpdateCommand::Action::Version;
+        return command;
+    } else {
+        command.text = ReadTask(parser, command.options);
+    }
+    if (command.text.isEmpty()) {
+        command.text = MissingReason(parser, command.options.task);
+    }
+    if (command.text.isEmpty()) {
+        command.text = ReadValues(parser, command.options);
+    }
+    if (!command.text.isEmpty()) {
+        command.text += QStringLiteral("\nTry inplace_update --help.");
+        return command;
+    }
+    ReadRest(parser, command.options);
     command.action = UpdateCommand::Action::Update;
     return command;
 }

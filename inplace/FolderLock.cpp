@@ -3,9 +3,12 @@
 
 #include "inplace/FolderLock.h"
 
+#include "release/Descriptor.h"
+
 #include <QFile>
 #include <QObject>
 #include <QSysInfo>
+#include <QThread>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -25,11 +28,27 @@ bool IsHeld(const QString &path)
     return held;
 }
 
+/// Takes the lock of a folder that others hold for a moment only.
+bool LockSoon(int folder)
+{
+    constexpr int Tries = 100;
+    for (int attempt = 0; attempt < Tries; ++attempt) {
+        if (::flock(folder, LOCK_EX | LOCK_NB) == 0) {
+            return true;
+        }
+        if (errno != EWOULDBLOCK) {
+            return false;
+        }
+        QThread::msleep(10);
+    }
+    errno = EWOULDBLOCK;
+    return false;
+}
+
 } // namespace
 
-FolderLock::FolderLock(const QDir &folder)
-    : m_folder(folder.absolutePath()),
-      m_path(folder.absoluteFilePath(QStringLiteral("inplace_update#lock"))), m_file(m_path)
+FolderLock::FolderLock(const QDir &folder, const QString &name)
+    : m_folder(folder.absolutePath()), m_path(folder.absoluteFilePath(name)), m_file(m_path)
 {
     m_file.setStaleLockTime(0); // an update may take long; only a dead one's lock is stale
 }
@@ -37,28 +56,28 @@ FolderLock::FolderLock(const QDir &folder)
 FolderLock::~FolderLock()
 {
     m_file.unlock();
-    if (m_handle >= 0) {
-        ::close(m_handle);
-    }
 }
 
-QString FolderLock::take()
+Problem FolderLock::take()
 {
-    QString inUse = QObject::tr("另一个升级正在使用目录%1").arg(m_folder);
-    // The system's own lock on the folder ends with its process, and leaves nothing behind. A
-    // volume without such locks has the lock file alone.
-    m_handle = ::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_CLOEXEC);
-    if (m_handle >= 0 && ::flock(m_handle, LOCK_EX | LOCK_NB) == 0) {
-        removeRemnants();
-    } else if (errno == EWOULDBLOCK) {
-        return inUse;
-    }
-    if (m_file.tryLock(0)) {
-        return {};
+    const Problem busy{End::Busy, QObject::tr("另一个升级正在使用目录%1").arg(m_folder)};
+    {
+        // The system's own lock on the folder keeps the others away while remnants are judged. A
+        // volume without such locks has the lock file alone.
+        const Descriptor folder(
+            ::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (folder.isOpen() && LockSoon(folder.number())) {
+            removeRemnants();
+        } else if (errno == EWOULDBLOCK) {
+            return busy;
+        }
+        if (m_file.tryLock(0)) {
+            return {};
+        }
     }
     return m_file.error() == QLockFile::LockFailedError
-               ? inUse
-               : QObject::tr("目录%1无法写入").arg(m_folder);
+               ? busy
+               : Problem{End::NotWritable, QObject::tr("目录%1无法写入").arg(m_folder)};
 }
 
 /// Removes what a killed run has left: its lock file, which would not count as stale while it is

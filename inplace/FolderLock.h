@@ -3,21 +3,26 @@
 
 #pragma once
 
+#include "inplace/Outcome.h"
+
 #include <QDir>
 #include <QLockFile>
 #include <QString>
 
-/// Keeps other updates away from a folder while it lives, and shows that the folder can be written.
+/// Keeps other updates away from something while it lives, by a lock file in a folder, and shows
+/// that the folder can be written.
 ///
-/// A process that was killed holds nothing, at whatever moment it was killed.
+/// A process that was killed holds nothing, at whatever moment it was killed. The lock of an
+/// installation lies in the folder around it: the installation itself changes under a run's feet.
 class FolderLock {
 public:
-    explicit FolderLock(const QDir &folder);
+    /// \a name  of the lock file in \a folder.
+    FolderLock(const QDir &folder, const QString &name);
     ~FolderLock();
     Q_DISABLE_COPY(FolderLock)
 
-    /// Returns why the folder cannot be had, or empty text. To be called once.
-    QString take();
+    /// Returns why it cannot be had, or no problem. To be called once.
+    Problem take();
 
 private:
     void removeRemnants();
@@ -25,5 +30,4 @@ private:
     const QString m_folder;
     const QString m_path;
     QLockFile m_file;
-    int m_handle = -1;
 };

@@ -4,15 +4,15 @@
 #pragma once
 
 #include "inplace/CommandLine.h"
-#include "inplace/Report.h"
+#include "inplace/Outcome.h"
+#include "inplace/StopSignals.h"
 
-/// Brings an installation to the published release.
+/// Does what the \a options ask for to an installation.
 ///
-/// First an interrupted update is put right, whether or not the release can be fetched. Whatever
-/// then goes wrong, the installation is as it was before, but for a manifest that cannot be written
-/// when all files are there; whatever interrupts the process, each file's content is there under
-/// its name, as its ".old" copy or in the staging folder, and the next run completes the update.
+/// A whole new tree is built beside the installation and takes its place at one instant. Whatever
+/// goes wrong or interrupts the process before, the installation is as it was; after it, it is the
+/// new release.
 ///
-/// Blocks until the update is done; shows the progress dialog unless \a options ask for the
-/// console. Main thread.
-Outcome UpdateInPlace(const UpdateOptions &options);
+/// Blocks until it is done; shows dialogs unless \a options ask for the console, and lets the user
+/// try again after a failure. Main thread.
+Outcome UpdateInPlace(const UpdateOptions &options, StopSignals &stop);

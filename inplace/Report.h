@@ -3,18 +3,13 @@
 
 #pragma once
 
-#include <QString>
+#include "inplace/Outcome.h"
 
-/// What came of an update.
-struct Outcome {
-    bool success = false; ///< the installation is at the published release
-    bool update = false;  ///< files of the installation were replaced or added
-    QString message;
-};
-
-/// Says \a text on standard error, as one line.
+/// Says \a text on standard error, as one line behind the program's name.
 void SayProgress(const QString &text);
 
 /// Says \a outcome: with \a console as one compact JSON object on standard output, in any case as a
 /// line on standard error. Returns the program's exit code.
+///
+/// What a server has sent is in it with control characters replaced and cut to a sensible length.
 int Report(const Outcome &outcome, bool console);

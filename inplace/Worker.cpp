@@ -3,15 +3,25 @@
 
 #include "inplace/Worker.h"
 
-#include "inplace/Report.h"
 #include "inplace/SizeGuard.h"
+#include "inplace/WorkerLines.h"
+#include "inplace/WorkerWatch.h"
 #include "ui/UpdateProgress.h"
 
 #include <QEventLoop>
 
+#include <memory>
 #include <utility>
 
 namespace {
+
+void RunWithLines(CDownloadThread &worker)
+{
+    QEventLoop loop;
+    QObject::connect(&worker, &QThread::finished, &loop, &QEventLoop::quit);
+    worker.start();
+    loop.exec();
+}
 
 void RunUnderDialog(CDownloadThread &worker)
 {
@@ -19,44 +29,51 @@ void RunUnderDialog(CDownloadThread &worker)
     (void)dialog.exec(); // cancelled or ended: the worker tells
 }
 
-void RunWithLines(CDownloadThread &worker)
+Problem ProblemOf(CDownloadThread &worker, const WorkerWatch *watch, const SizeGuard *guard,
+                  int stallSeconds)
 {
-    QObject::connect(&worker, &CDownloadThread::downloadStarted, &worker,
-                     [](const QFileInfo &file, int current, int total) {
-                         SayProgress(QStringLiteral("[%1/%2] %3")
-                                         .arg(QString::number(current + 1), QString::number(total),
-                                              file.fileName()));
-                     });
-    QEventLoop loop;
-    QObject::connect(&worker, &QThread::finished, &loop, &QEventLoop::quit);
-    worker.start();
-    loop.exec();
+    const QString said = worker.errormsg();
+    if (worker.success()) {
+        return {};
+    }
+    if (!said.isEmpty()) {
+        const QString failure = watch ? watch->networkFailure() : QString();
+        return failure.isEmpty()
+                   ? Problem{End::Download, said}
+                   : Problem{End::Network, QStringLiteral("%1(%2)").arg(said, failure)};
+    }
+    if (guard && !guard->message().isEmpty()) {
+        return {End::TooLong, guard->message()};
+    }
+    if (watch && watch->hasStalled()) {
+        return {End::Stalled, QObject::tr("服务器%1秒没有发送数据").arg(stallSeconds)};
+    }
+    return {End::Cancelled, QObject::tr("已取消")};
 }
 
 } // namespace
 
-WorkerResult RunWorker(const QString &url, const QDir &staging, const QDir &install,
-                       QList<tagDownloadFileInfo> files, bool console)
+Problem RunWorker(const WorkerTask &task, StopSignals &stop)
 {
-    const QList<tagDownloadFileInfo> listed = files;
+    QList<tagDownloadFileInfo> files = task.files;
     for (tagDownloadFileInfo &file : files) {
         std::swap(file.sizeHigh, file.sizeLow); // the worker combines them the other way round
     }
-    if (console) {
-        SayProgress(QObject::tr("需要更新%1个文件").arg(files.size()));
-    }
-    CDownloadThread worker(url, staging, install, files);
-    const SizeGuard guard(worker, listed);
+    CDownloadThread worker(task.url, task.staging, task.install, files);
     // One that ended in its constructor would never finish its thread.
-    if (worker.errormsg().isEmpty()) {
-        if (console) {
-            RunWithLines(worker);
-        } else {
-            RunUnderDialog(worker);
-        }
-        worker.quit();
-        worker.wait();
+    if (!worker.errormsg().isEmpty()) {
+        return ProblemOf(worker, nullptr, nullptr, task.stallSeconds);
     }
-    const QString said = worker.errormsg();
-    return {worker.success(), said.isEmpty() ? guard.message() : said};
+    const SizeGuard guard(worker, task.files);
+    const WorkerWatch watch(worker, task.stallSeconds);
+    QObject::connect(&stop, &StopSignals::wanted, &worker, &QThread::quit);
+    if (!StopSignals::isWanted() && task.console) {
+        const WorkerLines lines(worker, task.files);
+        RunWithLines(worker);
+    } else if (!StopSignals::isWanted()) {
+        RunUnderDialog(worker);
+    }
+    worker.quit();
+    worker.wait();
+    return ProblemOf(worker, &watch, &guard, task.stallSeconds);
 }

@@ -2,37 +2,18 @@
 // SPDX-License-Identifier: MIT
 
 #include "inplace/CommandLine.h"
+#include "inplace/HostStart.h"
 #include "inplace/InplaceUpdate.h"
 #include "inplace/Report.h"
+#include "inplace/WindowSystem.h"
 #include "platform/StandardStreams.h"
+#include "release/Messages.h"
 
 #include <QApplication>
-#include <QIcon>
 #include <QNetworkProxyFactory>
 #include <QTextCodec>
 
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
-
-namespace {
-
-constexpr int BadUsage = 2;
-
-/// The console needs no display, so it gets an application without one.
-std::unique_ptr<QCoreApplication> MakeApplication(int &argc, char **argv, bool windows)
-{
-    if (!windows) {
-        return std::make_unique<QCoreApplication>(argc, argv);
-    }
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    auto application = std::make_unique<QApplication>(argc, argv);
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icon")));
-    return application;
-}
-
-} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -40,21 +21,35 @@ int main(int argc, char *argv[])
     PrepareStandardStreams();
     // File names are UTF-8, as the manifest's are, whatever the locale is.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    QCoreApplication::setApplicationName(QStringLiteral("inplace_update"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(UPDATER_VERSION));
     QStringList arguments;
     for (int i = 0; i < argc; ++i) {
         arguments.append(QString::fromLocal8Bit(argv[i]));
     }
     const UpdateCommand command = ReadUpdateCommand(arguments);
-    if (command.action == UpdateCommand::Action::Help) {
+    switch (command.action) {
+    case UpdateCommand::Action::Help: {
         const QCoreApplication application(argc, argv);
-        (void)std::fputs(UpdateHelp().toUtf8().constData(), stdout);
+        Say(UpdateHelp().trimmed());
         return EXIT_SUCCESS;
     }
-    if (command.action == UpdateCommand::Action::Complain) {
-        SayProgress(command.text);
-        return BadUsage;
+    case UpdateCommand::Action::Version:
+        Say(QStringLiteral("inplace_update " UPDATER_VERSION));
+        return EXIT_SUCCESS;
+    case UpdateCommand::Action::Complain:
+        return Complain(command.text);
+    case UpdateCommand::Action::Update:
+        break;
     }
-    const auto application = MakeApplication(argc, argv, !command.options.console);
+    StopSignals stop;
+    const auto application = MakeApplication(argc, argv, command.options);
+    const HostStart host(command.options.install, command.options.startProgram);
     QNetworkProxyFactory::setUseSystemConfiguration(true);
-    return Report(UpdateInPlace(command.options), command.options.console);
+    // Ends the event loop that is waited in, and every one that would be waited in after it.
+    QObject::connect(&stop, &StopSignals::wanted, [] { QCoreApplication::exit(); });
+    stop.watch();
+    const Outcome outcome = UpdateInPlace(command.options, stop);
+    host.start();
+    return Report(outcome, command.options.console);
 }

@@ -29,7 +29,10 @@ QString OpenRegularFile(const QString &path, Descriptor &file)
     file.reset(::open(QFile::encodeName(path).constData(),
                       O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen()) {
-        return errno == ELOOP ? notRegular : SystemError();
+        const int error = errno;
+        QString reason = error == ELOOP ? notRegular : SystemError();
+        errno = error;
+        return reason;
     }
     struct stat status {};
     if (::fstat(file.number(), &status) != 0) {

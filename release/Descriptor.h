@@ -29,5 +29,6 @@ private:
 /// Opens the file \a path for reading, into \a file. A link is not followed and a pipe not waited
 /// for: both count as no regular file.
 ///
-/// Returns why that failed, or empty text. The text does not repeat the path.
+/// Returns why that failed, or empty text. The text does not repeat the path. When \a file is not
+/// open then, errno is that of the call.
 QString OpenRegularFile(const QString &path, Descriptor &file);

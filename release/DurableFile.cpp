@@ -46,30 +46,10 @@ bool SyncFolderDescriptor(int descriptor, bool throughDisk)
     return Sync(descriptor, throughDisk) || errno == EINVAL;
 }
 
-/// Opens a folder, or a file when \a flags say so, for nothing but to be synced.
+/// Opens a file or folder for nothing but to be synced.
 int OpenToSync(const char *path, int flags)
 {
-    return ::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags);
-}
-
-bool WriteAll(int descriptor, const QByteArray &content)
-{
-    const char *block = content.constData();
-    auto left = static_cast<std::size_t>(content.size());
-    // Continue after a short write so that the error surfaces.
-    while (left > 0) {
-        const ssize_t written = ::write(descriptor, block, left);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            errno = written == 0 ? EIO : errno;
-            return false;
-        }
-        block += written;
-        left -= static_cast<std::size_t>(written);
-    }
-    return true;
+    return ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | flags);
 }
 
 bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
@@ -79,7 +59,8 @@ bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
     }
     Descriptor file(
         ::open(scratch, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, WhileWriting));
-    return file.isOpen() && WriteAll(file.number(), content) &&
+    return file.isOpen() &&
+           WriteAll(file.number(), content.constData(), static_cast<std::size_t>(content.size())) &&
            ::fchmod(file.number(), static_cast<mode_t>(mode)) == 0 && Sync(file.number(), true) &&
            file.close();
 }
@@ -97,7 +78,8 @@ bool SyncEntry(const fs::directory_entry &entry)
     if (!isFolder && type != fs::file_type::regular) {
         return true; // a link is synced with the folder that it stands in
     }
-    const Descriptor here(OpenToSync(entry.path().c_str(), isFolder ? O_DIRECTORY : 0));
+    const Descriptor here(
+        OpenToSync(entry.path().c_str(), O_NOFOLLOW | (isFolder ? O_DIRECTORY : 0)));
     return here.isOpen() &&
            (isFolder ? SyncFolderDescriptor(here.number(), false) : Sync(here.number(), false));
 }
@@ -123,7 +105,7 @@ bool SyncFile(int descriptor)
 
 bool SyncFile(const QString &path)
 {
-    const Descriptor file(OpenToSync(QFile::encodeName(path).constData(), 0));
+    const Descriptor file(OpenToSync(QFile::encodeName(path).constData(), O_NOFOLLOW));
     return file.isOpen() && Sync(file.number(), true);
 }
 

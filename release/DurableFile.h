@@ -29,8 +29,8 @@ bool SyncFile(int descriptor);
 /// The same for the file \a path, which may not be a link.
 bool SyncFile(const QString &path);
 
-/// Waits until the names in a folder will survive a loss of power. Returns whether that went well;
-/// SystemError() says why not.
+/// Waits until the names in a folder will survive a loss of power. The path may be a link to the
+/// folder. Returns whether that went well; SystemError() says why not.
 bool SyncFolder(const QString &path);
 
 /// Waits until all files, links and folders below \a folder, and the folder itself, will survive a

@@ -69,6 +69,7 @@ need_for_showing() {
 
 need_for_testing() {
   need 'command -v openssl' openssl
+  need 'command -v caddy' caddy
   need 'command -v minisign' minisign
   need 'command -v python3' python3
   need 'command -v faketime' faketime
@@ -79,5 +80,9 @@ need_for_testing() {
   need 'ls /usr/lib/gcc/*/12/include/objc/objc.h' libobjc-12-dev
   need 'command -v clang-format-14 || command -v clang-format' clang-format
   need 'command -v valgrind' valgrind
+  need 'pkg-config --exists fuse3' libfuse3-dev
+  need 'command -v mkfs.ext4 && command -v e2fsck' e2fsprogs
+  need 'command -v mkfs.xfs' xfsprogs
+  need 'command -v mkfs.btrfs' btrfs-progs
   need 'command -v minisign' minisign
 }

@@ -21,6 +21,7 @@ constexpr int longestLine = 300;   // characters; more than a dialog has room fo
 constexpr int longestTip = 1000;   // characters; enough to fill the tip
 constexpr int tipWidth = 460;      // pixels of text, so about 480 with the edge
 constexpr int tipMargin = 16;      // pixels; of the tip's own edge, and to the edge of the screen
+constexpr int smallestTip = 80;    // pixels
 constexpr QPoint tipOffset(2, 16); // where the toolkit puts a tip, from the position it is given
 
 QString Beginning(const QString &text, int length)
@@ -108,8 +109,9 @@ bool CLabelLine::showToolTip() const
     }
     const QPoint below = m_label.mapToGlobal(m_label.rect().bottomLeft() + QPoint(0, 2));
     const int room = m_label.screen()->geometry().bottom() - below.y() - tipMargin;
+    const int height = qMax(room, smallestTip); // for which the toolkit finds another place
     // Rich text keeps the lines as they are; the text in it is escaped: markup shows as letters.
-    QStringList lines = TipLines(Beginning(m_label.text(), longestTip).simplified(), room);
+    QStringList lines = TipLines(Beginning(m_label.text(), longestTip).simplified(), height);
     for (QString &text : lines) {
         text = text.toHtmlEscaped();
     }

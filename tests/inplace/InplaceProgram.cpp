@@ -3,6 +3,12 @@
 
 #include "tests/inplace/InplaceProgram.h"
 
+#include "tests/support/TestFiles.h"
+
+#include <QJsonDocument>
+
+#include <csignal>
+
 namespace {
 
 constexpr int LookMs = 10;
@@ -17,15 +23,17 @@ qint64 PeakKiB(qint64 processId)
 
 } // namespace
 
-InplaceProgram::InplaceProgram(const QString &url, const UpdateFolders &folders, bool console)
-    : m_arguments{
-          QStringLiteral(INPLACE_UPDATE), QStringLiteral("--base-url"), url,
-          QStringLiteral("--install"),    folders.install.path(),       QStringLiteral("--staging"),
-          folders.staging.path()}
+InplaceProgram::InplaceProgram(QStringList arguments)
+    : m_arguments(QStringList(QStringLiteral(INPLACE_UPDATE)) + arguments)
 {
-    if (console) {
-        m_arguments << QStringLiteral("--console");
-    }
+    m_process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
+}
+
+void InplaceProgram::set(const QString &name, const QString &value)
+{
+    QProcessEnvironment environment = m_process.processEnvironment();
+    environment.insert(name, value);
+    m_process.setProcessEnvironment(environment);
 }
 
 void InplaceProgram::start(const QString &before)
@@ -61,17 +69,23 @@ int InplaceProgram::run(const QString &before)
     return exitCode();
 }
 
-bool InplaceProgram::kill()
+bool InplaceProgram::send(int signal)
 {
-    m_process.kill(); // nothing if it was quicker
-    if (isRunning() && !m_process.waitForFinished(10000)) {
-        qFatal("The program cannot be killed.");
-    }
-    return m_process.exitStatus() == QProcess::CrashExit;
+    return isRunning() && ::kill(static_cast<pid_t>(m_process.processId()), signal) == 0;
 }
 
 int InplaceProgram::exitCode() const
 {
     return !isRunning() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode()
                                                                           : -1;
+}
+
+QJsonObject InplaceProgram::report() const
+{
+    return QJsonDocument::fromJson(m_report).object();
+}
+
+QString InplaceProgram::code() const
+{
+    return report().value(QStringLiteral("code")).toString();
 }

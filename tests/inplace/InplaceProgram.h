@@ -3,31 +3,39 @@
 
 #pragma once
 
-#include "tests/inplace/InplaceFixture.h"
 #include "tests/support/ChildProcess.h"
 
 #include <QElapsedTimer>
+#include <QJsonObject>
+#include <QStringList>
 
-/// The program inplace_update on two folders, measured.
+/// The program inplace_update, with its report and what it costs.
 class InplaceProgram {
 public:
-    InplaceProgram(const QString &url, const UpdateFolders &folders, bool console = true);
+    /// \a arguments  all but the program's own name.
+    explicit InplaceProgram(QStringList arguments);
 
+    /// Puts these words before the command line.
+    void prefix(const QStringList &wrapper) { m_arguments = wrapper + m_arguments; }
+    /// Sets a variable of the program's surroundings.
+    void set(const QString &name, const QString &value);
     /// Starts it, in a process that has run the shell commands \a before, such as "ulimit -f 1".
     void start(const QString &before = QString());
     /// Waits for its end. False when it does not come.
-    bool waitForEnd(int milliseconds = 30000);
+    bool waitForEnd(int milliseconds = 60000);
     /// start() and waitForEnd() in one. Returns exitCode().
     int run(const QString &before = QString());
-    /// Ends it at once. False when it has ended by itself before.
-    bool kill();
+    /// Sends it a signal. False when it has ended by itself before.
+    bool send(int signal);
 
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     qint64 processId() const { return m_process.processId(); }
     /// -1 while it runs and when it was killed or has crashed.
     int exitCode() const;
-    /// What it has printed on standard output, and on standard error.
-    QString report() const { return QString::fromUtf8(m_report); }
+    /// Its report, and the `code` in it.
+    QJsonObject report() const;
+    QString code() const;
+    QByteArray output() const { return m_report; }
     QByteArray errors() const { return m_errors; }
     qint64 milliseconds() const { return m_milliseconds; }
     /// The most memory it has had, in MiB, seen by waitForEnd().

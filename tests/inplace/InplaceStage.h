@@ -3,48 +3,55 @@
 
 #pragma once
 
-#include "inplace/InplaceUpdate.h"
-#include "tests/inplace/InplaceFixture.h"
+#include "tests/inplace/InplaceProgram.h"
+#include "tests/inplace/Samples.h"
 
-#include <functional>
 #include <memory>
 
-class CUpdateProgress;
-
-/// An installation of an older release, and a server that publishes a newer one. In the newer one
-/// "same" is unchanged, "d/changed" and "z" are changed, "new/deep/added" is added; "dropped" is no
-/// longer listed.
+/// A folder with an installation of an older release in it, a staging folder, and a server that
+/// publishes a newer one.
 class InplaceStage {
 public:
-    InplaceStage();
+    /// \a name   of the installation's folder.
+    /// \a place  where the folders are made: in memory if possible, where no disk is waited for.
+    explicit InplaceStage(const QString &name = QStringLiteral("Sample.app"),
+                          const QString &place = OtherVolume());
 
-    static FileMap oldRelease();
-    static FileMap newRelease();
-    /// The installation as an update to the new release leaves it.
-    static FileMap updated();
+    /// What a plain folder is updated from and to, every kind of entry in it.
+    static TestRelease oldRelease();
+    static TestRelease newRelease();
 
-    /// Publishes other files, or answers through another handler.
-    void publish(const FileMap &files);
+    /// Lays the installation, with the installed manifest of the release where it belongs.
+    void lay(const TestRelease &release);
+    void publish(const TestRelease &release);
     void serve(const ScriptedServer::Handler &handler);
-    QString url() const { return m_server->url(QString()); }
-    /// The paths asked for so far, without the release's folder.
+    /// Ends the server: connections are refused from now on.
+    void stopServing();
+    QString url() const { return m_url; }
+    /// The paths asked for so far.
     QStringList requested() const;
 
-    UpdateOptions options(bool console = true) const;
-    /// Runs an update. Under the dialog, \a meanwhile is called again and again with it.
-    Outcome update(bool console = true,
-                   const std::function<void(CUpdateProgress &)> &meanwhile = nullptr);
-    /// How often a progress dialog was shown by update().
-    int dialogs() const { return m_dialogs; }
+    /// The arguments of a run in the console.
+    QStringList arguments(const QStringList &more = QStringList()) const;
+    /// Runs the program in the console. Returns the code in its report.
+    QString run(const QStringList &more = QStringList());
+    /// The last run.
+    const InplaceProgram &program() const { return *m_program; }
 
-    QString stagingPath(const QString &path) const { return folders.stagingPath(path); }
-    QString installPath(const QString &path) const { return folders.installPath(path); }
-    FileMap installed() const { return ReadTree(folders.install); }
-    FileMap staged() const { return ReadTree(folders.staging); }
+    Tree installed() const { return ReadNodes(install); }
+    /// How the installation differs from a release, apart from the installed manifest and from
+    /// \a users entries.
+    QString differences(const TestRelease &release, const Tree &users = Tree()) const;
+    /// What lies beside the installation, its own names left out.
+    QStringList leftovers() const;
 
-    UpdateFolders folders;
+    QTemporaryDir temporary;
+    QString parent;  ///< around the installation
+    QString install; ///< the installation
+    QString staging;
 
 private:
     std::unique_ptr<ScriptedServer> m_server;
-    int m_dialogs = 0;
+    QString m_url;
+    std::unique_ptr<InplaceProgram> m_program;
 };

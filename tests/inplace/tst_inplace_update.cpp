@@ -2,225 +2,202 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/inplace/InplaceStage.h"
-#include "ui/UpdateProgress.h"
 
-#include <QPushButton>
+#include "app/FileNames.h"
+#include "inplace/TreeList.h"
+
 #include <QtTest>
 
-/// Updates that come to a good end, or are cancelled.
+/// The whole way of an update, with the real program.
 class tst_InplaceUpdate : public QObject {
     Q_OBJECT
 
 private slots:
     void init();
-    void update_olderInstallation_becomesTheRelease_data();
-    void update_olderInstallation_becomesTheRelease();
-    void update_again_keepsTheOldCopies_data();
-    void update_again_keepsTheOldCopies();
-    void update_damagedFile_isReplacedOnceUnlisted();
-    void update_staleManifest_isWrittenAnew();
-    void update_everythingStaged_opensNoDialog();
-    void update_modes_areCarriedOver();
-    void update_linksInTheStagingFolder_areNotFollowed();
-    void update_otherVolume_isCopied();
-    void update_lockThatNamesNobody_isTaken();
-    void update_cancelled_canBeResumed_data();
-    void update_cancelled_canBeResumed();
+    void update_becomesTheRelease();
+    void update_again_nothingIsDone();
+    void update_keepsTheUsersOwn();
+    void update_withoutManifest_aPlainFolderKeepsAll();
+    void update_unchangedFiles_areShared();
+    void fetchOnly_applyOnly_needNoNetwork();
+    void applyOnly_nothingFetched_isRefused();
+    void check_changesNothing();
+    void undo_once();
+    void repair_bringsBackWhatDiffers();
+    void repair_nothingWrong_changesNothing();
+    void noBackup_leavesNothingBeside();
+    void oldManifest_isInstalledAsEver();
 
 private:
-    QScopedPointer<InplaceStage> m_stage;
+    static QString undoName() { return QStringLiteral(".Sample#previous"); }
+    std::unique_ptr<InplaceStage> m_stage;
 };
 
 void tst_InplaceUpdate::init()
 {
-    m_stage.reset(new InplaceStage);
-}
-
-void tst_InplaceUpdate::update_olderInstallation_becomesTheRelease_data()
-{
-    QTest::addColumn<bool>("console");
-    QTest::addColumn<bool>("localManifest");
-    QTest::newRow("console") << true << true;
-    QTest::newRow("windows") << false << true;
-    QTest::newRow("no local manifest") << true << false;
-}
-
-void tst_InplaceUpdate::update_olderInstallation_becomesTheRelease()
-{
-    QFETCH(bool, console);
-    QFETCH(bool, localManifest);
-    if (!localManifest) {
-        QVERIFY(QFile::remove(m_stage->installPath(QStringLiteral("update_md5.info"))));
-    }
-    const Outcome outcome = m_stage->update(console);
-    QCOMPARE(outcome.message, QStringLiteral("更新成功"));
-    QVERIFY(outcome.success);
-    QVERIFY(outcome.update);
-    QCOMPARE(m_stage->installed(), InplaceStage::updated());
-    QVERIFY(m_stage->staged().isEmpty());
-    QCOMPARE(m_stage->requested(),
-             QStringList({QStringLiteral("/update.json"), QStringLiteral("update_md5.info"),
-                          QStringLiteral("d/changed"), QStringLiteral("new/deep/added"),
-                          QStringLiteral("z")}));
-    if (console) {
-        QCOMPARE(m_stage->dialogs(), 0);
-    }
-}
-
-void tst_InplaceUpdate::update_again_keepsTheOldCopies_data()
-{
-    QTest::addColumn<bool>("localManifest");
-    QTest::newRow("local manifest") << true;
-    QTest::newRow("no local manifest") << false;
-}
-
-void tst_InplaceUpdate::update_again_keepsTheOldCopies()
-{
-    QFETCH(bool, localManifest);
-    QVERIFY(m_stage->update().success);
-    if (!localManifest) {
-        QVERIFY(QFile::remove(m_stage->installPath(QStringLiteral("update_md5.info"))));
-    }
-    const Outcome outcome = m_stage->update(false);
-    QVERIFY(outcome.success);
-    QVERIFY(!outcome.update);
-    QCOMPARE(outcome.message, QStringLiteral("已是最新版本"));
-    QCOMPARE(m_stage->installed(), InplaceStage::updated());
-    QCOMPARE(m_stage->dialogs(), 0);
-}
-
-void tst_InplaceUpdate::update_damagedFile_isReplacedOnceUnlisted()
-{
-    QVERIFY(m_stage->update().success);
-    WriteFile(m_stage->installPath(QStringLiteral("z")), "damaged");
-    QVERIFY(!m_stage->update().update); // the local manifest lists it, and is believed
-    QVERIFY(QFile::remove(m_stage->installPath(QStringLiteral("update_md5.info"))));
-    QVERIFY(m_stage->update().update);
-    QCOMPARE(ReadFile(m_stage->installPath(QStringLiteral("z"))), QByteArray("new z"));
-    QCOMPARE(ReadFile(m_stage->installPath(QStringLiteral("z.old"))), QByteArray("damaged"));
-}
-
-void tst_InplaceUpdate::update_staleManifest_isWrittenAnew()
-{
-    QVERIFY(m_stage->update().success);
-    WriteFile(m_stage->installPath(QStringLiteral("update_md5.info")),
-              ManifestOf(InplaceStage::oldRelease()));
-    const Outcome outcome = m_stage->update();
-    QVERIFY(outcome.success);
-    QVERIFY(!outcome.update);
-    QCOMPARE(m_stage->installed(), InplaceStage::updated());
-}
-
-void tst_InplaceUpdate::update_everythingStaged_opensNoDialog()
-{
-    const FileMap release = InplaceStage::newRelease();
-    for (auto file = release.cbegin(); file != release.cend(); ++file) {
-        WriteFile(m_stage->stagingPath(file.key()), file.value());
-    }
-    const Outcome outcome = m_stage->update(false);
-    QVERIFY(outcome.success);
-    QVERIFY(outcome.update);
-    QCOMPARE(m_stage->dialogs(), 0);
-    QCOMPARE(m_stage->requested().size(), 2);
-    QCOMPARE(m_stage->installed(), InplaceStage::updated());
-}
-
-void tst_InplaceUpdate::update_modes_areCarriedOver()
-{
-    FileMap release = InplaceStage::newRelease();
-    release.insert(QStringLiteral("tool"), "#!/bin/sh\n");
-    m_stage->publish(release);
-    QVERIFY(QFile::setPermissions(m_stage->installPath(QStringLiteral("z")),
-                                  QFile::Permissions(0x7050)));
-    QVERIFY(m_stage->update().success);
-    const auto mode = [this](const char *path) {
-        const QFileInfo info(m_stage->installPath(QLatin1String(path)));
-        return static_cast<int>(info.permissions()) & 0x7077;
-    };
-    QCOMPARE(mode("z"), 0x7050);
-    QCOMPARE(mode("tool") & 0x1011, (mode("tool") & 0x4044) >> 2);
-    QCOMPARE(mode("d/changed") & 0x1011, 0);
-}
-
-void tst_InplaceUpdate::update_linksInTheStagingFolder_areNotFollowed()
-{
-    const QString elsewhere = m_stage->folders.temporary.filePath(QStringLiteral("elsewhere"));
-    WriteFile(elsewhere + QStringLiteral("/precious"), "x");
-    QVERIFY(QFile::link(elsewhere, m_stage->stagingPath(QStringLiteral("z"))));
-    QVERIFY(QFile::link(elsewhere, m_stage->stagingPath(QStringLiteral("d"))));
-    QVERIFY(m_stage->update().success);
-    QCOMPARE(m_stage->installed(), InplaceStage::updated());
-    QCOMPARE(ReadTree(QDir(elsewhere)), FileMap({{QStringLiteral("precious"), "x"}}));
-    QVERIFY(!QFileInfo(m_stage->installPath(QStringLiteral("z"))).isSymLink());
-}
-
-void tst_InplaceUpdate::update_otherVolume_isCopied()
-{
-    const QTemporaryDir other(QStringLiteral("/dev/shm/updater-test.XXXXXX"));
-    if (!other.isValid() ||
-        QStorageInfo(other.path()) == QStorageInfo(m_stage->folders.install.path())) {
-        QSKIP("There is no second volume here.");
-    }
-    m_stage->folders.staging = QDir(other.path());
-    QVERIFY(m_stage->update().success);
-    QCOMPARE(m_stage->installed(), InplaceStage::updated());
-    QVERIFY(m_stage->staged().isEmpty());
-}
-
-void tst_InplaceUpdate::update_lockThatNamesNobody_isTaken()
-{
-    // What is left of an update that was killed between making its lock and writing its name.
-    QFile lock(m_stage->installPath(QStringLiteral("inplace_update#lock")));
-    QVERIFY(lock.open(QIODevice::WriteOnly));
-    lock.close();
-    QVERIFY(m_stage->update().success);
-    QCOMPARE(m_stage->installed(), InplaceStage::updated());
-}
-
-void tst_InplaceUpdate::update_cancelled_canBeResumed_data()
-{
-    QTest::addColumn<bool>("escape");
-    QTest::newRow("Escape") << true;
-    QTest::newRow("cancel") << false;
-}
-
-void tst_InplaceUpdate::update_cancelled_canBeResumed()
-{
-    QFETCH(bool, escape);
-    const FileMap published = Published(InplaceStage::newRelease());
-    m_stage->serve([&](ScriptedConnection &connection, const QByteArray &request) {
-        if (RequestedPath(request).endsWith(QStringLiteral("/z"))) {
-            connection.hang();
-        }
-        ServeFiles(published)(connection, request);
-    });
-    const FileMap before = m_stage->installed();
-
-    const Outcome outcome = m_stage->update(false, [&](CUpdateProgress &dialog) {
-        if (m_stage->requested().size() < 5) {
-            return;
-        }
-        if (escape) {
-            QTest::keyClick(&dialog, Qt::Key_Escape);
-        } else {
-            QTest::mouseClick(dialog.findChild<QPushButton *>(QStringLiteral("cancel")),
-                              Qt::LeftButton);
-        }
-    });
-
-    QVERIFY(!outcome.success);
-    QVERIFY(!outcome.update);
-    QCOMPARE(outcome.message, QStringLiteral("已取消"));
-    QCOMPARE(m_stage->dialogs(), 1);
-    QCOMPARE(m_stage->installed(), before);
-    QCOMPARE(m_stage->staged().keys(),
-             QStringList({QStringLiteral("d/changed"), QStringLiteral("new/deep/added")}));
-
+    m_stage = std::make_unique<InplaceStage>(QStringLiteral("Sample"), QDir::tempPath());
+    m_stage->lay(InplaceStage::oldRelease());
     m_stage->publish(InplaceStage::newRelease());
-    QVERIFY(m_stage->update().success);
-    QCOMPARE(m_stage->requested().size(), 3);
-    QCOMPARE(m_stage->installed(), InplaceStage::updated());
 }
 
-QTEST_MAIN(tst_InplaceUpdate)
+void tst_InplaceUpdate::update_becomesTheRelease()
+{
+    const Tree before = m_stage->installed();
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->program().exitCode(), 0);
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());
+    QCOMPARE(ReadFile(m_stage->install + QLatin1Char('/') + LOCAL_MD5_FILENAME),
+             ManifestContent(InplaceStage::newRelease().manifest()));
+    QCOMPARE(m_stage->leftovers(), QStringList(undoName()));
+    QCOMPARE(Differences(ReadNodes(m_stage->parent + QLatin1Char('/') + undoName()), before),
+             QString());
+    const QJsonObject report = m_stage->program().report();
+    QCOMPARE(report.value(QStringLiteral("version")).toString(), QStringLiteral("1.1.0"));
+    QCOMPARE(report.value(QStringLiteral("files")).toInt(), 5);
+    QVERIFY(!QFileInfo::exists(m_stage->staging + QStringLiteral("/inplace_update#fetch")));
+}
+
+void tst_InplaceUpdate::update_again_nothingIsDone()
+{
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    const Tree after = m_stage->installed();
+    const int requests = m_stage->requested().size();
+    QCOMPARE(m_stage->run(), QStringLiteral("up-to-date"));
+    QCOMPARE(m_stage->requested().size(), requests + 2);
+    QCOMPARE(Differences(m_stage->installed(), after), QString());
+}
+
+void tst_InplaceUpdate::update_keepsTheUsersOwn()
+{
+    const Tree users{{QStringLiteral("mine"), File("my own", 0640)},
+                     {QStringLiteral("gone/mine too"), File("beside a dropped file")},
+                     {QStringLiteral("gone"), Folder()},
+                     {QStringLiteral("d/my link"), Link("/nowhere")},
+                     {QStringLiteral("my folder"), Folder(0750)},
+                     {QStringLiteral("my folder/empty"), Folder()}};
+    LayNodes(m_stage->install, users);
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease(), users), QString());
+}
+
+void tst_InplaceUpdate::update_withoutManifest_aPlainFolderKeepsAll()
+{
+    QVERIFY(QFile::remove(m_stage->install + QLatin1Char('/') + LOCAL_MD5_FILENAME));
+    Tree kept = WithFolders(InplaceStage::oldRelease().tree);
+    const Tree release = WithFolders(InplaceStage::newRelease().tree);
+    for (const QString &path : release.keys()) {
+        kept.remove(path);
+    }
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease(), kept), QString());
+}
+
+void tst_InplaceUpdate::update_unchangedFiles_areShared()
+{
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QVERIFY(!m_stage->requested().contains(QStringLiteral("/1.1.0/same")));
+    TreeEntries now;
+    TreeEntries before;
+    QCOMPARE(ListTree(QFile::encodeName(m_stage->install), now), QString());
+    QCOMPARE(ListTree(QFile::encodeName(m_stage->parent + QLatin1Char('/') + undoName()), before),
+             QString());
+    QCOMPARE(FindEntry(now, "same")->about.st_ino, FindEntry(before, "same")->about.st_ino);
+}
+
+void tst_InplaceUpdate::fetchOnly_applyOnly_needNoNetwork()
+{
+    const Tree before = m_stage->installed();
+    QCOMPARE(m_stage->run({QStringLiteral("--fetch-only")}), QStringLiteral("ready"));
+    QCOMPARE(Differences(m_stage->installed(), before), QString());
+    m_stage->stopServing();
+    const Tree users{{QStringLiteral("mine"), File("made in between")}};
+    LayNodes(m_stage->install, users);
+    QCOMPARE(m_stage->run({QStringLiteral("--apply-only")}), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease(), users), QString());
+    QCOMPARE(m_stage->run({QStringLiteral("--apply-only")}), QStringLiteral("nothing-ready"));
+}
+
+void tst_InplaceUpdate::applyOnly_nothingFetched_isRefused()
+{
+    const Tree before = m_stage->installed();
+    QCOMPARE(m_stage->run({QStringLiteral("--apply-only")}), QStringLiteral("nothing-ready"));
+    QCOMPARE(m_stage->program().exitCode(), 1);
+    QCOMPARE(Differences(m_stage->installed(), before), QString());
+}
+
+void tst_InplaceUpdate::check_changesNothing()
+{
+    const QString whole = m_stage->temporary.path();
+    const Tree before = ReadNodes(whole);
+    QCOMPARE(m_stage->run({QStringLiteral("--check")}), QStringLiteral("available"));
+    const QJsonObject report = m_stage->program().report();
+    QCOMPARE(report.value(QStringLiteral("update")).toBool(), true);
+    QCOMPARE(report.value(QStringLiteral("forced")).toBool(), false);
+    QCOMPARE(report.value(QStringLiteral("version")).toString(), QStringLiteral("1.1.0"));
+    QCOMPARE(report.value(QStringLiteral("files")).toInt(), 5);
+    QCOMPARE(report.value(QStringLiteral("bytes")).toInt(), 57);
+    QCOMPARE(Differences(ReadNodes(whole), before), QString());
+}
+
+void tst_InplaceUpdate::undo_once()
+{
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    const Tree users{{QStringLiteral("mine"), File("made after the update")}};
+    LayNodes(m_stage->install, users);
+    QCOMPARE(m_stage->run({QStringLiteral("--undo")}), QStringLiteral("undone"));
+    QCOMPARE(m_stage->differences(InplaceStage::oldRelease(), users), QString());
+    QCOMPARE(m_stage->leftovers(), QStringList());
+    QCOMPARE(m_stage->run({QStringLiteral("--undo")}), QStringLiteral("nothing-to-undo"));
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease(), users), QString());
+}
+
+void tst_InplaceUpdate::repair_bringsBackWhatDiffers()
+{
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    WriteFile(m_stage->install + QStringLiteral("/d/changed"), "new content, which is LONGER");
+    QVERIFY(QFile::remove(m_stage->install + QStringLiteral("/z")));
+    QVERIFY(QFile::remove(m_stage->install + QStringLiteral("/link")));
+    QVERIFY(QFile::link(QStringLiteral("z"), m_stage->install + QStringLiteral("/link")));
+    QVERIFY(QFile::setPermissions(m_stage->install + QStringLiteral("/same"),
+                                  QFile::ReadOwner | QFile::WriteOwner));
+    QCOMPARE(m_stage->run(), QStringLiteral("up-to-date"));
+    QCOMPARE(m_stage->run({QStringLiteral("--repair")}), QStringLiteral("repaired"));
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());
+    QCOMPARE(m_stage->program().report().value(QStringLiteral("files")).toInt(), 2);
+}
+
+void tst_InplaceUpdate::repair_nothingWrong_changesNothing()
+{
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    const QStringList before = m_stage->leftovers();
+    struct stat one {};
+    struct stat other {};
+    QCOMPARE(::stat(QFile::encodeName(m_stage->install).constData(), &one), 0);
+    QCOMPARE(m_stage->run({QStringLiteral("--repair")}), QStringLiteral("up-to-date"));
+    QCOMPARE(::stat(QFile::encodeName(m_stage->install).constData(), &other), 0);
+    QCOMPARE(other.st_ino, one.st_ino);
+    QCOMPARE(m_stage->leftovers(), before);
+}
+
+void tst_InplaceUpdate::noBackup_leavesNothingBeside()
+{
+    QCOMPARE(m_stage->run({QStringLiteral("--no-backup")}), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());
+    QCOMPARE(m_stage->leftovers(), QStringList());
+}
+
+void tst_InplaceUpdate::oldManifest_isInstalledAsEver()
+{
+    TestRelease release;
+    release.isComplete = false;
+    release.tree = {{QStringLiteral("d/changed"), File("new content")},
+                    {QStringLiteral("d/program"), File("#!/bin/sh\necho new\n", 0755)},
+                    {QStringLiteral("new/script"), File("#!/bin/sh\n", 0755)}};
+    m_stage->publish(release);
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(release), QString());
+}
+
+QTEST_GUILESS_MAIN(tst_InplaceUpdate)
 #include "tst_inplace_update.moc"

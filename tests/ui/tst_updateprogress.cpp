@@ -21,7 +21,6 @@ private slots:
     void form_widgets_areAsDesigned_data();
     void form_widgets_areAsDesigned();
     void form_look_isAsDesigned();
-    void texts_translated_haveTheFormsContext();
     void construction_bars_areReset();
     void construction_worker_isStarted();
     void cancel_pressedOrFailed_staysAsItWas();
@@ -115,22 +114,6 @@ void tst_UpdateProgress::form_look_isAsDesigned()
     }
     QVERIFY(!cancel().isDefault());
     QVERIFY(cancel().autoDefault());
-}
-
-void tst_UpdateProgress::texts_translated_haveTheFormsContext()
-{
-    const ContextTranslator translator;
-    cleanup();
-    init(); // the dialog anew
-    const QString form = QStringLiteral("[CUpdateProgress]");
-    const auto text = [this](const char *name) {
-        return m_dialog->findChild<QWidget *>(QLatin1String(name))->property("text").toString();
-    };
-    QCOMPARE(text("label"), form + "正在更新");
-    QCOMPARE(text("desc"), form + "正在下载更新文件");
-    QCOMPARE(text("cancel"), form + "取消");
-    m_dialog->downloadStarted(QFileInfo(QStringLiteral("/a/b")), 0, 1);
-    QCOMPARE(text("desc"), form + "正在下载更新文件b");
 }
 
 void tst_UpdateProgress::construction_bars_areReset()

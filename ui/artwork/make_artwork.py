@@ -1,14 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
-"""Makes update_bg.png and icon.ico from the drawings beside this script.
+"""Makes update_bg.png and icon.ico, the two embedded files, from their drawings."""
 
-usage: make_artwork.py [FOLDER]    FOLDER gets both files; the default is the folder above this one
-
-Needs rsvg-convert (librsvg2-bin) and Python's standard library. Both files have a fixed size in
-bytes, which a chunk of zeros in the PNG fills up, and are the same on every run.
-"""
-
+import argparse
+import base64
 import pathlib
 import struct
 import subprocess
@@ -21,6 +17,14 @@ FILL_CHUNK = b"fiLl"  # ancillary, private, safe to copy
 CHUNK_OVERHEAD = 12
 PIXEL = 4  # bytes: red, green, blue, alpha
 ICO_HEADER_SIZE = 22
+BACKGROUND_SIZE = 26274  # bytes; tests/ui/tst_resources.cpp pins both
+ICON_SIZE = 24725
+WRAPPER = '''<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{height}">
+<image width="{width}" height="{height}" href="data:image/png;base64,{data}"/></svg>'''
+
+
+class BadDrawing(Exception):
+    pass
 
 
 def chunk(kind, data):
@@ -29,7 +33,7 @@ def chunk(kind, data):
 
 def chunks(png):
     if not png.startswith(SIGNATURE):
-        raise ValueError("not a PNG")
+        raise BadDrawing("not a PNG")
     at = len(SIGNATURE)
     while at < len(png):
         (length,) = struct.unpack_from(">I", png, at)
@@ -38,14 +42,28 @@ def chunks(png):
 
 
 def paeth(left, up, corner):
-    estimate = left + up - corner
-    distances = (abs(estimate - left), abs(estimate - up), abs(estimate - corner))
-    return (left, up, corner)[distances.index(min(distances))]
+    if left == up == corner:
+        return left
+    by_left, by_up = abs(up - corner), abs(left - corner)
+    by_corner = abs(left + up - 2 * corner)
+    if by_left <= by_up and by_left <= by_corner:
+        return left
+    return up if by_up <= by_corner else corner
 
 
-def prediction(kind, left, up, corner):
-    """What filter `kind` expects at a byte with these neighbours."""
-    return (0, left, up, (left + up) // 2, paeth(left, up, corner) if kind == 4 else 0)[kind]
+def unfiltered(kind, line, previous, step):
+    """Turns the `line` of a picture with `step` bytes a pixel back into its row, in place."""
+    for x in range(len(line)):
+        left, corner = (line[x - step], previous[x - step]) if x >= step else (0, 0)
+        if kind == 1:
+            line[x] = (line[x] + left) & 255
+        elif kind == 2:
+            line[x] = (line[x] + previous[x]) & 255
+        elif kind == 3:
+            line[x] = (line[x] + (left + previous[x]) // 2) & 255
+        elif kind == 4:
+            line[x] = (line[x] + paeth(left, previous[x], corner)) & 255
+    return line
 
 
 def pixels(png, width, height):
@@ -53,17 +71,14 @@ def pixels(png, width, height):
     found = list(chunks(png))
     *header, depth, colour, _, _, interlace = struct.unpack(">IIBBBBB", found[0][1])
     if header != [width, height] or depth != 8 or colour not in (2, 6) or interlace:
-        raise ValueError(f"want {width} x {height} RGB or RGBA of 8 bits, not interlaced")
+        raise BadDrawing(f"the renderer gave no {width} x {height} RGB or RGBA of 8 bits")
     step = 3 if colour == 2 else PIXEL
     packed = zlib.decompress(b"".join(data for kind, data in found if kind == b"IDAT"))
     stride = width * step
     rows, previous = [], bytes(stride)
     for y in range(height):
         kind, *line = packed[y * (stride + 1):(y + 1) * (stride + 1)]
-        for x in range(stride):
-            left, corner = (line[x - step], previous[x - step]) if x >= step else (0, 0)
-            line[x] = (line[x] + prediction(kind, left, previous[x], corner)) & 255
-        previous = bytes(line)
+        previous = bytes(unfiltered(kind, line, previous, step))
         rows.append(previous if step == PIXEL else with_full_alpha(previous))
     return rows
 
@@ -73,9 +88,19 @@ def with_full_alpha(row):
 
 
 def filtered(row, previous, kind):
+    """The row as filter `kind` packs it: what differs from its prediction."""
     left, corner = bytes(PIXEL) + row[:-PIXEL], bytes(PIXEL) + previous[:-PIXEL]
-    return bytes([kind]) + bytes((value - prediction(kind, a, b, c)) & 255
-                                 for value, a, b, c in zip(row, left, previous, corner))
+    if kind == 0:
+        return bytes([0]) + row
+    if kind == 1:
+        return bytes([1]) + bytes([(v - a) & 255 for v, a in zip(row, left)])
+    if kind == 2:
+        return bytes([2]) + bytes([(v - b) & 255 for v, b in zip(row, previous)])
+    if kind == 3:
+        return bytes([3]) + bytes([(v - (a + b) // 2) & 255
+                                   for v, a, b in zip(row, left, previous)])
+    return bytes([4]) + bytes([(v - paeth(a, b, c)) & 255
+                               for v, a, b, c in zip(row, left, previous, corner)])
 
 
 def packings(rows):
@@ -101,16 +126,43 @@ def encode(rows, size):
     body = chunk(b"IDAT", min(packings(rows), key=len))
     room = size - len(ends[0]) - len(body) - len(ends[1])
     if room < CHUNK_OVERHEAD:
-        raise ValueError(f"the picture is {CHUNK_OVERHEAD - room} bytes too large: draw it simpler")
-    print(f"{room} of {size} bytes to fill")
-    return ends[0] + chunk(FILL_CHUNK, bytes(room - CHUNK_OVERHEAD)) + body + ends[1]
+        raise BadDrawing(f"{CHUNK_OVERHEAD - room} bytes too big for a file of {size}: "
+                         "draw it simpler (flat shapes, vertical gradients)")
+    return ends[0] + chunk(FILL_CHUNK, bytes(room - CHUNK_OVERHEAD)) + body + ends[1], room
 
 
-def render(drawing, width, height, size):
-    png = subprocess.run(["rsvg-convert", "--width", str(width), "--height", str(height),
-                          "--format", "png", str(HERE / drawing)],
-                         check=True, stdout=subprocess.PIPE).stdout
-    return encode(pixels(png, width, height), size)
+def wrapped(png, width, height):
+    """A drawing that shows `png`, so that the renderer reads it, whatever form of PNG it is."""
+    kind, header = next(chunks(png))
+    found = struct.unpack_from(">II", header)
+    if found != (width, height):
+        raise BadDrawing(f"{found[0]} x {found[1]} pixels, but {width} x {height} are wanted")
+    data = base64.b64encode(png).decode()
+    return WRAPPER.format(width=width, height=height, data=data).encode()
+
+
+def drawing_of(folder, name, width, height):
+    """The drawing `name`.svg or `name`.png in `folder`, as SVG."""
+    found = [path for path in (folder / f"{name}.svg", folder / f"{name}.png") if path.exists()]
+    if len(found) != 1:
+        raise BadDrawing(f"{folder} holds {len(found)} of {name}.svg and {name}.png: want one")
+    drawing = found[0].read_bytes()
+    return wrapped(drawing, width, height) if found[0].suffix == ".png" else drawing
+
+
+def render(folder, name, width, height, size):
+    try:
+        png = subprocess.run(["rsvg-convert", "--width", str(width), "--height", str(height),
+                              "--format", "png", "--unlimited"], check=True,
+                             input=drawing_of(folder, name, width, height),
+                             stdout=subprocess.PIPE).stdout
+        encoded, room = encode(pixels(png, width, height), size)
+    except (BadDrawing, subprocess.CalledProcessError) as error:
+        sys.exit(f"make_artwork.py: {name}: {error}")
+    except FileNotFoundError:
+        sys.exit("make_artwork.py: rsvg-convert is missing (Debian: librsvg2-bin)")
+    print(f"{name}: {size - room} of {size} bytes, the rest is filled up")
+    return encoded
 
 
 def icon(png):
@@ -119,9 +171,22 @@ def icon(png):
 
 
 def main():
-    folder = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else HERE.parent
-    (folder / "update_bg.png").write_bytes(render("update_bg.svg", 556, 341, 26274))
-    (folder / "icon.ico").write_bytes(icon(render("icon.svg", 256, 256, 24725 - ICO_HEADER_SIZE)))
+    parser = argparse.ArgumentParser(
+        description="Makes update_bg.png (556 x 341) and icon.ico (256 x 256), the two embedded "
+        "files, from their drawings, update_bg and icon, each an SVG or a PNG of that size.",
+        epilog="Both files have a fixed size in bytes, which a chunk of zeros in the PNG fills up; "
+        "a drawing that needs more is refused. The same drawings give the same bytes on every run. "
+        "Needs rsvg-convert.")
+    parser.add_argument("--drawings", metavar="FOLDER", type=pathlib.Path, default=HERE,
+                        help="where the drawings are (default: beside this script)")
+    parser.add_argument("folder", metavar="FOLDER", type=pathlib.Path, nargs="?",
+                        default=HERE.parent,
+                        help="what gets both files (default: the folder above this script)")
+    arguments = parser.parse_args()
+    background = render(arguments.drawings, "update_bg", 556, 341, BACKGROUND_SIZE)
+    image = render(arguments.drawings, "icon", 256, 256, ICON_SIZE - ICO_HEADER_SIZE)
+    (arguments.folder / "update_bg.png").write_bytes(background)
+    (arguments.folder / "icon.ico").write_bytes(icon(image))
 
 
 if __name__ == "__main__":

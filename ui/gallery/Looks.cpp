@@ -43,3 +43,8 @@ void WearLook(const Look &look)
         QToolTip::setPalette(palette);
     }
 }
+
+QColor DesktopColor()
+{
+    return {0xc9, 0xcd, 0xd1};
+}

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QColor>
 #include <QList>
 #include <QString>
 
@@ -23,3 +24,6 @@ const Look &FindLook(const QString &name);
 /// Gives the running application the palette and font of \a look. Its scale is set at the start of
 /// the program only, through the environment.
 void WearLook(const Look &look);
+
+/// The colour of the desktop around the windows.
+QColor DesktopColor();

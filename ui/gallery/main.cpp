@@ -1,23 +1,37 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "Comparison.h"
 #include "ContactSheet.h"
 #include "Looks.h"
+#include "OwnHome.h"
 #include "Scenes.h"
+#include "release/Messages.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
 #include <QProcess>
-#include <QTextStream>
+
+#include <cstdlib>
 
 // updater_gallery FOLDER: pictures of every dialog, in every state, on every kind of desktop, and a
 // contact sheet of them all. Needs no display.
 
 namespace {
 
+QtMessageHandler s_previousHandler = nullptr;
+
+/// Leaves out what the platform without a display says when a window wants more than it has.
+void DropNoise(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (!message.startsWith(QLatin1String("This plugin does not support "))) {
+        s_previousHandler(type, context, message);
+    }
+}
+
 /// Writes the pictures of one look; the scale is that of this process.
-bool renderLook(const QString &name, const QDir &folder)
+bool RenderLook(const QString &name, const QDir &folder)
 {
     const Look &look = FindLook(name);
     WearLook(look);
@@ -31,7 +45,7 @@ bool renderLook(const QString &name, const QDir &folder)
 }
 
 /// Runs this program again for each look, because the scale is fixed when a program starts.
-bool renderAll(const QDir &folder)
+bool RenderAll(const QDir &folder)
 {
     for (const Look &look : AllLooks()) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -49,37 +63,77 @@ bool renderAll(const QDir &folder)
     return WriteContactSheet(folder);
 }
 
+void TellDifferences(const FormerPictures &former, const QDir &folder)
+{
+    const QStringList differences = former.differences(folder);
+    Say(differences.isEmpty() ? QStringLiteral("All pictures are as they were.")
+                              : differences.join(QLatin1Char('\n')));
+}
+
+int MakeGallery(const QDir &folder, const QString &formerFolder)
+{
+    const FormerPictures former{QDir(formerFolder)}; // read first: it may be the same folder
+    if (!formerFolder.isNull() && former.isEmpty()) {
+        return Refuse({QStringLiteral("%1 holds no pictures").arg(formerFolder)});
+    }
+    if (!RenderAll(folder)) {
+        return Refuse({QStringLiteral("not all pictures could be made")});
+    }
+    if (!formerFolder.isNull()) {
+        TellDifferences(former, folder);
+    }
+    return EXIT_SUCCESS;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
+    const OwnHome home;
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    s_previousHandler = qInstallMessageHandler(DropNoise);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     const QApplication app(argc, argv);
+    QApplication::setApplicationVersion(QStringLiteral(UPDATER_VERSION));
 
+    const QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Shows this text.")};
+    const QCommandLineOption version(QStringLiteral("version"),
+                                     QStringLiteral("Shows the version."));
+    const QCommandLineOption against(
+        QStringLiteral("against"),
+        QStringLiteral("Lists what has changed since the pictures in OTHER, which may be FOLDER."),
+        QStringLiteral("OTHER"));
+    const QCommandLineOption look(QStringLiteral("look"),
+                                  QStringLiteral("Makes the pictures of one look only."),
+                                  QStringLiteral("NAME"));
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Makes pictures of all dialogs and a contact sheet of them."));
-    parser.addHelpOption();
-    const QCommandLineOption look(QStringLiteral("look"),
-                                  QStringLiteral("Makes the pictures of one look only."),
-                                  QStringLiteral("name"));
-    parser.addOption(look);
-    parser.addPositionalArgument(QStringLiteral("folder"), QStringLiteral("Where the files go."));
-    parser.process(app);
+    parser.addOptions({help, version, against, look});
+    parser.addPositionalArgument(QStringLiteral("FOLDER"), QStringLiteral("Where the files go."));
+    if (!parser.parse(QApplication::arguments())) {
+        return Complain(parser.errorText());
+    }
+    if (parser.isSet(help)) {
+        Say(parser.helpText().trimmed());
+        return EXIT_SUCCESS;
+    }
+    if (parser.isSet(version)) {
+        Say(QApplication::applicationVersion());
+        return EXIT_SUCCESS;
+    }
     if (parser.positionalArguments().size() != 1) {
-        parser.showHelp(2);
+        return Complain(QStringLiteral("one FOLDER is needed"));
     }
 
     const QDir folder(parser.positionalArguments().first());
-    if (!folder.mkpath(QStringLiteral("."))) {
-        QTextStream(stderr) << "cannot make the folder " << folder.path() << '\n';
-        return 1;
+    if (!home.isValid() || !folder.mkpath(QStringLiteral("."))) {
+        return Refuse({QStringLiteral("cannot make the folder %1").arg(folder.path())});
     }
-    const bool made =
-        parser.isSet(look) ? renderLook(parser.value(look), folder) : renderAll(folder);
-    return made ? 0 : 1;
+    if (parser.isSet(look)) {
+        return RenderLook(parser.value(look), folder) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    return MakeGallery(folder, parser.value(against));
 }

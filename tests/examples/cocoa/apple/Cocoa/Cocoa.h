@@ -4,8 +4,8 @@
 #pragma once
 
 /// \file
-/// What the sample host uses of AppKit beyond the platform module's share. There is no code behind
-/// it.
+/// What the sample host and services.mm use of AppKit beyond the platform module's share. There is
+/// no code behind it.
 
 #import <AppKit/AppKit.h>
 
@@ -22,6 +22,7 @@ enum : NSUInteger {
     NSWindowStyleMaskResizable = 8
 };
 enum NSBackingStoreType : NSUInteger { NSBackingStoreBuffered = 2 };
+enum NSApplicationActivationPolicy : NSInteger { NSApplicationActivationPolicyRegular };
 enum NSApplicationTerminateReply : NSUInteger {
     NSTerminateCancel,
     NSTerminateNow,
@@ -35,6 +36,7 @@ enum NSApplicationActivationOptions : NSUInteger { NSApplicationActivateIgnoring
                             backing:(NSBackingStoreType)backing
                               defer:(BOOL)defer;
 - (void)setTitle:(NSString *)title;
+- (NSView *)contentView;
 - (void)makeKeyAndOrderFront:(id)sender;
 - (void)orderOut:(id)sender;
 @end
@@ -62,6 +64,7 @@ enum NSApplicationActivationOptions : NSUInteger { NSApplicationActivateIgnoring
 
 @interface NSApplication : NSObject
 @property(class, readonly) NSApplication *sharedApplication;
+- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy;
 - (void)setDelegate:(id<NSApplicationDelegate>)delegate;
 - (void)setMainMenu:(NSMenu *)menu;
 - (void)run;

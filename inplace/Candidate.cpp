@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "inplace/Candidate.h"
+
+#include <QCryptographicHash>
+
+namespace {
+
+Decision DecideByNumber(const Candidate &candidate, const InstalledRelease &installed,
+                        const std::optional<HighestNumber> &highest, bool withKeys)
+{
+    const std::optional<int> number = installed.number();
+    if (number && candidate.version < *number) {
+        return Decision::Older;
+    }
+    const bool isNumberOfManifest = installed.hasManifest && installed.manifest.isComplete &&
+                                    installed.manifest.version == candidate.version;
+    if (isNumberOfManifest && withKeys) {
+        return Decision::SameNumber; // and its bytes are others
+    }
+    if (withKeys && highest) {
+        if (candidate.version < highest->number) {
+            return Decision::Older;
+        }
+        if (candidate.version == highest->number &&
+            highest->sha256 != ManifestDigest(candidate.content)) {
+            return Decision::SameNumber;
+        }
+    }
+    // A bundle that no updater has put there has no manifest to compare.
+    return number && candidate.version == *number && !isNumberOfManifest ? Decision::UpToDate
+                                                                         : Decision::Install;
+}
+
+} // namespace
+
+Decision Decide(const Candidate &candidate, const InstalledRelease &installed,
+                const std::optional<HighestNumber> &highest, bool withKeys, bool allowOlder)
+{
+    if (installed.hasManifest && installed.content == candidate.content) {
+        return Decision::UpToDate;
+    }
+    if (!candidate.manifest.isComplete) {
+        return Decision::Install; // an old manifest tells no number
+    }
+    const Decision decision = DecideByNumber(candidate, installed, highest, withKeys);
+    return decision == Decision::Older && allowOlder ? Decision::Install : decision;
+}
+
+bool IsForced(const Candidate &candidate, const InstalledRelease &installed)
+{
+    const std::optional<int> number =
+        installed.isBundle ? installed.listNumber : installed.number();
+    return number && *number <= candidate.minVersion;
+}
+
+QStringList WantedApplications(const QString &asked, const InstalledRelease &installed)
+{
+    if (!asked.isEmpty()) {
+        return {asked};
+    }
+    QStringList wanted{installed.identifier};
+    if (installed.hasManifest) {
+        wanted.append(installed.manifest.application);
+    }
+    wanted.removeAll(QString());
+    return wanted;
+}
+
+QByteArray ManifestDigest(const QByteArray &content)
+{
+    return QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex();
+}

@@ -1,0 +1,102 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "inplace/FetchStep.h"
+
+#include "release/PublishedRelease.h"
+
+#include <QObject>
+
+#include <utility>
+
+namespace {
+
+using Kind = ReleaseFault::Kind;
+
+/// Puts what is wrong with a published release into the user's words.
+Problem ProblemOf(const ReleaseFault &fault, const QString &base)
+{
+    const QString reason = QStringLiteral("%1/%2: %3").arg(base, fault.subject, fault.detail);
+    switch (fault.kind) {
+    case Kind::Missing:
+    case Kind::Network:
+        return {End::Network, QObject::tr("下载升级信息失败:%1").arg(reason)};
+    case Kind::Description:
+    case Kind::Mismatch:
+        return {End::Description, QObject::tr("升级描述文件内容不合法:%1").arg(reason)};
+    case Kind::Manifest:
+        return {End::Manifest, QObject::tr("升级清单内容不合法:%1").arg(reason)};
+    case Kind::Signature:
+        return {End::Signature, QObject::tr("升级清单的签名不对:%1").arg(reason)};
+    case Kind::None:
+        break;
+    }
+    return {};
+}
+
+/// The page for the user's browser: signed, where signatures are demanded.
+QString PageOf(const PublishedRelease &release)
+{
+    const bool isTold = !release.manifest.page.isEmpty() || release.isSigned;
+    const QString page = isTold ? release.manifest.page : release.description.downloadUrl;
+    return DownloadUrlReason(page).isEmpty() ? page : QString();
+}
+
+Problem Read(ReleaseSource &source, const QString &base, const UpdateOptions &options,
+             Candidate &candidate)
+{
+    PublishedRelease release;
+    const Problem problem = ProblemOf(ReadPublishedRelease(source, options.keys, release), base);
+    if (problem) {
+        return problem;
+    }
+    const ReleaseManifest &manifest = release.manifest;
+    const PublishedDescription &description = release.description;
+    candidate.description = DescriptionContent(description);
+    candidate.folder = description.folder;
+    candidate.content = release.manifestContent;
+    candidate.signature = release.signature;
+    candidate.version = manifest.isComplete ? manifest.version : description.version;
+    candidate.versionString =
+        manifest.isComplete ? manifest.versionString : description.versionString;
+    candidate.minVersion = manifest.isComplete ? manifest.minVersion : description.minVersion;
+    candidate.page = PageOf(release);
+    candidate.manifest = std::move(release.manifest);
+    return {};
+}
+
+} // namespace
+
+Problem FetchCandidate(const UpdateOptions &options, Candidate &candidate)
+{
+    WebSource source(options.baseUrl);
+    return Read(source, options.baseUrl, options, candidate);
+}
+
+Problem ReadCandidate(const QString &folder, const UpdateOptions &options, Candidate &candidate)
+{
+    FolderSource source(folder);
+    const Problem problem = Read(source, folder, options, candidate);
+    return problem.end == End::Network ? Problem{End::NothingReady, QObject::tr("没有已下载的更新")}
+                                       : problem;
+}
+
+Problem CandidateProblem(const Candidate &candidate, const UpdateOptions &options,
+                         const InstalledRelease &installed)
+{
+    const QStringList wanted = WantedApplications(options.application, installed);
+    const QString &told = candidate.manifest.application;
+    const bool isDemanded = !options.keys.isEmpty() || !options.application.isEmpty();
+    if (!wanted.isEmpty() && !wanted.contains(told) && (isDemanded || !told.isEmpty())) {
+        return {
+            End::Application,
+            QObject::tr("升级包属于其他应用(%1，应为%2)").arg(told, wanted.join(QLatin1Char(' ')))};
+    }
+    for (const ManifestFile &file : candidate.manifest.files) {
+        if (file.size >= static_cast<quint64>(TooLargeSize)) {
+            return {End::Manifest, QObject::tr("升级清单中的文件过大:\"%1\" (%2字节)")
+                                       .arg(file.path, QString::number(file.size))};
+        }
+    }
+    return {};
+}

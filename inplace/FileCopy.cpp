@@ -1,0 +1,118 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "inplace/FileCopy.h"
+
+#include "inplace/VolumeCalls.h"
+#include "release/Descriptor.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t WhileCopying = 0600;
+constexpr auto PartName = "inplace_update#part"; // no release can have it
+constexpr std::size_t BlockSize = 0x40000;
+
+bool WriteBlock(int to, const char *block, ssize_t length)
+{
+    // Continue after a short write so that the error surfaces.
+    while (length > 0) {
+        const ssize_t written = ::write(to, block, static_cast<std::size_t>(length));
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        block += written;
+        length -= written;
+    }
+    return true;
+}
+
+bool CopyContent(int from, int to)
+{
+    if (CloneContent(from, to)) {
+        return true;
+    }
+    static thread_local std::array<char, BlockSize> block;
+    for (;;) {
+        const ssize_t length = ::read(from, block.data(), block.size());
+        if (length == 0) {
+            return true;
+        }
+        if ((length < 0 && errno != EINTR) ||
+            (length > 0 && !WriteBlock(to, block.data(), length))) {
+            return false;
+        }
+    }
+}
+
+bool CopyFile(int fromFolder, const char *name, int toFolder, const char *newName, bool withMode)
+{
+    const Descriptor from(
+        ::openat(fromFolder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    Descriptor to(from.isOpen() ? ::openat(toFolder, newName,
+                                           O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, WhileCopying)
+                                : -1);
+    struct stat about {};
+    if (!to.isOpen() || ::fstat(from.number(), &about) != 0 ||
+        !CopyContent(from.number(), to.number())) {
+        return false;
+    }
+#ifdef __APPLE__
+    const std::array<timespec, 2> times{about.st_atimespec, about.st_mtimespec};
+#else
+    const std::array<timespec, 2> times{about.st_atim, about.st_mtim};
+#endif
+    (void)::futimens(to.number(), times.data()); // the time is no part of a release
+    if (withMode && ::fchmod(to.number(), about.st_mode & 0777U) != 0) {
+        return false;
+    }
+    return to.close();
+}
+
+bool CopyLink(int from, int to, const char *name)
+{
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = ::readlinkat(from, name, target.data(), target.size() - 1);
+    return length >= 0 && ::symlinkat(target.data(), to, name) == 0;
+}
+
+} // namespace
+
+bool PutEntry(int from, int to, const char *name)
+{
+    if (::linkat(from, name, to, name, 0) == 0) {
+        return true;
+    }
+    const int error = errno;
+    struct stat about {};
+    if (error == EEXIST || error == ENOENT ||
+        ::fstatat(from, name, &about, AT_SYMLINK_NOFOLLOW) != 0) {
+        errno = error;
+        return false;
+    }
+    if (S_ISREG(about.st_mode)) {
+        return CopyFile(from, name, to, name, true);
+    }
+    if (S_ISLNK(about.st_mode)) {
+        return CopyLink(from, to, name);
+    }
+    errno = error;
+    return false;
+}
+
+bool CopyInPlace(int folder, const char *name)
+{
+    (void)::unlinkat(folder, PartName, 0); // of an interrupted run; mostly there is none
+    return CopyFile(folder, name, folder, PartName, false) &&
+           ::renameat(folder, PartName, folder, name) == 0;
+}

@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+/// The start of the host application at the end of a run, however it ends.
+class HostStart {
+public:
+    /// Remembers this program's own path, which an update may change: create it first of all, but
+    /// behind the application object.
+    ///
+    /// \a program  resolved against \a install when it is relative; empty starts nothing.
+    HostStart(const QString &install, const QString &program);
+
+    /// Starts the host, detached, with the two arguments that a session gives: this program's path
+    /// and "no_check". One that cannot be started leaves nothing to do.
+    void start() const;
+
+private:
+    const QString m_self;
+    QString m_program;
+};

@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "inplace/InstalledRelease.h"
+
+#include "platform/InfoPlist.h"
+#include "platform/VersionNumber.h"
+#include "release/Descriptor.h"
+#include "release/ReleaseSignature.h"
+
+#include <QFile>
+
+namespace {
+
+void ReadPropertyList(const QString &install, InstalledRelease &installed)
+{
+    const QByteArray path = QFile::encodeName(install + QStringLiteral("/Contents/Info.plist"));
+    const InfoPlist list = ReadInfoPlist(path.toStdString());
+    installed.identifier = QString::fromStdString(list.identifier.value_or(std::string()));
+    if (list.version) {
+        installed.listNumber = VersionNumber(list.version->c_str());
+        installed.versionString = QString::fromStdString(*list.version);
+    }
+}
+
+} // namespace
+
+std::optional<int> InstalledRelease::number() const
+{
+    const bool tells = hasManifest && manifest.isComplete;
+    if (!tells) {
+        return listNumber;
+    }
+    return listNumber ? qMax(*listNumber, manifest.version) : manifest.version;
+}
+
+InstalledRelease ReadInstalled(const Layout &layout)
+{
+    InstalledRelease installed;
+    installed.isBundle = IsBundle(layout.install);
+    if (installed.isBundle) {
+        ReadPropertyList(layout.install, installed);
+    }
+    const QString path = layout.manifestPath(installed.isBundle);
+    installed.content = ReadSmall(path, TooLargeManifest);
+    installed.signature = ReadSmall(SignaturePath(path), TooLargeSignature);
+    installed.hasManifest = !installed.content.isEmpty() &&
+                            ReadManifest(installed.content, installed.manifest).isEmpty();
+    if (installed.hasManifest && installed.versionString.isEmpty()) {
+        installed.versionString = installed.manifest.versionString;
+    }
+    return installed;
+}
+
+QByteArray ReadSmall(const QString &path, qint64 limit)
+{
+    Descriptor open;
+    QFile file;
+    if (!OpenRegularFile(path, open).isEmpty() || !file.open(open.number(), QIODevice::ReadOnly) ||
+        file.size() >= limit) {
+        return {};
+    }
+    QByteArray content = file.readAll();
+    return content.size() == file.size() ? content : QByteArray();
+}

@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "inplace/NewTree.h"
+
+#include "app/FileNames.h"
+#include "inplace/Preconditions.h"
+#include "inplace/Staging.h"
+#include "inplace/TreeBuild.h"
+#include "inplace/TreeVerify.h"
+#include "inplace/Worker.h"
+#include "release/DurableFile.h"
+
+#include <QFile>
+#include <QObject>
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace {
+
+/// Whether nothing has come, gone or been put in the place of another.
+bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
+{
+    return std::equal(one.cbegin(), one.cend(), other.cbegin(), other.cend(),
+                      [](const TreeEntry &left, const TreeEntry &right) {
+                          return left.path == right.path && left.kind == right.kind &&
+                                 left.about.st_ino == right.about.st_ino &&
+                                 left.about.st_mode == right.about.st_mode &&
+                                 left.target == right.target;
+                      });
+}
+
+} // namespace
+
+NewTree::NewTree(const UpdateOptions &options, const Layout &layout,
+                 const InstalledRelease &installed, const Candidate &candidate, StopSignals &stop)
+    : m_options(options), m_layout(layout), m_installed(installed), m_candidate(candidate),
+      m_stop(stop)
+{
+}
+
+Problem NewTree::make(Source source)
+{
+    const QByteArray install = QFile::encodeName(m_layout.install);
+    const QByteArray next = QFile::encodeName(m_layout.next);
+    const QString reason = ListTree(install, m_there);
+    if (!reason.isEmpty()) {
+        return {End::Storage, reason};
+    }
+    Problem problem = InnerVolumeProblem(m_layout, m_there);
+    if (problem) {
+        return problem;
+    }
+    PlanSources sources{
+        m_candidate.manifest, m_installed.known(), m_there, {}, m_installed.isBundle};
+    (void)::stat(install.constData(), &sources.root); // it was listed a moment ago
+    m_plan = PlanTree(sources);
+
+    TreeBuild build(next, m_plan, m_hashed);
+    problem = build.prepare();
+    if (!problem) {
+        problem = fill(build, source);
+    }
+    const bool isInside = m_layout.isManifestInside(isBundle());
+    if (!problem && isInside) {
+        problem = putManifest();
+    }
+    if (!problem) {
+        problem = build.finish(install);
+    }
+    return problem ? problem : VerifyTree(next, m_plan, isInside, m_hashed);
+}
+
+/// Brings the files of the release, from the nearest place first.
+Problem NewTree::fill(TreeBuild &build, Source source)
+{
+    Problem problem;
+    if (source == Source::Previous) {
+        problem = build.takeFrom(QFile::encodeName(m_layout.previous), TreeBuild::Take::Share);
+    }
+    if (!problem) {
+        problem = build.takeFrom(QFile::encodeName(m_layout.install), TreeBuild::Take::Share,
+                                 m_installed.known());
+    }
+    if (!problem) {
+        problem = PruneStaging(m_layout.fetch, build.missing());
+    }
+    if (!problem) {
+        problem = build.takeFrom(QFile::encodeName(m_layout.fetch), TreeBuild::Take::Move);
+    }
+    if (problem || build.missing().empty()) {
+        return problem;
+    }
+    if (source != Source::Network) {
+        return {End::NothingReady,
+                QObject::tr("没有已下载的文件%1").arg(build.missing().front()->file->path)};
+    }
+    problem = RoomProblem(m_layout, build.missing());
+    return problem ? problem : download(build.missing());
+}
+
+Problem NewTree::download(const std::vector<const PlannedEntry *> &missing)
+{
+    WorkerTask task;
+    task.url = m_options.baseUrl + QLatin1Char('/') + m_candidate.folder + QLatin1Char('/');
+    task.staging = QDir(m_layout.fetch);
+    task.install = QDir(m_layout.next);
+    task.stallSeconds = m_options.stallSeconds;
+    task.console = !m_options.hasWindows();
+    qint64 bytes = 0;
+    for (const PlannedEntry *entry : missing) {
+        task.files.append(ManifestRecord(*entry->file));
+        bytes += static_cast<qint64>(entry->file->size);
+    }
+    Problem problem = RunWorker(task, m_stop);
+    if (!problem) {
+        m_files += task.files.size();
+        m_bytes += bytes;
+    }
+    return problem;
+}
+
+/// Puts the manifest into the tree, which the installed one of a plain folder comes with.
+Problem NewTree::putManifest() const
+{
+    const QString path = m_layout.next + QLatin1Char('/') + LOCAL_MD5_FILENAME;
+    const QString part = m_layout.next + QStringLiteral("/inplace_update#part");
+    QString reason = WriteDurably(path, part, m_candidate.content);
+    if (reason.isEmpty() && !m_candidate.signature.isEmpty()) {
+        reason = WriteDurably(SignaturePath(path), part, m_candidate.signature);
+    }
+    struct stat install {};
+    if (reason.isEmpty() && ::geteuid() == 0 &&
+        ::stat(QFile::encodeName(m_layout.install).constData(), &install) == 0) {
+        for (const QString &file : {path, SignaturePath(path)}) {
+            (void)::lchown(QFile::encodeName(file).constData(), install.st_uid, install.st_gid);
+        }
+    }
+    return reason.isEmpty() ? Problem() : Problem{End::Storage, reason};
+}
+
+bool NewTree::isCurrent() const
+{
+    TreeEntries now;
+    return ListTree(QFile::encodeName(m_layout.install), now).isEmpty() && IsSameTree(m_there, now);
+}
+
+bool NewTree::isAsInstalled()
+{
+    const bool isInside = m_layout.isManifestInside(isBundle());
+    // Files that both trees share are known to be right.
+    return m_installed.content == m_candidate.content &&
+           !VerifyTree(QFile::encodeName(m_layout.install), m_plan, isInside, m_hashed);
+}
+
+bool NewTree::isBundle() const
+{
+    const PlannedEntry *list = FindPlanned(m_plan, "Contents/Info.plist");
+    return list && list->kind == EntryKind::File;
+}

@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "inplace/Candidate.h"
+#include "inplace/CommandLine.h"
+#include "inplace/StopSignals.h"
+#include "inplace/TreeHash.h"
+
+class TreeBuild;
+
+/// The whole new tree of a release beside an installation, at layout.next.
+///
+/// Main thread. All that it is made of must live as long as this.
+class NewTree {
+public:
+    /// Where files may come from that neither the installation nor an earlier run has.
+    enum class Source { Network, StagingOnly, Previous };
+
+    NewTree(const UpdateOptions &options, const Layout &layout, const InstalledRelease &installed,
+            const Candidate &candidate, StopSignals &stop);
+
+    /// Builds and verifies it. May be repeated, when the installation has changed meanwhile; what
+    /// is right already stays.
+    Problem make(Source source);
+
+    /// Whether the user's own part of the installation is still what the tree was made from.
+    bool isCurrent() const;
+
+    /// Whether the installation is just like it, file by file.
+    bool isAsInstalled();
+
+    /// Whether the release is a bundle.
+    bool isBundle() const;
+
+    qint64 files() const { return m_files; } ///< fetched for it
+    qint64 bytes() const { return m_bytes; } ///< of these
+
+private:
+    Problem fill(TreeBuild &build, Source source);
+    Problem download(const std::vector<const PlannedEntry *> &missing);
+    Problem putManifest() const;
+
+    const UpdateOptions &m_options;
+    const Layout &m_layout;
+    const InstalledRelease &m_installed;
+    const Candidate &m_candidate;
+    StopSignals &m_stop;
+    TreeEntries m_there;
+    TreePlan m_plan;
+    HashedFiles m_hashed;
+    qint64 m_files = 0;
+    qint64 m_bytes = 0;
+};

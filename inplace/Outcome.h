@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+/// \file
+/// How a run can end. Every end has one row of one table: its word in the report, its exit code and
+/// whether another try can help.
+
+enum class End {
+    Updated,
+    Repaired,
+    Undone,
+    UpToDate,
+    Older,         ///< what is published is older than what is installed; nothing to do
+    Available,     ///< there is an update, and nobody asked for more than to know
+    Ready,         ///< fetched and verified, to be applied later
+    Cancelled,     ///< by the user or by a signal
+    Postponed,     ///< the user does not want the update now
+    Network,       ///< the server cannot be reached, or answers with a failure
+    Stalled,       ///< the server sends nothing any more
+    TooLong,       ///< the server sends more than is listed
+    Description,   ///< update.json cannot be used
+    Manifest,      ///< the manifest cannot be used
+    Signature,     ///< nobody whose key is known vouches for the release
+    Application,   ///< the release is one of another application
+    SameNumber,    ///< another release with the number of one that is known
+    NoRoom,        ///< too little room on a volume
+    Folders,       ///< a folder is missing, or one lies in the other
+    MountPoint,    ///< the installation is a volume, or holds one
+    NotWritable,   ///< the folder around the installation, or the staging folder
+    ReadOnly,      ///< a read-only volume, or a bundle that the system runs from a copy
+    Names,         ///< the volume cannot store the release's names
+    StagingOwner,  ///< a staging folder that others can write to
+    Busy,          ///< another update is running
+    Download,      ///< a file that was served is not the release's, or cannot be stored
+    Verification,  ///< the new tree is not the release
+    Storage,       ///< the new tree cannot be built or made durable
+    Exchange,      ///< the two trees cannot be exchanged
+    NothingReady,  ///< nothing complete was fetched before
+    NothingToUndo, ///< there is no former tree
+    NoDisplay,     ///< windows are wanted, and there is nothing to show them on
+};
+
+/// What an end means.
+struct EndInfo {
+    End end;
+    const char *code; ///< the word in the report, which never changes
+    bool success;     ///< exit code 0
+    bool retry;       ///< another try can help
+};
+
+/// Returns the row of \a end.
+const EndInfo &InfoOf(End end);
+
+/// What came of a run.
+struct Outcome {
+    End end = End::UpToDate;
+    QString message;
+    bool update = false;   ///< the installation was changed, or can be (Available, Ready)
+    bool forced = false;   ///< the update may not be put off; for Available
+    int version = 0;       ///< of the release in question; 0 when it tells none
+    QString versionString; ///< the same as shown to people
+    qint64 files = -1;     ///< fetched, or to be fetched; -1 when nothing is to be said
+    qint64 bytes = -1;     ///< of these files
+
+    bool isSuccess() const { return InfoOf(end).success; }
+};
+
+/// Why a step cannot be done, as a value; false when it was done.
+struct Problem {
+    End end = End::UpToDate;
+    QString message; ///< for the user; empty when there is no problem
+
+    explicit operator bool() const { return !message.isEmpty(); }
+};

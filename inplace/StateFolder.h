@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "inplace/Candidate.h"
+
+#include <sys/types.h>
+
+/// What is written down before an exchange, so that whoever comes after an interruption knows
+/// which side of it the trees are on.
+struct PendingExchange {
+    ino_t node = 0;       ///< of the new tree's folder, which an exchange does not change
+    ino_t formerNode = 0; ///< of the installation's folder of before
+    QByteArray manifest;  ///< of the new tree; may be empty when nobody knows it
+    QByteArray signature; ///< beside it; may be empty
+    QByteArray former;    ///< the installed manifest of before; may be empty
+    QByteArray formerSignature;
+    bool keepPrevious = true;
+};
+
+/// The folder `inplace_update#state`: what is known between runs. Everything in it is written
+/// durably and at one stroke. Writers return why they failed, or empty text; readers take what is
+/// missing or cannot be used for nothing.
+class StateFolder {
+public:
+    explicit StateFolder(const Layout &layout) : m_path(layout.state) {}
+
+    /// What was fetched, laid out as it is published but without the files.
+    QString readyFolder() const { return m_path + QStringLiteral("/ready"); }
+    QString writeReady(const Candidate &candidate) const;
+    void removeReady() const;
+
+    std::optional<HighestNumber> highest() const;
+    QString writeHighest(const HighestNumber &highest) const;
+
+    std::optional<PendingExchange> pending() const;
+    QString writePending(const PendingExchange &pending) const;
+    QString removePending() const;
+
+    /// The manifest of the tree of before, where the tree does not hold it itself.
+    QByteArray previousManifest() const;
+    QByteArray previousSignature() const;
+    QString writePrevious(const QByteArray &manifest, const QByteArray &signature) const;
+
+private:
+    QString inside(const char *name) const
+    {
+        return m_path + QLatin1Char('/') + QLatin1String(name);
+    }
+    QString make() const;
+    QString write(const QString &path, const QByteArray &content) const;
+
+    const QString m_path;
+};

@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <sys/stat.h>
+#include <vector>
+
+/// What kind of thing stands under a name.
+enum class EntryKind { File, Folder, Link, Other };
+
+/// One entry of a tree as it stands on the disk.
+struct TreeEntry {
+    QByteArray path; ///< relative, '/' between components, as the system takes it
+    EntryKind kind = EntryKind::Other;
+    struct stat about = {}; ///< of the entry itself; links are not followed
+    QByteArray target;      ///< of a link
+};
+
+using TreeEntries = std::vector<TreeEntry>;
+
+/// Lists everything below \a root, sorted by the bytes of the paths, so that a folder comes before
+/// what is in it. Follows no link.
+///
+/// Returns why that cannot be done, or empty text. Callable on any thread.
+QString ListTree(const QByteArray &root, TreeEntries &entries);
+
+/// Returns the entry at \a path, or null.
+const TreeEntry *FindEntry(const TreeEntries &entries, const QByteArray &path);
+
+/// The permission bits of an entry, with set-uid, set-gid and sticky.
+inline int ModeOf(const TreeEntry &entry)
+{
+    return static_cast<int>(entry.about.st_mode & 07777U);
+}

@@ -1,0 +1,194 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "inplace/TreePlan.h"
+
+#include "app/FileNames.h"
+#include "inplace/FolderChain.h"
+#include "release/ReleaseSignature.h"
+
+#include <QSet>
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+constexpr int PlainFolderMode = 0755; // of every folder that a complete release says nothing of
+
+/// All paths of a release: what it lists, and the folders above.
+QSet<QByteArray> PathsOf(const ReleaseManifest &release)
+{
+    QSet<QByteArray> paths;
+    const auto add = [&paths](const QString &path) {
+        for (QByteArray one = path.toUtf8(); !one.isEmpty() && !paths.contains(one);
+             one = FolderOf(one)) {
+            paths.insert(one);
+        }
+    };
+    for (const ManifestFile &file : release.files) {
+        add(file.path);
+    }
+    for (const ManifestLink &link : release.links) {
+        add(link.path);
+    }
+    for (const ManifestFolder &folder : release.folders) {
+        add(folder.path);
+    }
+    return paths;
+}
+
+class Planner {
+public:
+    explicit Planner(const PlanSources &sources) : m_sources(sources) {}
+
+    TreePlan plan()
+    {
+        addRelease();
+        addUsers();
+        TreePlan plan;
+        plan.reserve(m_entries.size());
+        for (auto &[path, entry] : m_entries) {
+            plan.push_back(std::move(entry));
+        }
+        return plan;
+    }
+
+private:
+    PlannedEntry &add(const QByteArray &path, EntryKind kind);
+    void addFolders(const QByteArray &path);
+    void addRelease();
+    void addUsers();
+    bool isTaken(const QByteArray &path) const;
+    void addUser(const TreeEntry &entry);
+
+    const PlanSources &m_sources;
+    std::map<QByteArray, PlannedEntry> m_entries;
+};
+
+/// Adds an entry whose folders are there; its owner is whoever has it, or the folder around it.
+PlannedEntry &Planner::add(const QByteArray &path, EntryKind kind)
+{
+    PlannedEntry entry;
+    entry.path = path;
+    entry.kind = kind;
+    entry.there = FindEntry(m_sources.there, path);
+    const QByteArray folder = FolderOf(path);
+    if (entry.there) {
+        entry.user = entry.there->about.st_uid;
+        entry.group = entry.there->about.st_gid;
+    } else if (folder.isEmpty()) {
+        entry.user = m_sources.root.st_uid;
+        entry.group = m_sources.root.st_gid;
+    } else {
+        const PlannedEntry &around = m_entries.at(folder);
+        entry.user = around.user;
+        entry.group = around.group;
+    }
+    return m_entries[path] = entry;
+}
+
+/// Adds the folders of the release above \a path.
+void Planner::addFolders(const QByteArray &path)
+{
+    for (int end = path.indexOf('/'); end >= 0; end = path.indexOf('/', end + 1)) {
+        const QByteArray folder = path.left(end);
+        if (m_entries.count(folder) != 0) {
+            continue;
+        }
+        PlannedEntry &entry = add(folder, EntryKind::Folder);
+        const bool stays = entry.there && entry.there->kind == EntryKind::Folder;
+        const int known = stays ? ModeOf(*entry.there) : PlainFolderMode;
+        entry.mode = m_sources.release.isComplete ? PlainFolderMode : known;
+    }
+}
+
+void Planner::addRelease()
+{
+    const ReleaseManifest &release = m_sources.release;
+    for (const ManifestFolder &folder : release.folders) {
+        const QByteArray path = folder.path.toUtf8();
+        addFolders(path + '/');
+        m_entries[path].mode = folder.mode;
+    }
+    for (const ManifestFile &file : release.files) {
+        const QByteArray path = file.path.toUtf8();
+        addFolders(path);
+        PlannedEntry &entry = add(path, EntryKind::File);
+        entry.file = &file;
+        const bool stays = entry.there && entry.there->kind == EntryKind::File;
+        entry.mode = release.isComplete ? file.mode : stays ? ModeOf(*entry.there) : -1;
+    }
+    for (const ManifestLink &link : release.links) {
+        const QByteArray path = link.path.toUtf8();
+        addFolders(path);
+        add(path, EntryKind::Link).target = link.target.toUtf8();
+    }
+}
+
+void Planner::addUsers()
+{
+    if (!m_sources.installed && m_sources.isBundle) {
+        return;
+    }
+    const QSet<QByteArray> known =
+        m_sources.installed ? PathsOf(*m_sources.installed) : QSet<QByteArray>();
+    for (const TreeEntry &entry : m_sources.there) {
+        if (!known.contains(entry.path) && !IsManifestName(entry.path) && !isTaken(entry.path)) {
+            addUser(entry);
+        }
+    }
+}
+
+/// Whether the release has something under this path, or no folder above it.
+bool Planner::isTaken(const QByteArray &path) const
+{
+    if (m_entries.count(path) != 0) {
+        return true;
+    }
+    for (QByteArray folder = FolderOf(path); !folder.isEmpty(); folder = FolderOf(folder)) {
+        const auto above = m_entries.find(folder);
+        if (above != m_entries.cend()) {
+            return above->second.kind != EntryKind::Folder;
+        }
+    }
+    return false;
+}
+
+void Planner::addUser(const TreeEntry &entry)
+{
+    for (int end = entry.path.indexOf('/'); end >= 0; end = entry.path.indexOf('/', end + 1)) {
+        const QByteArray folder = entry.path.left(end);
+        if (m_entries.count(folder) == 0) { // of the former release, and kept for what is in it
+            PlannedEntry &above = add(folder, EntryKind::Folder);
+            above.from = PlannedEntry::From::User;
+            above.mode = ModeOf(*above.there);
+        }
+    }
+    PlannedEntry &planned = add(entry.path, entry.kind);
+    planned.from = PlannedEntry::From::User;
+    planned.target = entry.target;
+    planned.mode = entry.kind == EntryKind::Folder ? ModeOf(entry) : -1;
+}
+
+} // namespace
+
+TreePlan PlanTree(const PlanSources &sources)
+{
+    return Planner(sources).plan();
+}
+
+const PlannedEntry *FindPlanned(const TreePlan &plan, const QByteArray &path)
+{
+    const auto found = std::lower_bound(
+        plan.cbegin(), plan.cend(), path,
+        [](const PlannedEntry &entry, const QByteArray &wanted) { return entry.path < wanted; });
+    return found != plan.cend() && found->path == path ? &*found : nullptr;
+}
+
+bool IsManifestName(const QByteArray &path)
+{
+    static const QByteArray manifest = LOCAL_MD5_FILENAME.toUtf8();
+    static const QByteArray signature = SIGNATURE_FILENAME.toUtf8();
+    return path == manifest || path == signature;
+}

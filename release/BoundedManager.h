@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QNetworkAccessManager>
+#include <QPointer>
+
+/// A network access manager that gives up a body that is too long, and knows of one that broke off:
+/// the fetch over it takes every body of status 200 for whole. It follows no redirects. For one
+/// request after another, on the thread that made it.
+class BoundedManager : public QNetworkAccessManager {
+public:
+    enum class Body { Pending, Whole, TooLong, BrokenOff };
+
+    BoundedManager();
+
+    /// The limit of the next body, in bytes.
+    void setLimit(qint64 limit) { m_limit = limit; }
+
+    /// How the body of the last request came, or that it is still under way.
+    Body body() const { return m_body; }
+
+    /// Whether the server said how long the last body is.
+    bool isLengthTold() const { return m_isLengthTold; }
+
+protected:
+    QNetworkReply *createRequest(Operation operation, const QNetworkRequest &request,
+                                 QIODevice *outgoingData) override;
+
+private:
+    void look(QNetworkReply *reply, qint64 length);
+    void end(const QNetworkReply *reply);
+
+    qint64 m_limit = 0;
+    Body m_body = Body::Pending;
+    bool m_isLengthTold = false;
+    QPointer<QNetworkReply> m_reply; // what comes from earlier ones does not count
+};

@@ -1,0 +1,102 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "release/PublishedRelease.h"
+
+#include "app/FileNames.h"
+
+namespace {
+
+using Kind = ReleaseFault::Kind;
+
+constexpr qint64 LongestDescription = qint64{1} << 20;
+
+ReleaseFault ReadDescription(ReleaseSource &source, PublishedRelease &release)
+{
+    QByteArray content;
+    ReleaseFault fault = source.read(UPDATE_DESCRIBE_FILENAME, LongestDescription, content);
+    if (!fault.isNone()) {
+        return fault;
+    }
+    release.descriptionProblems = DescriptionProblems(content, release.description);
+    if (FolderReason(release.description.folder).isEmpty()) {
+        return {}; // all that is needed to go on
+    }
+    return {Kind::Description, UPDATE_DESCRIBE_FILENAME,
+            release.descriptionProblems.join(QStringLiteral("; "))};
+}
+
+ReleaseFault CheckSignature(ReleaseSource &source, const QString &name,
+                            const QVector<PublicKey> &keys, PublishedRelease &release)
+{
+    ReleaseFault fault = source.read(name, TooLargeSignature, release.signature);
+    if (fault.kind == Kind::Missing) {
+        fault.kind = Kind::Signature;
+        fault.detail = QStringLiteral("the release is not signed: %1").arg(fault.detail);
+    }
+    if (!fault.isNone()) {
+        return fault;
+    }
+    const QString reason = SignatureReason(release.manifestContent, release.signature, keys);
+    release.isSigned = reason.isEmpty();
+    return release.isSigned ? ReleaseFault() : ReleaseFault{Kind::Signature, name, reason};
+}
+
+/// Whether update.json and the manifest are about the same release.
+ReleaseFault Compare(const PublishedDescription &description, const ReleaseManifest &manifest)
+{
+    if (description.folder == manifest.folder && description.version == manifest.version) {
+        return {};
+    }
+    return {Kind::Mismatch, UPDATE_DESCRIBE_FILENAME,
+            QStringLiteral("it names version %1 in \"%2\", where the manifest is of version %3 in "
+                           "\"%4\"")
+                .arg(QString::number(description.version), description.folder,
+                     QString::number(manifest.version), manifest.folder)};
+}
+
+} // namespace
+
+ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey> &keys,
+                                  PublishedRelease &release)
+{
+    release = {};
+    if (ReleaseFault fault = ReadDescription(source, release); !fault.isNone()) {
+        return fault;
+    }
+    const QString folder = release.description.folder + QLatin1Char('/');
+    const QString name = folder + LOCAL_MD5_FILENAME;
+    if (ReleaseFault fault = source.read(name, TooLargeManifest, release.manifestContent);
+        !fault.isNone()) {
+        return fault;
+    }
+    if (!source.isKnownWhole() && !release.manifestContent.endsWith('\n')) {
+        return {Kind::Network, name, QStringLiteral("it is cut off: its last line has no end")};
+    }
+    if (!keys.isEmpty()) { // before anything else is made of the manifest
+        ReleaseFault fault = CheckSignature(source, folder + SIGNATURE_FILENAME, keys, release);
+        if (!fault.isNone()) {
+            return fault;
+        }
+    }
+    const ReleaseManifest &manifest = release.manifest;
+    if (const QString reason = ReadManifest(release.manifestContent, release.manifest);
+        !reason.isEmpty()) {
+        return {Kind::Manifest, name, reason};
+    }
+    if (!manifest.isComplete) {
+        return keys.isEmpty()
+                   ? ReleaseFault()
+                   : ReleaseFault{Kind::Manifest, name,
+                                  QStringLiteral("it does not say of which release it is, so that "
+                                                 "its signature says nothing")};
+    }
+    if (ReleaseFault fault = Compare(release.description, manifest); !fault.isNone()) {
+        return fault;
+    }
+    if (release.isSigned) {
+        release.description = {manifest.version, manifest.versionString, manifest.folder,
+                               manifest.minVersion, manifest.page};
+    }
+    return {};
+}

@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/inplace/Rehearsal.h"
+
+#include "tests/inplace/Samples.h"
+
+#include <QProcess>
+
+namespace {
+
+const QString FormerName = QStringLiteral(".Sample.app#previous");
+
+void Shell(const QString &command, const QStringList &arguments)
+{
+    const int code = QProcess::execute(
+        QStringLiteral("/bin/sh"),
+        QStringList{QStringLiteral("-ec"), command, QStringLiteral("sh")} + arguments);
+    if (code != 0) {
+        qFatal("%s: %d", qPrintable(command), code);
+    }
+}
+
+} // namespace
+
+QStringList AllChanges()
+{
+    return {QStringLiteral("open"),   QStringLiteral("write"), QStringLiteral("sync"),
+            QStringLiteral("rename"), QStringLiteral("link"),  QStringLiteral("symlink"),
+            QStringLiteral("mkdir"),  QStringLiteral("chmod"), QStringLiteral("chown"),
+            QStringLiteral("unlink")};
+}
+
+Rehearsal::Rehearsal(int entries, bool isApart)
+    : former(ManyKinds(2, entries)), release(ManyKinds(3, entries)),
+      stage(std::make_unique<InplaceStage>())
+{
+    if (isApart) {
+        m_apart = std::make_unique<QTemporaryDir>();
+        stage->staging = m_apart->filePath(QStringLiteral("staging"));
+    }
+    stage->lay(ManyKinds(1, entries));
+    stage->publish(former);
+    if (stage->run() != QLatin1String("updated")) {
+        qFatal("%s", stage->program().errors().constData());
+    }
+    stage->publish(release);
+    m_master = stage->temporary.filePath(QStringLiteral("master"));
+    Shell(QStringLiteral("mkdir \"$1\"; cp -a \"$2\" \"$1/around\"; cp -a \"$3\" \"$1/staging\""),
+          {m_master, stage->parent, stage->staging});
+}
+
+void Rehearsal::putBack() const
+{
+    Shell(QStringLiteral(
+              "rm -rf \"$2\" \"$3\"; cp -a \"$1/around\" \"$2\"; cp -a \"$1/staging\" \"$3\""),
+          {m_master, stage->parent, stage->staging});
+}
+
+QString Rehearsal::mixture() const
+{
+    return isNew() ? QString() : stage->differences(former);
+}
+
+QString Rehearsal::mend() const
+{
+    const bool wasNew = isNew();
+    const QString code = stage->run();
+    if (code != QLatin1String("updated") && !(wasNew && code == QLatin1String("up-to-date"))) {
+        return QString::fromUtf8(stage->program().errors());
+    }
+    const QString previous = stage->parent + QLatin1Char('/') + FormerName;
+    QString wrong = stage->differences(release);
+    if (wrong.isEmpty() && stage->leftovers() != QStringList(FormerName)) {
+        wrong = stage->leftovers().join(QLatin1Char(' '));
+    }
+    return wrong.isEmpty() ? Differences(ReadNodes(previous), WithFolders(former.tree)) : wrong;
+}

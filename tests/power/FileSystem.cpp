@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/power/FileSystem.h"
+
+#include "tests/power/SparseFile.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+
+namespace {
+
+constexpr qint64 MiB = qint64{1} << 20U;
+
+QString FindProgram(const QString &name)
+{
+    const QString found = QStandardPaths::findExecutable(name);
+    return found.isEmpty() ? QStandardPaths::findExecutable(name, {"/usr/sbin", "/sbin"}) : found;
+}
+
+/// Runs a command on an image. Returns its exit code, or -1 when it did not end by itself.
+int Run(const QStringList &command, const QString &image, QString &errors)
+{
+    QProcess process;
+    process.start(FindProgram(command.first()), command.mid(1) + QStringList{image});
+    const bool ended = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit;
+    errors = ended ? QString::fromUtf8(process.readAllStandardError()) : process.errorString();
+    return ended ? process.exitCode() : -1;
+}
+
+} // namespace
+
+FileSystem FileSystemNamed(const QString &name)
+{
+    // Two disks of one btrfs or xfs may not be mounted at once, nor one that looks like another.
+    const FileSystem all[] = {
+        {"ext4",
+         128 * MiB,
+         {"mkfs.ext4", "-q", "-F", "-E", "nodiscard,lazy_itable_init=0,lazy_journal_init=0"},
+         "commit=1",
+         "",
+         // Its own first block fills two sectors, and one checksum covers both.
+         {"e2fsck", "-f", "-y"}},
+        {"xfs", 300 * MiB, {"mkfs.xfs", "-q", "-f", "-K"}, "", "nouuid", {}},
+        {"btrfs", 256 * MiB, {"mkfs.btrfs", "-q", "-f", "-K"}, "commit=1", "", {}},
+    };
+    for (const FileSystem &one : all) {
+        if (one.name == name) {
+            return one;
+        }
+    }
+    return {};
+}
+
+QString Format(const FileSystem &fileSystem, const QString &image)
+{
+    const SparseFile disk(image, fileSystem.size);
+    const QString program = FindProgram(fileSystem.make.first());
+    QProcess process;
+    process.start(program, fileSystem.make.mid(1) + QStringList{image});
+    if (program.isEmpty() || !process.waitForFinished() || process.exitCode() != 0) {
+        return QStringLiteral("%1: %2").arg(fileSystem.make.first(),
+                                            QString::fromUtf8(process.readAllStandardError()));
+    }
+    disk.digHoles();
+    return {};
+}
+
+bool Repair(const FileSystem &fileSystem, const QString &image)
+{
+    QString errors;
+    return !fileSystem.repair.isEmpty() && Run(fileSystem.repair, image, errors) == 1;
+}

@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+/// A disk image: a file with holes, of which only the rest is copied. Everything that fails aborts
+/// the test.
+class SparseFile {
+public:
+    /// Opens an existing file.
+    explicit SparseFile(const QString &path);
+    /// Makes a file of zeros, over one that is there.
+    SparseFile(const QString &path, qint64 size);
+    ~SparseFile();
+    Q_DISABLE_COPY(SparseFile)
+
+    QString path() const { return m_path; }
+    void write(qint64 offset, const char *data, qint64 length) const;
+    /// Gives it the size and the content of another one.
+    void assign(const SparseFile &other) const;
+    /// Makes holes of the blocks that hold nothing but zeros.
+    void digHoles() const;
+
+private:
+    qint64 size() const;
+
+    const QString m_path;
+    int m_file = -1;
+};

@@ -1,0 +1,137 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "ui/gallery/Comparison.h"
+
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct Run {
+    int exitCode;
+    QString output;
+    QString errors;
+};
+
+Run gallery(const QStringList &arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(GALLERY), arguments);
+    if (!process.waitForFinished(240000)) {
+        return {-1, QString(), process.errorString()};
+    }
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+void savePicture(const QDir &folder, const QString &name, const QColor &color, int dots = 0)
+{
+    QImage image(20, 10, QImage::Format_ARGB32);
+    image.fill(color);
+    for (int x = 0; x < dots; ++x) {
+        image.setPixelColor(x, 0, Qt::black);
+    }
+    QVERIFY(image.save(folder.filePath(name)));
+}
+
+} // namespace
+
+/// The program that makes pictures of the dialogs.
+class tst_Gallery : public QObject {
+    Q_OBJECT
+
+private slots:
+    static void differences_found_areNamedByPicture();
+    static void program_run_makesAllPicturesInSilence();
+    static void program_badUsage_isRefused_data();
+    static void program_badUsage_isRefused();
+    static void program_againstNothing_isRefused();
+    static void program_asked_tellsItsVersion();
+};
+
+void tst_Gallery::differences_found_areNamedByPicture()
+{
+    const QTemporaryDir temporary;
+    const QDir folder(temporary.path());
+    savePicture(folder, QStringLiteral("same.png"), Qt::red);
+    savePicture(folder, QStringLiteral("changed.png"), Qt::red);
+    savePicture(folder, QStringLiteral("resized.png"), Qt::red);
+    savePicture(folder, QStringLiteral("gone.png"), Qt::red);
+    savePicture(folder, QStringLiteral("contact-sheet.png"), Qt::red);
+    const FormerPictures former(folder);
+    QCOMPARE(former.differences(folder), QStringList());
+
+    savePicture(folder, QStringLiteral("contact-sheet.png"), Qt::blue); // follows from the others
+    savePicture(folder, QStringLiteral("changed.png"), Qt::red, 5);
+    QVERIFY(
+        QImage(5, 5, QImage::Format_RGB32).save(folder.filePath(QStringLiteral("resized.png"))));
+    QVERIFY(QFile::remove(folder.filePath(QStringLiteral("gone.png"))));
+    savePicture(folder, QStringLiteral("new.png"), Qt::red);
+    QCOMPARE(former.differences(folder),
+             (QStringList{"changed  changed.png (2.50 % of its pixels)", "new      new.png",
+                          "changed  resized.png (another size)", "gone     gone.png"}));
+}
+
+void tst_Gallery::program_run_makesAllPicturesInSilence()
+{
+    const QTemporaryDir temporary;
+    const QDir folder(temporary.filePath(QStringLiteral("new/folder")));
+    const Run run = gallery({folder.path()});
+    QCOMPARE(run.errors, QString());
+    QCOMPARE(run.output, QString());
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(QImage(folder.filePath(QStringLiteral("contact-sheet.png"))).width() > 3000);
+    // The page shows each of them, and nothing else is there.
+    QFile page(folder.filePath(QStringLiteral("index.html")));
+    QVERIFY(page.open(QIODevice::ReadOnly));
+    const QByteArray html = page.readAll();
+    const QStringList names = folder.entryList({QStringLiteral("*-*x.png")}, QDir::Files);
+    QVERIFY(names.size() > 60);
+    for (const QString &name : names) {
+        QVERIFY2(html.contains("src=\"" + name.toUtf8() + "\""), qPrintable(name));
+        QVERIFY2(!QImage(folder.filePath(name)).isNull(), qPrintable(name));
+    }
+    QCOMPARE(QImage(folder.filePath(QStringLiteral("notice-1x.png"))).size(), QSize(556, 341));
+    QCOMPARE(QImage(folder.filePath(QStringLiteral("notice-3x.png"))).size(), QSize(1668, 1023));
+}
+
+void tst_Gallery::program_badUsage_isRefused_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("no folder") << QStringList{};
+    QTest::newRow("two folders") << QStringList{"a", "b"};
+    QTest::newRow("unknown option") << QStringList{"--faster", "a"};
+    QTest::newRow("against what") << QStringList{"a", "--against"};
+}
+
+void tst_Gallery::program_badUsage_isRefused()
+{
+    QFETCH(QStringList, arguments);
+    const Run run = gallery(arguments);
+    QCOMPARE(run.exitCode, 2);
+    QCOMPARE(run.output, QString());
+    QVERIFY2(run.errors.startsWith(QLatin1String("updater_gallery: ")), qPrintable(run.errors));
+}
+
+void tst_Gallery::program_againstNothing_isRefused()
+{
+    const QTemporaryDir temporary;
+    const Run run = gallery({QStringLiteral("--against"), temporary.path(),
+                             temporary.filePath(QStringLiteral("pictures"))});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.errors, "updater_gallery: " + temporary.path() + " holds no pictures\n");
+}
+
+void tst_Gallery::program_asked_tellsItsVersion()
+{
+    const Run run = gallery({QStringLiteral("--version")});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.output, QStringLiteral(GALLERY_VERSION "\n"));
+}
+
+QTEST_GUILESS_MAIN(tst_Gallery)
+#include "tst_gallery.moc"
