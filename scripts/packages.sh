@@ -74,6 +74,7 @@ need_for_showing() {
   need 'command -v nginx' nginx-light
   need 'command -v Xvfb' xvfb
   need 'command -v xdotool' xdotool
+  need 'pkg-config --exists xcb' libxcb1-dev
   need 'command -v import' imagemagick
   need 'fc-list :lang=zh | grep . || ls /usr/share/fonts/*/noto/NotoSansCJK-Regular.*' fonts-noto-cjk
 }
