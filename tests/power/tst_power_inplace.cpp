@@ -30,6 +30,17 @@ struct Folders {
     const QString staging;
 };
 
+/// Where the update runs that is interrupted.
+struct Surroundings {
+    int disks = 1;
+    bool hasSyncs = true;
+    bool hasExchange = true; ///< of two names
+
+    /// What is preloaded into the interrupted run, and into all later ones.
+    QString during() const { return hasSyncs ? afterwards() : QStringLiteral(NO_SYNC); }
+    QString afterwards() const { return hasExchange ? QString() : QStringLiteral(NO_EXCHANGE); }
+};
+
 QString DifferencesIn(const QString &folder, const TestRelease &release)
 {
     return QFileInfo(folder).isDir()
@@ -56,11 +67,12 @@ private slots:
     void update_withoutSyncs_isSeenToLose();
 
 private:
-    PowerScene scene(int disks, bool withSyncs);
-    QString judge(const QStringList &tops, bool done);
-    QString judgeRun(const Folders &folders, bool isOnline, bool wasNew) const;
+    PowerScene scene(const Surroundings &surroundings);
+    QString judge(const Folders &folders, const Surroundings &surroundings, bool done);
+    QString judgeRun(const Folders &folders, const Surroundings &surroundings, bool isOnline,
+                     bool wasNew) const;
     QString judgeEnd(const Folders &folders) const;
-    static int run(const Folders &folders, const QString &url, bool withSyncs = true);
+    static int run(const Folders &folders, const QString &url, const QString &preloaded = {});
     static QString nobody() { return QStringLiteral("http://127.0.0.1:1"); }
 
     const TestRelease m_first = ManyKinds(1, Entries);
@@ -81,21 +93,21 @@ void tst_PowerInplace::initTestCase()
 }
 
 /// Runs the program. Returns its exit code, or -1 when it did not end by itself.
-int tst_PowerInplace::run(const Folders &folders, const QString &url, bool withSyncs)
+int tst_PowerInplace::run(const Folders &folders, const QString &url, const QString &preloaded)
 {
     InplaceProgram program({QStringLiteral("--base-url"), url, QStringLiteral("--install"),
                             folders.install, QStringLiteral("--staging"), folders.staging,
                             QStringLiteral("--console")});
-    if (!withSyncs) {
-        program.set(QStringLiteral("LD_PRELOAD"), QStringLiteral(NO_SYNC));
+    if (!preloaded.isEmpty()) {
+        program.set(QStringLiteral("LD_PRELOAD"), preloaded);
     }
     return program.run();
 }
 
-PowerScene tst_PowerInplace::scene(int disks, bool withSyncs)
+PowerScene tst_PowerInplace::scene(const Surroundings &surroundings)
 {
     PowerScene scene;
-    scene.disks = disks;
+    scene.disks = surroundings.disks;
     scene.prepare = [this](const QStringList &tops) {
         const Folders folders(tops);
         LayNodes(folders.install, m_first.tree);
@@ -106,37 +118,42 @@ PowerScene tst_PowerInplace::scene(int disks, bool withSyncs)
         }
     };
     scene.act = [=](const QStringList &tops) {
-        if (run(Folders(tops), m_newServer->url(QString()), withSyncs) != 0) {
+        if (run(Folders(tops), m_newServer->url(QString()), surroundings.during()) != 0) {
             qFatal("The new release cannot be installed.");
         }
     };
-    scene.judge = [this](const QStringList &tops, bool done) { return judge(tops, done); };
+    scene.judge = [=](const QStringList &tops, bool done) {
+        return judge(Folders(tops), surroundings, done);
+    };
     return scene;
 }
 
-QString tst_PowerInplace::judge(const QStringList &tops, bool done)
+QString tst_PowerInplace::judge(const Folders &folders, const Surroundings &surroundings, bool done)
 {
-    const Folders folders(tops);
     const QString toNew = DifferencesIn(folders.install, m_new);
     const QString toOld = DifferencesIn(folders.install, m_old);
-    if (!toNew.isEmpty() && (done || !toOld.isEmpty())) {
+    // Where there is no exchange, a moment without an installation is told of, and mended.
+    const bool isGap = !surroundings.hasExchange && !QFileInfo::exists(folders.install);
+    if (!toNew.isEmpty() && (done || (!toOld.isEmpty() && !isGap))) {
         return Gist(done ? toNew : toOld);
     }
     // Which of the two runs first is another case each time.
     const bool onlineFirst = ++m_judged % 2 == 0;
-    QString wrong = judgeRun(folders, onlineFirst, toNew.isEmpty());
+    QString wrong = judgeRun(folders, surroundings, onlineFirst, toNew.isEmpty());
     if (wrong.isEmpty()) {
-        wrong = judgeRun(folders, !onlineFirst, onlineFirst || toNew.isEmpty());
+        wrong = judgeRun(folders, surroundings, !onlineFirst, onlineFirst || toNew.isEmpty());
     }
     return wrong.isEmpty() ? judgeEnd(folders) : wrong;
 }
 
 /// Runs the program with its server or without one. Returns what is wrong afterwards.
-QString tst_PowerInplace::judgeRun(const Folders &folders, bool isOnline, bool wasNew) const
+QString tst_PowerInplace::judgeRun(const Folders &folders, const Surroundings &surroundings,
+                                   bool isOnline, bool wasNew) const
 {
     const QString who =
         isOnline ? QStringLiteral("run with a server: ") : QStringLiteral("run without a server: ");
-    const int code = run(folders, isOnline ? m_newServer->url(QString()) : nobody());
+    const int code =
+        run(folders, isOnline ? m_newServer->url(QString()) : nobody(), surroundings.afterwards());
     if (code != (isOnline ? 0 : 1)) {
         return who + QStringLiteral("exit code %1").arg(code);
     }
@@ -163,24 +180,30 @@ QString tst_PowerInplace::judgeEnd(const Folders &folders) const
 void tst_PowerInplace::update_powerFails_installationIsWholeAndMends_data()
 {
     QTest::addColumn<int>("disks");
-    QTest::newRow("staging on the same file system") << 1;
-    QTest::newRow("staging on another file system") << 2;
+    QTest::addColumn<bool>("hasExchange");
+    QTest::newRow("staging on the same file system") << 1 << true;
+    QTest::newRow("staging on another file system") << 2 << true;
+    QTest::newRow("no exchange of names") << 1 << false;
 }
 
 void tst_PowerInplace::update_powerFails_installationIsWholeAndMends()
 {
     QFETCH(int, disks);
+    QFETCH(bool, hasExchange);
     const PowerTally tally =
-        CutPower(QStringLiteral("inplace_update, ") + QString::fromLatin1(QTest::currentDataTag()),
-                 ChosenImages(24) / 2, [=](int) { return scene(disks, true); });
+        CutPower(QStringLiteral("inplace_update, ") + QLatin1String(QTest::currentDataTag()),
+                 ChosenImages(24) / 3, [=](int) {
+                     return scene({disks, true, hasExchange});
+                 });
     QVERIFY2(tally.losses == 0, qPrintable(tally.text()));
 }
 
 void tst_PowerInplace::update_withoutSyncs_isSeenToLose()
 {
-    const PowerTally tally =
-        CutPower(QStringLiteral("inplace_update without its syncs"), ChosenImages(24) / 4,
-                 [this](int) { return scene(1, false); });
+    const PowerTally tally = CutPower(QStringLiteral("inplace_update without its syncs"),
+                                      ChosenImages(24) / 4, [this](int) {
+                                          return scene({1, false, true});
+                                      });
     QVERIFY2(tally.losses > 0, qPrintable(tally.text()));
 }
 
