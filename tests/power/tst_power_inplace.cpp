@@ -33,12 +33,8 @@ struct Folders {
 /// Where the update runs that is interrupted.
 struct Surroundings {
     int disks = 1;
-    bool hasSyncs = true;
     bool hasExchange = true; ///< of two names
-
-    /// What is preloaded into the interrupted run, and into all later ones.
-    QString during() const { return hasSyncs ? afterwards() : QStringLiteral(NO_SYNC); }
-    QString afterwards() const { return hasExchange ? QString() : QStringLiteral(NO_EXCHANGE); }
+    QString preloaded;       ///< into the interrupted run
 };
 
 QString DifferencesIn(const QString &folder, const TestRelease &release)
@@ -64,15 +60,16 @@ private slots:
     void initTestCase();
     void update_powerFails_installationIsWholeAndMends_data();
     void update_powerFails_installationIsWholeAndMends();
+    void update_withoutSyncs_isSeenToLose_data();
     void update_withoutSyncs_isSeenToLose();
 
 private:
     PowerScene scene(const Surroundings &surroundings);
     QString judge(const Folders &folders, const Surroundings &surroundings, bool done);
     QString judgeRun(const Folders &folders, const Surroundings &surroundings, bool isOnline,
-                     bool wasNew) const;
+                     bool wasNew);
     QString judgeEnd(const Folders &folders) const;
-    static int run(const Folders &folders, const QString &url, const QString &preloaded = {});
+    int run(const Folders &folders, const QString &url, const QString &preloaded = {});
     static QString nobody() { return QStringLiteral("http://127.0.0.1:1"); }
 
     const TestRelease m_first = ManyKinds(1, Entries);
@@ -80,6 +77,7 @@ private:
     const TestRelease m_new = ManyKinds(3, Entries);
     std::unique_ptr<ScriptedServer> m_oldServer;
     std::unique_ptr<ScriptedServer> m_newServer;
+    QByteArray m_lastErrors; ///< of the last run
     int m_judged = 0;
 };
 
@@ -101,7 +99,9 @@ int tst_PowerInplace::run(const Folders &folders, const QString &url, const QStr
     if (!preloaded.isEmpty()) {
         program.set(QStringLiteral("LD_PRELOAD"), preloaded);
     }
-    return program.run();
+    const int code = program.run();
+    m_lastErrors = program.errors();
+    return code;
 }
 
 PowerScene tst_PowerInplace::scene(const Surroundings &surroundings)
@@ -114,12 +114,12 @@ PowerScene tst_PowerInplace::scene(const Surroundings &surroundings)
         WriteFile(folders.staging + QLatin1Char('/') + LOCAL_MD5_FILENAME,
                   ManifestContent(m_first.manifest()));
         if (run(folders, m_oldServer->url(QString())) != 0) {
-            qFatal("The old release cannot be installed.");
+            qFatal("The old release: %s", m_lastErrors.constData());
         }
     };
     scene.act = [=](const QStringList &tops) {
-        if (run(Folders(tops), m_newServer->url(QString()), surroundings.during()) != 0) {
-            qFatal("The new release cannot be installed.");
+        if (run(Folders(tops), m_newServer->url(QString()), surroundings.preloaded) != 0) {
+            qFatal("The new release: %s", m_lastErrors.constData());
         }
     };
     scene.judge = [=](const QStringList &tops, bool done) {
@@ -148,14 +148,14 @@ QString tst_PowerInplace::judge(const Folders &folders, const Surroundings &surr
 
 /// Runs the program with its server or without one. Returns what is wrong afterwards.
 QString tst_PowerInplace::judgeRun(const Folders &folders, const Surroundings &surroundings,
-                                   bool isOnline, bool wasNew) const
+                                   bool isOnline, bool wasNew)
 {
     const QString who =
         isOnline ? QStringLiteral("run with a server: ") : QStringLiteral("run without a server: ");
-    const int code =
-        run(folders, isOnline ? m_newServer->url(QString()) : nobody(), surroundings.afterwards());
+    const int code = run(folders, isOnline ? m_newServer->url(QString()) : nobody(),
+                         surroundings.hasExchange ? QString() : surroundings.preloaded);
     if (code != (isOnline ? 0 : 1)) {
-        return who + QStringLiteral("exit code %1").arg(code);
+        return who + QStringLiteral("exit code %1, ").arg(code) + QString::fromUtf8(m_lastErrors);
     }
     const QString toNew = DifferencesIn(folders.install, m_new);
     if (toNew.isEmpty()) {
@@ -193,17 +193,24 @@ void tst_PowerInplace::update_powerFails_installationIsWholeAndMends()
     const PowerTally tally =
         CutPower(QStringLiteral("inplace_update, ") + QLatin1String(QTest::currentDataTag()),
                  ChosenImages(24) / 3, [=](int) {
-                     return scene({disks, true, hasExchange});
+                     return scene({disks, hasExchange, hasExchange ? QString() : NO_EXCHANGE});
                  });
     QVERIFY2(tally.losses == 0, qPrintable(tally.text()));
 }
 
+void tst_PowerInplace::update_withoutSyncs_isSeenToLose_data()
+{
+    AddLibrariesWithoutSyncs();
+}
+
 void tst_PowerInplace::update_withoutSyncs_isSeenToLose()
 {
-    const PowerTally tally = CutPower(QStringLiteral("inplace_update without its syncs"),
-                                      ChosenImages(24) / 4, [this](int) {
-                                          return scene({1, false, true});
-                                      });
+    QFETCH(QString, preloaded);
+    const PowerTally tally =
+        CutPower(QStringLiteral("inplace_update ") + QLatin1String(QTest::currentDataTag()),
+                 ChosenImages(72) / 12, [=](int) {
+                     return scene({1, true, preloaded});
+                 });
     QVERIFY2(tally.losses > 0, qPrintable(tally.text()));
 }
 
