@@ -3,6 +3,7 @@
 
 #include "core/Func.h"
 #include "platform/LogHandler.h"
+#include "platform/QtDefaults.h"
 #include "release/FileDigests.h"
 #include "release/ReleaseManifest.h"
 #include "release/Workers.h"
@@ -159,7 +160,7 @@ void Plain(QtMsgType type, const QMessageLogContext &context, const QString &tex
     QFile file(logFile);
     if (file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
         QTextStream stream(&file);
-        stream.setCodec("UTF-8");
+        UseUtf8(stream);
         stream << qFormatLogMessage(type, context, text) << "\n";
         file.close();
     }

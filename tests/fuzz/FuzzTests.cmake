@@ -29,6 +29,7 @@ add_custom_target(updater_fuzz ALL
         -DCMAKE_CXX_COMPILER=${UPDATER_FUZZ_CXX}
         -DCMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}
         -DCMAKE_BUILD_TYPE=RelWithDebInfo
+        -DUPDATER_QT=${UPDATER_QT}
         -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
     COMMAND ${CMAKE_COMMAND} --build ${fuzz_dir}
     COMMENT "Building the fuzz targets"

@@ -40,6 +40,7 @@ public:
     bool screenshot(const QString &path);
 
 private:
+    void tellDensity(int dpi) const;
     QByteArray xdotool(const QStringList &arguments);
     QString find(const QString &title);
 
