@@ -21,6 +21,7 @@ const QString Start = QStringLiteral("I ----------------更新程序启动------
 const QString NoWindow;
 const QString Notice = QStringLiteral("CUpdateNotice");
 const QString Address = QStringLiteral("https://example.com/down?a=1&b=2");
+// Our choice, here and below: the blanks between the pieces of a log line are the toolkit's.
 const QString OpenedLine = QStringLiteral("I 尝试打开的url： ") + Address;
 
 QString Marker(const char *number)

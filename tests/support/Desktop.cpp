@@ -103,6 +103,14 @@ void Desktop::press(const QString &window, const QString &key)
              key});
 }
 
+bool Desktop::close(const QString &window)
+{
+    QProcess tool;
+    tool.setProcessEnvironment(shownIn(QProcessEnvironment::systemEnvironment()));
+    tool.start(QStringLiteral(CLOSE_WINDOW), {window});
+    return tool.waitForFinished(PatienceMs) && tool.exitCode() == 0;
+}
+
 bool Desktop::screenshot(const QString &path)
 {
     return QProcess::execute(QStringLiteral("import"),
