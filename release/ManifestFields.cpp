@@ -12,11 +12,6 @@
 
 namespace {
 
-QString Text(Bytes field)
-{
-    return QString::fromUtf8(field.data(), static_cast<int>(field.size()));
-}
-
 constexpr bool IsHexDigit(unsigned byte)
 {
     return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'f');
@@ -37,14 +32,14 @@ constexpr std::array<Meaning, 256> Meanings()
     return meanings;
 }
 
-/// Whether a name of plain letters is one without a doubt.
+/// Whether a name of plain letters is certainly safe.
 bool IsPlainName(Bytes name)
 {
-    // What begins with '.' and is short is looked at with care.
+    // Short names that begin with '.' need the careful check.
     return !name.empty() && name.size() <= LongestName && (name.front() != '.' || name.size() > 2);
 }
 
-/// Whether the path is safe beyond doubt: nearly all are, and the careful way takes long.
+/// Whether the path is certainly safe: nearly all are, and the careful check is slow.
 bool IsPlainPath(Bytes path)
 {
     static constexpr std::array<Meaning, 256> meanings = Meanings();
@@ -67,13 +62,23 @@ bool IsPlainPath(Bytes path)
 
 } // namespace
 
+QString Shown(Bytes bytes)
+{
+    return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+QString AtLine(int line, const QString &reason)
+{
+    return QStringLiteral("line %1: %2").arg(QString::number(line), reason);
+}
+
 bool IsHex(Bytes field, std::size_t length)
 {
     if (field.size() != length) {
         return false;
     }
     bool isHex = true;
-    for (const char byte : field) { // to the end: one that breaks off is slower
+    for (const char byte : field) { // no early exit: that would be slower
         isHex &= IsHexDigit(static_cast<unsigned char>(byte));
     }
     return isHex;
@@ -100,7 +105,7 @@ QString ReadNumber(Bytes field, int &number)
     bool isNumber = false;
     number = text.toInt(&isNumber);
     if (!isNumber || QByteArray::number(number) != text) {
-        return QStringLiteral("\"%1\" is not a number").arg(Text(field));
+        return QStringLiteral("\"%1\" is not a number").arg(Shown(field));
     }
     return {};
 }
@@ -122,7 +127,7 @@ QString ReadMode(Bytes field, int &mode)
 
 QString ReadText(Bytes field, QString &text)
 {
-    text = Text(field);
+    text = Shown(field);
     const QByteArray back = text.toUtf8();
     const bool isSame = Bytes(back.constData(), static_cast<std::size_t>(back.size())) == field;
     if (!isSame || text.contains(QChar(QChar::ReplacementCharacter))) {

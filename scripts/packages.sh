@@ -17,8 +17,8 @@ as_root() {
   if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# Packages that bring a service must not start it: what is needed is its program alone. Runs in a
-# shell of its own, whose end takes the policy back, however it comes.
+# Packages with a service must not start it: only the program is needed. Runs in a subshell, whose
+# exit removes the policy again, however it ends.
 install_without_services() (
   policy=/usr/sbin/policy-rc.d
   if [ ! -e "$policy" ]; then
@@ -92,10 +92,11 @@ need_for_testing() {
   need 'ls /usr/include/GNUstep/Foundation/Foundation.h' libgnustep-base-dev
   need 'ls /usr/lib/gcc/*/12/include/objc/objc.h' libobjc-12-dev
   need 'command -v clang-format-14 || command -v clang-format' clang-format
+  need 'command -v llvm-symbolizer' llvm
+  need 'command -v gcovr' gcovr
   need 'command -v valgrind' valgrind
   need 'pkg-config --exists fuse3' libfuse3-dev
   need 'command -v mkfs.ext4 && command -v e2fsck' e2fsprogs
   need 'command -v mkfs.xfs' xfsprogs
   need 'command -v mkfs.btrfs' btrfs-progs
-  need 'command -v minisign' minisign
 }
