@@ -6,8 +6,8 @@
 #include <QNetworkAccessManager>
 #include <QPointer>
 
-/// A network access manager that gives up a body that is too long, and knows of one that broke off:
-/// the fetch over it takes every body of status 200 for whole. It follows no redirects. For one
+/// A network access manager that aborts a body that is too long and notices one that was cut off:
+/// the fetch itself takes every body of status 200 as complete. It follows no redirects. For one
 /// request after another, on the thread that made it.
 class BoundedManager : public QNetworkAccessManager {
 public:

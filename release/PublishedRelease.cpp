@@ -9,8 +9,6 @@ namespace {
 
 using Kind = ReleaseFault::Kind;
 
-constexpr qint64 LongestDescription = qint64{1} << 20;
-
 ReleaseFault ReadDescription(ReleaseSource &source, PublishedRelease &release)
 {
     QByteArray content;

@@ -14,7 +14,7 @@
 /// How many files, links and empty folders a manifest may list, and how many folders may hold them.
 constexpr int MostManifestPaths = 1000000;
 
-/// The size in bytes from which on a manifest is refused unread.
+/// Manifests of this size in bytes or more are refused unread.
 constexpr qint64 TooLargeManifest = qint64{512} << 20;
 
 /// A regular file of a release.
