@@ -13,9 +13,8 @@
 struct AnnounceOptions {
     QString outputDir;
     QString folder;
-    QVector<PublicKey>
-        publicKeys;      ///< one of them must have signed; if empty, no signature is needed
-    bool strict = false; ///< warnings count as failures
+    QVector<PublicKey> publicKeys; ///< one of them must have signed; if empty, nobody must
+    bool strict = false;           ///< warnings count as failures
 };
 
 /// Checks the release that the options name, every file of it, and points update.json at it

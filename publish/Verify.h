@@ -17,11 +17,10 @@ struct VerifyTimeouts {
 
 /// What to verify.
 struct VerifyOptions {
-    QUrl baseUrl;      ///< where the world fetches from; empty for \a outputDir
-    QString outputDir; ///< a folder that a base URL stands for
-    QVector<PublicKey>
-        publicKeys;      ///< one of them must have signed; if empty, no signature is needed
-    bool strict = false; ///< warnings count as failures
+    QUrl baseUrl;                  ///< where the world fetches from; empty for \a outputDir
+    QString outputDir;             ///< a folder that a base URL stands for
+    QVector<PublicKey> publicKeys; ///< one of them must have signed; if empty, nobody must
+    bool strict = false;           ///< warnings count as failures
     VerifyTimeouts timeouts;
 };
 
