@@ -3,6 +3,8 @@
 
 #include "publish/CommandLine.h"
 
+#include "publish/Help.h"
+
 #include <QCommandLineParser>
 
 namespace {
@@ -12,35 +14,42 @@ const QString MinVersionOption = QStringLiteral("min-version");
 const QString DownloadUrlOption = QStringLiteral("download-url");
 const QString VersionStringOption = QStringLiteral("version-string");
 const QString FolderOption = QStringLiteral("folder");
+const QString ApplicationOption = QStringLiteral("application");
+const QString SignWithOption = QStringLiteral("sign-with");
+const QString PublicKeyOption = QStringLiteral("public-key");
+const QString DryRunOption = QStringLiteral("dry-run");
 const QString ForceOption = QStringLiteral("force");
+const QString StrictOption = QStringLiteral("strict");
+const QString JsonOption = QStringLiteral("json");
 const QString VerifyOption = QStringLiteral("verify");
+const QString ListOption = QStringLiteral("list");
+const QString AnnounceOption = QStringLiteral("announce");
+const QString PruneOption = QStringLiteral("prune");
 const QString HelpOption = QStringLiteral("help");
 
-void AddOptions(QCommandLineParser &parser)
-{
-    parser.setApplicationDescription(QStringLiteral(
-        "Publishes a release: copies RELEASE_DIR to OUTPUT_DIR/NAME with its manifest\n"
-        "update_md5.info, then writes OUTPUT_DIR/update.json. With --verify, fetches what is\n"
-        "published under BASE_URL and checks every file.\n\n"
-        "Exit codes: 0 done and all right; 1 refused, failed or not right; 2 bad usage."));
-    parser.addPositionalArgument(QStringLiteral("RELEASE_DIR"),
-                                 QStringLiteral("The folder with the files of the release."));
-    parser.addPositionalArgument(QStringLiteral("OUTPUT_DIR"),
-                                 QStringLiteral("The folder that the update base URL stands for."));
-    parser.addOptions({
-        {VersionOption, QStringLiteral("Version of the release, such as 3.10.25."), "VERSION"},
-        {MinVersionOption,
-         QStringLiteral("Hosts at or below this version cannot put the update off."), "VERSION"},
-        {DownloadUrlOption, QStringLiteral("The https address that the user's browser opens."),
-         "URL"},
-        {VersionStringOption, QStringLiteral("The version as shown to people (default: VERSION)."),
-         "TEXT"},
-        {FolderOption, QStringLiteral("Folder of the release (default: VERSION)."), "NAME"},
-        {ForceOption, QStringLiteral("Accept versions whose number loses something of them.")},
-        {VerifyOption, QStringLiteral("Check what is published under BASE_URL."), "BASE_URL"},
-        {{"h", HelpOption}, QStringLiteral("Show this help.")},
-    });
-}
+const QStringList OptionsWithValue{VersionOption,       MinVersionOption, DownloadUrlOption,
+                                   VersionStringOption, FolderOption,     ApplicationOption,
+                                   SignWithOption,      PublicKeyOption,  VerifyOption,
+                                   ListOption,          AnnounceOption,   PruneOption};
+const QStringList OptionsWithout{DryRunOption, ForceOption, StrictOption, JsonOption, HelpOption};
+
+/// A form of the command line that is no publishing, named by its option.
+struct Form {
+    QString option;
+    CommandLine::Action action;
+    QStringList further; ///< options that may stand beside
+    bool takesOutput;    ///< whether OUTPUT_DIR stands behind the options
+};
+
+const QVector<Form> OtherForms{
+    {VerifyOption, CommandLine::Action::Verify, {PublicKeyOption, StrictOption, JsonOption}, false},
+    {ListOption, CommandLine::Action::List, {JsonOption}, false},
+    {AnnounceOption,
+     CommandLine::Action::Announce,
+     {PublicKeyOption, StrictOption, JsonOption},
+     true},
+    {PruneOption, CommandLine::Action::Prune, {JsonOption}, true},
+};
 
 CommandLine Complaint(const QString &text)
 {
@@ -49,26 +58,104 @@ CommandLine Complaint(const QString &text)
     return line;
 }
 
-CommandLine VerifyLine(const QCommandLineParser &parser)
+CommandLine Printed(CommandLine::Action action, const QString &text)
 {
-    if (parser.optionNames() != QStringList{VerifyOption} ||
-        !parser.positionalArguments().isEmpty()) {
-        return Complaint(QStringLiteral("--verify takes a base URL and nothing else."));
+    CommandLine line;
+    line.action = action;
+    line.text = text;
+    return line;
+}
+
+/// Reads the public keys. Returns what is wrong with one, or empty text.
+QString ReadPublicKeys(const QCommandLineParser &parser, QVector<PublicKey> &keys)
+{
+    const QStringList texts = parser.values(PublicKeyOption);
+    for (const QString &text : texts) {
+        PublicKey key;
+        const QString reason = ReadPublicKey(text, key);
+        if (!reason.isEmpty()) {
+            return QStringLiteral("\"%1\" is not a public key: %2.").arg(text, reason);
+        }
+        keys.append(key);
     }
-    QString text = parser.value(VerifyOption);
-    while (text.endsWith(QLatin1Char('/'))) {
+    return {};
+}
+
+/// Reads what is to be verified. Returns what is wrong with it, or empty text.
+QString ReadVerified(QString text, CommandLine &line)
+{
+    while (text.size() > 1 && text.endsWith(QLatin1Char('/'))) {
         text.chop(1);
     }
-    CommandLine line;
-    line.action = CommandLine::Action::Verify;
+    if (!text.contains(QStringLiteral("://"))) {
+        line.outputDir = text;
+        return text.isEmpty() ? QStringLiteral("--verify takes a base URL or a folder.")
+                              : QString();
+    }
     line.baseUrl = QUrl(text);
     const QString scheme = line.baseUrl.scheme();
     const bool web = scheme == QLatin1String("https") || scheme == QLatin1String("http");
-    if (!web || line.baseUrl.host().isEmpty() || line.baseUrl.hasQuery() ||
-        line.baseUrl.hasFragment()) {
-        return Complaint(QStringLiteral("\"%1\" is not a base URL: an https or http address "
-                                        "without '?' and '#' is expected.")
-                             .arg(text));
+    if (web && !line.baseUrl.host().isEmpty() && !line.baseUrl.hasQuery() &&
+        !line.baseUrl.hasFragment()) {
+        return {};
+    }
+    return QStringLiteral("\"%1\" is not a base URL: an https or http address without '?' and '#' "
+                          "is expected.")
+        .arg(text);
+}
+
+QString ReadKeep(const QString &text, CommandLine &line)
+{
+    bool isNumber = false;
+    line.keep = text.toInt(&isNumber);
+    return isNumber && line.keep >= 0
+               ? QString()
+               : QStringLiteral("\"%1\" is not a number of releases to keep.").arg(text);
+}
+
+CommandLine OtherLine(const QCommandLineParser &parser, const Form &form)
+{
+    const QStringList given = parser.optionNames();
+    for (const QString &option : given) {
+        if (option != form.option && !form.further.contains(option)) {
+            return Complaint(
+                QStringLiteral("--%1 and --%2 do not go together.").arg(form.option, option));
+        }
+    }
+    CommandLine line;
+    const QStringList folders = parser.positionalArguments();
+    if (folders.size() != (form.takesOutput ? 1 : 0) || folders.contains(QString())) {
+        return Complaint(form.takesOutput
+                             ? QStringLiteral("--%1 expects OUTPUT_DIR.").arg(form.option)
+                             : QStringLiteral("--%1 expects nothing else.").arg(form.option));
+    }
+    const QString value = parser.value(form.option);
+    QString reason;
+    switch (form.action) {
+    case CommandLine::Action::Verify:
+        reason = ReadVerified(value, line);
+        break;
+    case CommandLine::Action::Prune:
+        reason = ReadKeep(value, line);
+        break;
+    default:
+        reason =
+            value.isEmpty() ? QStringLiteral("--%1 expects a name.").arg(form.option) : QString();
+    }
+    if (reason.isEmpty()) {
+        reason = ReadPublicKeys(parser, line.publicKeys);
+    }
+    if (!reason.isEmpty()) {
+        return Complaint(reason);
+    }
+    line.action = form.action;
+    line.strict = parser.isSet(StrictOption);
+    line.json = parser.isSet(JsonOption);
+    if (form.takesOutput) {
+        line.outputDir = folders.constFirst();
+        line.folder = value;
+    } else if (form.action == CommandLine::Action::List) {
+        line.outputDir = value;
     }
     return line;
 }
@@ -86,6 +173,7 @@ CommandLine PublishLine(const QCommandLineParser &parser)
     }
     CommandLine line;
     line.action = CommandLine::Action::Publish;
+    line.json = parser.isSet(JsonOption);
     PublishOptions &publish = line.publish;
     publish.version = parser.value(VersionOption);
     publish.minVersion = parser.value(MinVersionOption);
@@ -93,26 +181,60 @@ CommandLine PublishLine(const QCommandLineParser &parser)
     publish.versionString =
         parser.isSet(VersionStringOption) ? parser.value(VersionStringOption) : publish.version;
     publish.folder = parser.isSet(FolderOption) ? parser.value(FolderOption) : publish.version;
+    publish.application = parser.value(ApplicationOption);
+    publish.signCommand = parser.value(SignWithOption);
     publish.force = parser.isSet(ForceOption);
+    publish.strict = parser.isSet(StrictOption);
+    publish.dryRun = parser.isSet(DryRunOption);
     publish.releaseDir = folders.at(0);
     publish.outputDir = folders.at(1);
-    return line;
+    if (parser.isSet(SignWithOption) && publish.signCommand.trimmed().isEmpty()) {
+        return Complaint(QStringLiteral("--%1 expects a command.").arg(SignWithOption));
+    }
+    if (parser.isSet(ApplicationOption) && publish.application.isEmpty()) {
+        return Complaint(QStringLiteral("--%1 expects an identifier.").arg(ApplicationOption));
+    }
+    if (parser.isSet(PublicKeyOption) && publish.signCommand.isEmpty()) {
+        return Complaint(QStringLiteral("--%1 checks what --%2 signs; nothing signs here.")
+                             .arg(PublicKeyOption, SignWithOption));
+    }
+    const QString reason = ReadPublicKeys(parser, publish.publicKeys);
+    return reason.isEmpty() ? line : Complaint(reason);
 }
 
 } // namespace
 
 CommandLine ReadCommandLine(const QStringList &arguments)
 {
+    // Alone it asks for the program's version, else it takes the release's.
+    if (arguments.mid(1) == QStringList(QStringLiteral("--") + VersionOption)) {
+        return Printed(CommandLine::Action::Version,
+                       QStringLiteral("publish_update " PUBLISH_UPDATE_VERSION));
+    }
     QCommandLineParser parser;
-    AddOptions(parser);
+    for (const QString &option : OptionsWithValue) {
+        parser.addOption({option, QString(), QStringLiteral("VALUE")});
+    }
+    for (const QString &option : OptionsWithout) {
+        parser.addOption(option == HelpOption
+                             ? QCommandLineOption(QStringList{QStringLiteral("h"), option})
+                             : QCommandLineOption(option));
+    }
     if (!parser.parse(arguments)) {
         return Complaint(parser.errorText());
     }
     if (parser.isSet(HelpOption)) {
-        CommandLine line;
-        line.action = CommandLine::Action::Help;
-        line.text = parser.helpText();
-        return line;
+        return Printed(CommandLine::Action::Help, HelpText());
     }
-    return parser.isSet(VerifyOption) ? VerifyLine(parser) : PublishLine(parser);
+    for (const Form &form : OtherForms) {
+        if (parser.isSet(form.option)) {
+            return OtherLine(parser, form);
+        }
+    }
+    return PublishLine(parser);
+}
+
+QStringList KnownOptions()
+{
+    return OptionsWithValue + OptionsWithout;
 }

@@ -3,9 +3,12 @@
 
 #pragma once
 
+#include "release/ReleaseSignature.h"
+
 #include <QString>
 #include <QStringList>
 #include <QUrl>
+#include <QVector>
 
 /// What to publish, and where to.
 struct PublishOptions {
@@ -14,21 +17,35 @@ struct PublishOptions {
     QString versionString; ///< as shown to people
     QString downloadUrl;   ///< the page or package that the browser opens
     QString folder;        ///< of the release, below the output folder
-    QString releaseDir;    ///< holds the files to publish
-    QString outputDir;     ///< what the update base URL stands for
-    bool force = false;    ///< publish versions whose number loses something of them
+    QString application;   ///< the bundle identifier; empty for that of the release's property list
+    QString signCommand;   ///< for the shell; empty for a release without a signature
+    QVector<PublicKey> publicKeys; ///< one of them must have signed
+    QString releaseDir;            ///< holds the files to publish
+    QString outputDir;             ///< what the update base URL stands for
+    bool force = false;            ///< publish versions that users would not be told of as expected
+    bool strict = false;           ///< warnings are failures
+    bool dryRun = false;           ///< say what would be published, and write nothing
 };
 
 /// What the command line asks for.
 struct CommandLine {
-    enum class Action { Publish, Verify, Help, Complain };
+    enum class Action { Publish, Verify, List, Announce, Prune, Help, Version, Complain };
 
     Action action = Action::Complain;
-    PublishOptions publish; ///< for Publish
-    QUrl baseUrl;           ///< for Verify; without a separator at the end
-    QString text;           ///< for Help and Complain, to be printed
+    PublishOptions publish;        ///< for Publish
+    QUrl baseUrl;                  ///< for Verify; without a separator at the end
+    QString outputDir;             ///< for List, Announce, Prune, and Verify without an address
+    QString folder;                ///< for Announce
+    int keep = 0;                  ///< for Prune
+    QVector<PublicKey> publicKeys; ///< for Verify and Announce
+    bool strict = false;           ///< for Verify and Announce
+    bool json = false;             ///< for all that report
+    QString text;                  ///< for Help, Version and Complain, to be printed
 };
 
 /// Reads the program's \a arguments, its own name first. Judges how they are written only, not
 /// whether such a release may be published.
 CommandLine ReadCommandLine(const QStringList &arguments);
+
+/// The options that ReadCommandLine() knows, without the dashes.
+QStringList KnownOptions();

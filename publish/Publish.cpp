@@ -4,175 +4,229 @@
 #include "publish/Publish.h"
 
 #include "app/FileNames.h"
-#include "platform/VersionNumber.h"
+#include "publish/BundleVersion.h"
+#include "publish/DryRun.h"
+#include "publish/PublishChecks.h"
 #include "publish/ReleaseCopy.h"
 #include "publish/ReleaseScan.h"
-#include "publish/VersionCheck.h"
+#include "publish/SignWith.h"
 #include "publish/Workspace.h"
+#include "release/DurableFile.h"
 #include "release/Formats.h"
-#include "release/Messages.h"
-#include "release/SystemCalls.h"
 
-#include <QFileInfo>
+#include <QDir>
 
 #include <cstdlib>
-#include <unistd.h>
 
 namespace {
 
-int Number(const QString &version)
-{
-    return VersionNumber(version.toLatin1().constData());
-}
+const QString Forced = QStringLiteral(" --force publishes it all the same.");
 
-QStringList VersionProblems(const QString &version, bool force)
-{
-    const QString reason = NotAVersionReason(version);
-    if (!reason.isEmpty()) {
-        return {QStringLiteral("\"%1\" is not a version: %2.").arg(version, reason)};
+/// One publishing, from the release folder to what is in sight.
+class Publishing {
+public:
+    Publishing(const PublishOptions &options, Report &report) : m_options(options), m_report(report)
+    {
     }
-    const QString loss = LossyVersionReason(version);
-    if (!loss.isEmpty() && !force) {
-        return {QStringLiteral("Version %1 counts as %2: %3. --force publishes it all the same.")
-                    .arg(version, QString::number(Number(version)), loss)};
-    }
-    return {};
-}
 
-QStringList OptionProblems(const PublishOptions &options)
-{
-    QStringList problems = VersionProblems(options.version, options.force) +
-                           VersionProblems(options.minVersion, options.force);
-    const QString url = DownloadUrlReason(options.downloadUrl);
-    if (!url.isEmpty()) {
-        problems.append(QStringLiteral("The download address %1.").arg(url));
+    int run()
+    {
+        QStringList problems = OptionProblems(m_options);
+        if (problems.isEmpty()) {
+            problems = lookThrough();
+        }
+        if (problems.isEmpty() && m_options.strict && !m_report.warnings().isEmpty()) {
+            problems = QStringList{QStringLiteral("Warnings are failures with --strict.")};
+        }
+        if (!problems.isEmpty()) {
+            return m_report.refuse(problems);
+        }
+        const QString reason = m_options.dryRun ? readFiles() : publishFiles();
+        if (!reason.isEmpty()) {
+            return m_report.refuse({reason});
+        }
+        describe();
+        return EXIT_SUCCESS;
     }
-    const QString folder = FolderReason(options.folder);
-    if (!folder.isEmpty()) {
-        problems.append(QStringLiteral("\"%1\" cannot be the release's folder: %2.")
-                            .arg(options.folder, folder));
-    }
-    const QFileInfo release(options.releaseDir);
-    const QFileInfo output(options.outputDir);
-    if (!release.isDir()) {
-        problems.append(QStringLiteral("\"%1\" is not a folder.").arg(options.releaseDir));
-    }
-    if (output.exists() && !output.isDir()) {
-        problems.append(QStringLiteral("\"%1\" is not a folder.").arg(options.outputDir));
-    }
-    return problems;
-}
 
-/// The path without links, also of what does not exist yet.
-QString Canonical(const QString &path)
-{
-    const QFileInfo info(path);
-    if (info.exists() || info.isRoot()) {
-        return info.canonicalFilePath();
+private:
+    /// Looks at everything but the contents of files. Returns why the release must not be
+    /// published; what is odd only is warned of.
+    QStringList lookThrough()
+    {
+        m_contents = ScanRelease(m_options.releaseDir);
+        m_facts = ReadBundleFacts(m_options.releaseDir);
+        QStringList problems = m_contents.problems;
+        const QString reason = OtherVersionReason(m_facts, m_options.version);
+        if (!reason.isEmpty() && !m_options.force) {
+            problems.append(reason + Forced);
+        }
+        if (m_options.dryRun) {
+            problems += placeProblems(Workspace(m_options.outputDir));
+        }
+        warn();
+        return problems;
     }
-    const QFileInfo clean(QDir::cleanPath(info.absoluteFilePath()));
-    return Canonical(clean.path()) + QLatin1Char('/') + clean.fileName();
-}
 
-bool IsInside(const QString &path, const QString &folder)
-{
-    const auto closed = [](const QString &text) {
-        const QChar separator = QLatin1Char('/');
-        return text.endsWith(separator) ? text : text + separator; // the root ends with it
-    };
-    return closed(path).startsWith(closed(folder));
-}
+    /// Returns why the release cannot be put beside what is there.
+    QStringList placeProblems(const Workspace &workspace) const
+    {
+        QStringList problems{workspace.nameReason(m_options.folder)};
+        if (!m_options.force) {
+            const QString reason = NotAboveReason(m_options.outputDir, m_options.version);
+            problems.append(reason.isEmpty() ? reason : reason + Forced);
+        }
+        problems.removeAll(QString());
+        return problems;
+    }
 
-/// Why the two folders cannot go together.
-QStringList FolderProblems(const PublishOptions &options)
-{
-    const QString release = Canonical(options.releaseDir);
-    const QString output = Canonical(options.outputDir);
-    if (IsInside(output, release)) {
-        return {QStringLiteral("\"%1\" lies in the release itself.").arg(options.outputDir)};
+    void warn()
+    {
+        const int minVersion = NumberOf(m_options.minVersion);
+        if (minVersion > NumberOf(m_options.version)) {
+            m_report.warn(QStringLiteral("the minimum version is above the version: every host is "
+                                         "forced to update."));
+        }
+        if (m_options.signCommand.isEmpty()) {
+            return;
+        }
+        if (m_options.publicKeys.isEmpty()) {
+            m_report.warn(QStringLiteral("without --public-key nobody checks the signature here."));
+        }
+        if (application().isEmpty()) {
+            m_report.warn(QStringLiteral("without an identifier (--application) the signature is "
+                                         "good for every application of the same key."));
+        }
     }
-    if (IsInside(release, QDir(output).filePath(WorkspacePrefix))) {
-        return {QStringLiteral("\"%1\" lies in the folder \"%2\", which is emptied first.")
-                    .arg(options.releaseDir, WorkspacePrefix)};
-    }
-    return {};
-}
 
-PublishedDescription Description(const PublishOptions &options)
-{
-    return {Number(options.version), options.versionString, options.folder,
-            Number(options.minVersion), options.downloadUrl};
-}
+    QString application() const
+    {
+        return m_options.application.isEmpty() ? m_facts.identifier : m_options.application;
+    }
 
-QString WriteManifest(const QString &folder, const std::vector<tagDownloadFileInfo> &records)
-{
-    QFile file(QDir(folder).absoluteFilePath(LOCAL_MD5_FILENAME));
-    const QByteArray content = ManifestContent(records);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered) ||
-        !WriteAll(file, content.constData(), content.size())) {
-        return QStringLiteral("\"%1\" cannot be written: %2.")
-            .arg(file.fileName(), file.errorString());
+    QString readFiles()
+    {
+        std::vector<ManifestFile> records;
+        const QString reason = ReadRelease(m_contents.files, m_options.releaseDir, records);
+        return reason.isEmpty() ? makeManifest(std::move(records)) : reason;
     }
-    if (::fsync(file.handle()) != 0) {
-        return QStringLiteral("\"%1\" cannot be written: %2.").arg(file.fileName(), SystemError());
-    }
-    return {};
-}
 
-/// Copies and shows the release. Returns why that failed, or empty text.
-QString PublishFiles(const PublishOptions &options, const QVector<ReleaseFile> &files)
-{
-    Workspace workspace(options.outputDir);
-    QString reason = workspace.open();
-    std::vector<tagDownloadFileInfo> records;
-    if (reason.isEmpty()) {
-        reason = workspace.nameReason(options.folder);
+    /// Copies, signs and shows the release. Returns why that failed, or empty text.
+    QString publishFiles()
+    {
+        Workspace workspace(m_options.outputDir);
+        QString reason = workspace.open();
+        std::vector<ManifestFile> records;
+        if (reason.isEmpty()) {
+            reason = placeProblems(workspace).join(QLatin1Char(' '));
+        }
+        if (reason.isEmpty()) {
+            reason = CopyRelease(m_contents.files, m_options.releaseDir, workspace.releaseDir(),
+                                 records);
+        }
+        if (reason.isEmpty()) {
+            reason = makeManifest(std::move(records));
+        }
+        if (reason.isEmpty()) {
+            reason = writeManifest(workspace.releaseDir());
+        }
+        if (reason.isEmpty() && !m_options.signCommand.isEmpty()) {
+            reason = SignRelease(workspace.releaseDir(), m_manifest, m_content,
+                                 {m_options.signCommand, m_options.publicKeys, m_report.isJson()});
+        }
+        if (reason.isEmpty()) {
+            reason = workspace.publish(m_options.folder, DescriptionContent(description()));
+        }
+        return reason;
     }
-    if (reason.isEmpty()) {
-        reason = CopyRelease(files, options.releaseDir, workspace.releaseDir(), records);
+
+    /// Makes the manifest of what was read. Returns why there is none, or empty text.
+    QString makeManifest(std::vector<ManifestFile> records)
+    {
+        if (!IsUnchanged(m_contents, ScanRelease(m_options.releaseDir))) {
+            return QStringLiteral("\"%1\" was changed while it was read.")
+                .arg(m_options.releaseDir);
+        }
+        m_manifest.isComplete = true;
+        m_manifest.version = NumberOf(m_options.version);
+        m_manifest.folder = m_options.folder;
+        m_manifest.versionString = m_options.versionString;
+        m_manifest.application = application();
+        m_manifest.minVersion = NumberOf(m_options.minVersion);
+        m_manifest.page = m_options.downloadUrl;
+        m_manifest.files = std::move(records);
+        m_manifest.links = m_contents.links;
+        m_manifest.folders = m_contents.folders;
+        m_content = ManifestContent(m_manifest);
+        // What no updater would take must not be published.
+        ReleaseManifest read;
+        const QString reason = ReadManifest(m_content, read);
+        return reason.isEmpty() ? reason
+                                : QStringLiteral("The release cannot be published: %1: %2.")
+                                      .arg(LOCAL_MD5_FILENAME, reason);
     }
-    if (reason.isEmpty()) {
-        reason = WriteManifest(workspace.releaseDir(), records);
+
+    QString writeManifest(const QString &folder) const
+    {
+        const QString path = folder + QLatin1Char('/') + LOCAL_MD5_FILENAME;
+        const QString reason = WriteDurably(path, path + QStringLiteral("#new"), m_content);
+        return reason.isEmpty() ? reason : reason + QLatin1Char('.');
     }
-    if (reason.isEmpty()) {
-        reason = workspace.publish(options.folder, DescriptionContent(Description(options)));
+
+    PublishedDescription description() const
+    {
+        return {m_manifest.version, m_manifest.versionString, m_manifest.folder,
+                m_manifest.minVersion, m_manifest.page};
     }
-    return reason;
-}
+
+    void describe()
+    {
+        quint64 size = 0;
+        for (const ManifestFile &file : m_manifest.files) {
+            size += file.size;
+        }
+        const int files = static_cast<int>(m_manifest.files.size());
+        const int links = static_cast<int>(m_manifest.links.size());
+        const bool isSigned = !m_options.signCommand.isEmpty();
+        m_report.add(QStringLiteral("version"), m_manifest.version);
+        m_report.add(QStringLiteral("versionString"), m_manifest.versionString);
+        m_report.add(QStringLiteral("folder"), m_manifest.folder);
+        m_report.add(QStringLiteral("application"), m_manifest.application);
+        m_report.add(QStringLiteral("files"), files);
+        m_report.add(QStringLiteral("links"), links);
+        m_report.add(QStringLiteral("bytes"), static_cast<double>(size));
+        m_report.add(QStringLiteral("signed"), isSigned);
+        m_report.add(QStringLiteral("published"), !m_options.dryRun);
+        if (m_options.dryRun) {
+            DescribeDifference(m_options.outputDir, m_manifest, m_report);
+        }
+        QStringList what{QStringLiteral("%1 files").arg(files)};
+        if (links > 0) {
+            what.append(QStringLiteral("%1 links").arg(links));
+        }
+        what.append(QStringLiteral("%1 bytes").arg(size));
+        if (isSigned) {
+            what.append(QStringLiteral("signed"));
+        }
+        m_report.say(QStringLiteral("%1 version %2 (%3): %4, in \"%5\".")
+                         .arg(m_options.dryRun ? QStringLiteral("Would publish")
+                                               : QStringLiteral("Published"),
+                              m_options.version, QString::number(m_manifest.version),
+                              what.join(QStringLiteral(", ")),
+                              QDir(m_options.outputDir).filePath(m_options.folder)));
+    }
+
+    const PublishOptions &m_options;
+    Report &m_report;
+    ReleaseContents m_contents;
+    BundleFacts m_facts;
+    ReleaseManifest m_manifest;
+    QByteArray m_content; ///< of the manifest
+};
 
 } // namespace
 
-int Publish(const PublishOptions &options)
+int Publish(const PublishOptions &options, Report &report)
 {
-    QStringList problems = OptionProblems(options);
-    if (problems.isEmpty()) {
-        problems = FolderProblems(options);
-    }
-    if (!problems.isEmpty()) {
-        return Refuse(problems);
-    }
-    const ReleaseContents contents = ScanRelease(options.releaseDir);
-    for (const QString &link : contents.links) {
-        Warn(QStringLiteral("symbolic link not published: %1").arg(link));
-    }
-    if (Number(options.minVersion) > Number(options.version)) {
-        Warn(QStringLiteral("the minimum version is above the version: every host is forced to "
-                            "update."));
-    }
-    if (!contents.problems.isEmpty()) {
-        return Refuse(contents.problems);
-    }
-    const QString reason = PublishFiles(options, contents.files);
-    if (!reason.isEmpty()) {
-        return Refuse({reason});
-    }
-    qint64 size = 0;
-    for (const ReleaseFile &file : contents.files) {
-        size += file.size;
-    }
-    Say(QStringLiteral("Published version %1 (%2): %3 files, %4 bytes, in \"%5\".")
-            .arg(options.version, QString::number(Number(options.version)),
-                 QString::number(contents.files.size()), QString::number(size),
-                 QDir(options.outputDir).filePath(options.folder)));
-    return EXIT_SUCCESS;
+    return Publishing(options, report).run();
 }

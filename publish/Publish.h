@@ -4,7 +4,8 @@
 #pragma once
 
 #include "publish/CommandLine.h"
+#include "publish/Report.h"
 
-/// Publishes the release that \a options describe, or changes nothing. Says on standard output what
-/// was done and on standard error what is wrong. Returns the program's exit code.
-int Publish(const PublishOptions &options);
+/// Publishes the release that \a options describe, or changes nothing; a dry run only says what
+/// would change. Says what was done and what is wrong. Returns the program's exit code.
+int Publish(const PublishOptions &options, Report &report);

@@ -3,11 +3,13 @@
 
 #include "publish/ReleaseCopy.h"
 
+#include "publish/EntryCheck.h"
 #include "publish/ProgressBar.h"
+#include "release/Descriptor.h"
+#include "release/FileDigests.h"
 #include "release/SystemCalls.h"
 #include "release/Workers.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QSet>
 #include <QThread>
@@ -31,41 +33,21 @@ QString ReadReason(const QString &path, const QString &error)
     return QStringLiteral("\"%1\" cannot be read: %2.").arg(path, error);
 }
 
-QString WriteReason(const QFile &file, const QString &error)
+QString WriteReason(const QString &path)
 {
-    return QStringLiteral("\"%1\" cannot be written: %2.").arg(file.fileName(), error);
+    return QStringLiteral("\"%1\" cannot be written: %2.").arg(path, SystemError());
 }
 
-/// Opens the regular file \a path below \a folder. What has taken its name since it was found,
-/// such as a link or a pipe, is neither followed nor waited for. Returns why that failed, or empty
-/// text.
-QString OpenRegular(const QString &folder, const QString &path, QFile &file)
-{
-    const int descriptor = ::open(QFile::encodeName(folder + path).constData(),
-                                  O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0 && errno != ELOOP) {
-        return ReadReason(path, SystemError());
-    }
-    struct stat status {};
-    if (descriptor < 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-        (void)::close(descriptor);
-        return QStringLiteral("\"%1\" is no regular file any more.").arg(path);
-    }
-    if (!file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered,
-                   QFileDevice::AutoCloseHandle)) {
-        (void)::close(descriptor);
-        return ReadReason(path, file.errorString());
-    }
-    return {};
-}
-
-/// One copy of a release, shared by its threads.
+/// One reading of a release, shared by its threads, with or without a copy.
 class ReleaseCopy {
 public:
+    /// Writes nothing when \a target is empty.
     ReleaseCopy(const QVector<ReleaseFile> &files, const QString &source, const QString &target)
-        : m_files(files), m_source(source + QLatin1Char('/')), m_target(target + QLatin1Char('/')),
-          m_records(static_cast<std::size_t>(files.size())), m_order(files.size()),
-          m_toCopy(files.size()), m_toSync(files.size())
+        : m_files(files), m_source(source + QLatin1Char('/')),
+          m_target(target.isEmpty() ? target : target + QLatin1Char('/')),
+          m_records(static_cast<std::size_t>(files.size())),
+          m_order(static_cast<std::size_t>(files.size())), m_toRead(static_cast<int>(files.size())),
+          m_toSync(static_cast<int>(files.size()))
     {
         // The largest first, so that no thread is left alone with one at the end.
         std::iota(m_order.begin(), m_order.end(), 0);
@@ -93,7 +75,7 @@ public:
         return {};
     }
 
-    void copyFiles() { forEachFile(m_toCopy, &ReleaseCopy::copyFile); }
+    void readFiles() { forEachFile(m_toRead, &ReleaseCopy::readFile); }
 
     /// Waits until the copies will survive a loss of power. To be called when all are made: a file
     /// that was copied first is mostly on the disk by then, and one wait serves many.
@@ -102,19 +84,20 @@ public:
     void show(ProgressBar &bar) const
     {
         bar.show(m_bytesDone, m_size,
-                 QStringLiteral("%1 of %2 files copied")
-                     .arg(QString::number(m_filesDone), QString::number(m_files.size())));
+                 QStringLiteral("%1 of %2 files %3")
+                     .arg(QString::number(m_filesDone), QString::number(m_files.size()),
+                          m_target.isEmpty() ? QStringLiteral("read") : QStringLiteral("copied")));
     }
 
     QString reason() const { return m_reason; }
-    const std::vector<tagDownloadFileInfo> &records() const { return m_records; }
+    const std::vector<ManifestFile> &records() const { return m_records; }
 
 private:
     /// Calls \a step for files until there are no more \a tickets, or one has failed.
     void forEachFile(Tickets &tickets, QString (ReleaseCopy::*step)(int))
     {
         for (int ticket = tickets.take(); ticket >= 0; ticket = tickets.take()) {
-            const QString reason = (this->*step)(m_order.at(ticket));
+            const QString reason = (this->*step)(m_order.at(static_cast<std::size_t>(ticket)));
             if (!reason.isEmpty()) {
                 tickets.stop();
                 const std::lock_guard<std::mutex> guard(m_mutex);
@@ -125,52 +108,78 @@ private:
 
     QString syncFile(int index)
     {
-        QFile target(m_target + m_files.at(index).path);
-        if (!target.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-            return WriteReason(target, target.errorString());
-        }
-        return ::fsync(target.handle()) == 0 ? QString() : WriteReason(target, SystemError());
+        const QString path = m_target + m_files.at(index).path;
+        const Descriptor target(
+            ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        return target.isOpen() && ::fsync(target.number()) == 0 ? QString() : WriteReason(path);
     }
 
-    QString copyFile(int index)
+    QString readFile(int index)
     {
         const ReleaseFile &file = m_files.at(index);
-        QFile source;
-        if (QString reason = OpenRegular(m_source, file.path, source); !reason.isEmpty()) {
+        Descriptor source;
+        if (QString reason = OpenRegularFile(m_source + file.path, source); !reason.isEmpty()) {
+            return ReadReason(file.path, reason);
+        }
+        Descriptor target;
+        if (!m_target.isEmpty()) {
+            target.reset(::open(QFile::encodeName(m_target + file.path).constData(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+            if (!target.isOpen()) {
+                return WriteReason(m_target + file.path);
+            }
+        }
+        DigestMaker digest(DigestKinds::Sha256AndMd5);
+        if (QString reason = pass(file, source.number(), target.number(), digest);
+            !reason.isEmpty()) {
             return reason;
         }
-        QFile target(m_target + file.path);
-        if (!target.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered)) {
-            return WriteReason(target, target.errorString());
+        struct stat status {};
+        if (::fstat(source.number(), &status) != 0 || LastChange(status) != file.changed) {
+            return QStringLiteral("\"%1\" was changed while it was read.").arg(file.path);
         }
-        QCryptographicHash hash(QCryptographicHash::Md5);
+        FileDigests digests;
+        if (QString reason = digest.finish(digests); !reason.isEmpty()) {
+            return ReadReason(file.path, reason);
+        }
+        if (target.isOpen()) {
+            StartWriting(target.number());
+            if (!target.close()) {
+                return WriteReason(m_target + file.path);
+            }
+        }
+        m_records[static_cast<std::size_t>(index)] = {file.path, digests.size, digests.md5,
+                                                      digests.sha256, file.mode};
+        ++m_filesDone;
+        return {};
+    }
+
+    /// Passes the content of an open file on. Returns why that failed, or empty text.
+    QString pass(const ReleaseFile &file, int source, int target, DigestMaker &digest)
+    {
         qint64 size = 0;
-        std::array<char, BlockSize> block;
-        while (size <= file.size) { // a file that grows for ever must come to an end too
-            const qint64 length = source.read(block.data(), block.size());
+        std::array<char, BlockSize> block; // NOLINT(*-member-init): read() fills it
+        while (size <= file.size) {        // a file that grows for ever must come to an end too
+            const ssize_t length = ::read(source, block.data(), block.size());
             if (length == 0) {
                 break;
             }
-            if (length < 0) {
-                return ReadReason(file.path, source.errorString());
+            if (length < 0 && errno == EINTR) {
+                continue;
             }
-            hash.addData(block.data(), static_cast<int>(length));
-            if (!WriteAll(target, block.data(), length)) {
-                return WriteReason(target, target.errorString());
+            if (length < 0) {
+                return ReadReason(file.path, SystemError());
+            }
+            digest.add(block.data(), static_cast<std::size_t>(length));
+            if (target >= 0 && !WriteAll(target, block.data(), static_cast<std::size_t>(length))) {
+                return WriteReason(m_target + file.path);
             }
             size += length;
             m_bytesDone += length;
         }
-        if (size != file.size) {
-            return QStringLiteral("\"%1\" changed its size while it was copied.").arg(file.path);
-        }
-        StartWriting(target);
-        const auto whole = static_cast<quint64>(size);
-        m_records[static_cast<std::size_t>(index)] = {file.path, static_cast<quint32>(whole >> 32U),
-                                                      static_cast<quint32>(whole),
-                                                      Md5Text(hash.result())};
-        ++m_filesDone;
-        return {};
+        return size == file.size
+                   ? QString()
+                   : QStringLiteral("\"%1\" changed its size while it was read.").arg(file.path);
     }
 
     const QVector<ReleaseFile> &m_files;
@@ -178,9 +187,9 @@ private:
     // path, which the threads must not do at once.
     const QString m_source;
     const QString m_target;
-    std::vector<tagDownloadFileInfo> m_records; // one element is one thread's
-    QVector<int> m_order;
-    Tickets m_toCopy;
+    std::vector<ManifestFile> m_records; // one element is one thread's
+    std::vector<int> m_order;
+    Tickets m_toRead;
     Tickets m_toSync;
     qint64 m_size = 0;
     std::atomic<qint64> m_bytesDone{0};
@@ -189,25 +198,35 @@ private:
     QString m_reason;
 };
 
-} // namespace
-
-QString CopyRelease(const QVector<ReleaseFile> &files, const QString &releaseDir,
-                    const QString &targetDir, std::vector<tagDownloadFileInfo> &records)
+QString Read(ReleaseCopy &copy, bool syncs, std::vector<ManifestFile> &records)
 {
-    ReleaseCopy copy(files, releaseDir, targetDir);
-    if (QString reason = copy.makeFolders(); !reason.isEmpty()) {
-        return reason;
-    }
     ProgressBar bar;
     const auto onEveryCore = [&copy, &bar](const std::function<void()> &work) {
         RunWorkers(QThread::idealThreadCount(), work, [&copy, &bar] { copy.show(bar); });
     };
-    onEveryCore([&copy] { copy.copyFiles(); });
-    if (copy.reason().isEmpty()) {
+    onEveryCore([&copy] { copy.readFiles(); });
+    if (syncs && copy.reason().isEmpty()) {
         onEveryCore([&copy] { copy.syncFiles(); });
     }
     if (copy.reason().isEmpty()) {
         records = copy.records();
     }
     return copy.reason();
+}
+
+} // namespace
+
+QString CopyRelease(const QVector<ReleaseFile> &files, const QString &releaseDir,
+                    const QString &targetDir, std::vector<ManifestFile> &records)
+{
+    ReleaseCopy copy(files, releaseDir, targetDir);
+    QString reason = copy.makeFolders();
+    return reason.isEmpty() ? Read(copy, true, records) : reason;
+}
+
+QString ReadRelease(const QVector<ReleaseFile> &files, const QString &releaseDir,
+                    std::vector<ManifestFile> &records)
+{
+    ReleaseCopy copy(files, releaseDir, {});
+    return Read(copy, false, records);
 }

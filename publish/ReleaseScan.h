@@ -3,23 +3,34 @@
 
 #pragma once
 
+#include "release/ReleaseManifest.h"
+
 #include <QString>
 #include <QStringList>
 #include <QVector>
 
-/// One file of a release as it lies in the release folder.
+#include <vector>
+
+/// One regular file of a release as it lies in the release folder.
 struct ReleaseFile {
     QString path; ///< relative to the release folder, '/' between components
     qint64 size = 0;
+    int mode = 0;       ///< permission bits
+    qint64 changed = 0; ///< when its content last changed, in nanoseconds
 };
 
 /// What a release folder holds.
 struct ReleaseContents {
-    QVector<ReleaseFile> files; ///< in ascending order of their paths
-    QStringList links;          ///< symbolic links with their targets, which are not published
-    QStringList problems;       ///< one text for each thing that must not be published
+    QVector<ReleaseFile> files;          ///< in ascending order of their paths
+    std::vector<ManifestLink> links;     ///< symbolic links; in ascending order of their paths
+    std::vector<ManifestFolder> folders; ///< empty ones, and those whose mode is not 0755
+    QStringList problems;                ///< one text for each thing that must not be published
 };
 
 /// Looks through \a folder, hidden files included, without following symbolic links. Everything
 /// that must not be published, or cannot be looked at, becomes a problem.
 ReleaseContents ScanRelease(const QString &folder);
+
+/// Whether both are the same files, links and folders, with the same modes, none of which was
+/// changed between.
+bool IsUnchanged(const ReleaseContents &before, const ReleaseContents &after);

@@ -3,7 +3,11 @@
 
 #pragma once
 
+#include "publish/Report.h"
+#include "release/ReleaseSignature.h"
+
 #include <QUrl>
+#include <QVector>
 
 /// How long one answer may take.
 struct VerifyTimeouts {
@@ -11,9 +15,17 @@ struct VerifyTimeouts {
     qint32 fileSeconds = 60;        ///< for every other file; large ones get more
 };
 
-/// Fetches update.json, the manifest and every file that are published under \a baseUrl, the way an
-/// updater does, and says on standard error what is wrong. Returns the program's exit code: 0 only
-/// when everything is right.
+/// What to verify.
+struct VerifyOptions {
+    QUrl baseUrl;                  ///< where the world fetches from; empty for \a outputDir
+    QString outputDir;             ///< a folder that a base URL stands for
+    QVector<PublicKey> publicKeys; ///< one of them must have signed; with none, nobody must
+    bool strict = false;           ///< warnings are failures
+    VerifyTimeouts timeouts;
+};
+
+/// Reads update.json, the manifest and every file that are published, the way an updater does, and
+/// says what is wrong. Returns the program's exit code: 0 only when everything is right.
 ///
 /// Blocks in local event loops; the application object must exist.
-int Verify(const QUrl &baseUrl, const VerifyTimeouts &timeouts = {});
+int Verify(const VerifyOptions &options, Report &report);

@@ -10,7 +10,6 @@
 
 #include <QDirIterator>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -21,26 +20,18 @@ namespace {
 
 const QString ReleaseName = QStringLiteral("release");
 const QString TargetName = QStringLiteral("name");
-
-QString WriteReason(const QString &path, const QString &error)
-{
-    return QStringLiteral("\"%1\" cannot be written: %2.").arg(path, error);
-}
+const QString HiddenPrefix = QStringLiteral("hidden-");
 
 QString WriteReason(const QString &path)
 {
-    return WriteReason(path, SystemError());
+    return QStringLiteral("\"%1\" cannot be written: %2.").arg(path, SystemError());
 }
 
-/// Writes a file that survives a loss of power. Returns why that failed, or empty text.
+/// Writes a file of the work folder. Returns why that failed, or empty text.
 QString Write(const QString &path, const QByteArray &content)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
-        !file.commit()) {
-        return WriteReason(path, file.errorString());
-    }
-    return {};
+    const QString reason = WriteDurably(path, path + QStringLiteral(".new"), content);
+    return reason.isEmpty() ? reason : reason + QLatin1Char('.');
 }
 
 QByteArray Read(const QString &path)
@@ -81,7 +72,7 @@ Workspace::Workspace(const QString &outputDir)
 
 Workspace::~Workspace()
 {
-    if (m_opened) {
+    if (m_opened && !m_isKept) {
         (void)QFile::remove(m_work.absoluteFilePath(TargetName));
         (void)QDir(m_work).removeRecursively(); // what stays is a leftover for the next run
     }
@@ -126,6 +117,11 @@ QString Workspace::makeOutput()
         } else if (errno != EEXIST) { // another publisher may have been quicker
             return QStringLiteral("The folder \"%1\" cannot be created: %2.")
                 .arg(folder, SystemError());
+        }
+    }
+    for (const QString &folder : qAsConst(m_made)) {
+        if (!SyncFolder(QFileInfo(folder).path())) {
+            return WriteReason(QFileInfo(folder).path());
         }
     }
     return {};
@@ -188,7 +184,6 @@ QString Workspace::publish(const QString &name, const QByteArray &description)
 {
     const QString target = m_output.absoluteFilePath(name);
     const QString prepared = m_work.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
-    const QString announced = m_output.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
     if (QString taken = nameReason(name); !taken.isEmpty()) {
         return taken;
     }
@@ -206,15 +201,57 @@ QString Workspace::publish(const QString &name, const QByteArray &description)
         return WriteReason(target);
     }
     // The announcement must not outlive a loss of power that what it announces does not.
+    reason =
+        SyncFolder(m_output.path()) ? replaceDescription(prepared) : WriteReason(m_output.path());
+    if (!reason.isEmpty() && Exists(prepared)) {
+        m_isKept = !Move(target, releaseDir()); // nobody was told of it yet
+    }
+    return reason;
+}
+
+QString Workspace::announce(const QByteArray &description)
+{
+    const QString prepared = m_work.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
+    const QString reason = Write(prepared, description);
+    return reason.isEmpty() ? replaceDescription(prepared) : reason;
+}
+
+/// Puts a file that survives a loss of power in the place of update.json.
+QString Workspace::replaceDescription(const QString &prepared)
+{
+    const QString announced = m_output.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
+    if (!Move(prepared, announced)) {
+        return WriteReason(announced);
+    }
     if (!SyncFolder(m_output.path())) {
-        reason = WriteReason(m_output.path());
-    } else if (!Move(prepared, announced)) {
-        reason = WriteReason(announced);
+        return QStringLiteral("\"%1\" was replaced, but a loss of power may bring the former one "
+                              "back: \"%2\" cannot be synced: %3.")
+            .arg(announced, m_output.path(), SystemError());
     }
-    if (!reason.isEmpty()) {
-        (void)Move(target, releaseDir()); // nobody was told of it yet
-        return reason;
-    }
-    (void)SyncFolder(m_output.path()); // it is announced; there is no way back
     return {};
+}
+
+QString Workspace::hide(const QStringList &folders, QStringList &hidden)
+{
+    QString reason;
+    for (const QString &folder : folders) {
+        const QString from = m_output.absoluteFilePath(folder);
+        const QString to = m_work.absoluteFilePath(HiddenPrefix + QString::number(hidden.size()));
+        if (!Move(from, to)) {
+            reason = QStringLiteral("\"%1\" cannot be removed: %2.").arg(from, SystemError());
+            break;
+        }
+        hidden.append(folder);
+    }
+    if (reason.isEmpty() && !SyncFolder(m_output.path())) {
+        reason = WriteReason(m_output.path());
+    }
+    for (int index = 0; index < hidden.size(); ++index) {
+        const QString path = m_work.absoluteFilePath(HiddenPrefix + QString::number(index));
+        if (!QDir(path).removeRecursively() && reason.isEmpty()) {
+            reason = QStringLiteral("\"%1\" is out of sight, but some of it is still in \"%2\".")
+                         .arg(hidden.at(index), path);
+        }
+    }
+    return reason;
 }

@@ -32,10 +32,23 @@ public:
     /// \a description in the place of update.json; each at one stroke, and only when what it shows
     /// would survive a loss of power. The files of the release must have been synced.
     ///
-    /// Returns why that failed, or empty text. After a failure the output folder is as it was.
+    /// Returns why that failed, or empty text. After a failure the output folder is as it was, or
+    /// the next run makes it so; only when the wait for the new update.json to be safe has failed,
+    /// the release is announced, and the text says so.
     QString publish(const QString &name, const QByteArray &description);
 
+    /// Puts the \a description in the place of update.json at one stroke. Returns why that failed,
+    /// or empty text.
+    QString announce(const QByteArray &description);
+
+    /// Takes the \a folders of releases out of sight, each at one stroke, and then removes them.
+    ///
+    /// \a hidden  gets those that are out of sight.
+    /// Returns why that failed, or empty text. What could not be removed then is a leftover.
+    QString hide(const QStringList &folders, QStringList &hidden);
+
 private:
+    QString replaceDescription(const QString &prepared);
     QString makeOutput();
     QString lock();
     QString removeLeftovers();
@@ -44,5 +57,6 @@ private:
     const QDir m_work;
     int m_lock = -1; ///< descriptor of the locked output folder
     bool m_opened = false;
-    QStringList m_made; ///< output folder and those above it, as far as they were missing
+    bool m_isKept = false; ///< whether the next run has to take back what this one could not
+    QStringList m_made;    ///< output folder and those above it, as far as they were missing
 };

@@ -52,26 +52,6 @@ int OpenToSync(const char *path, int flags)
     return ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | flags);
 }
 
-bool WriteAll(int descriptor, const QByteArray &content)
-{
-    const char *block = content.constData();
-    auto left = static_cast<std::size_t>(content.size());
-    // Continue after a short write so that the error surfaces.
-    while (left > 0) {
-        const ssize_t written = ::write(descriptor, block, left);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            errno = written == 0 ? EIO : errno;
-            return false;
-        }
-        block += written;
-        left -= static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
 {
     if (::unlink(scratch) != 0 && errno != ENOENT) {
@@ -79,7 +59,8 @@ bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
     }
     Descriptor file(
         ::open(scratch, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, WhileWriting));
-    return file.isOpen() && WriteAll(file.number(), content) &&
+    return file.isOpen() &&
+           WriteAll(file.number(), content.constData(), static_cast<std::size_t>(content.size())) &&
            ::fchmod(file.number(), static_cast<mode_t>(mode)) == 0 && Sync(file.number(), true) &&
            file.close();
 }

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 QString SystemError()
 {
@@ -24,25 +25,29 @@ bool Move(const QString &from, const QString &to)
     return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
 }
 
-bool WriteAll(QFile &file, const char *block, qint64 length)
+bool WriteAll(int descriptor, const char *block, std::size_t length)
 {
-    // A write that ends early is gone on with, so that the error shows.
+    // Continue after a short write so that the error surfaces.
     while (length > 0) {
-        const qint64 written = file.write(block, length);
+        const ssize_t written = ::write(descriptor, block, length);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
         if (written <= 0) {
+            errno = written == 0 ? EIO : errno;
             return false;
         }
         block += written;
-        length -= written;
+        length -= static_cast<std::size_t>(written);
     }
     return true;
 }
 
-void StartWriting(const QFile &file)
+void StartWriting(int descriptor)
 {
 #ifdef SYNC_FILE_RANGE_WRITE
-    (void)::sync_file_range(file.handle(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    (void)::sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WRITE);
 #else
-    Q_UNUSED(file)
+    Q_UNUSED(descriptor)
 #endif
 }

@@ -19,9 +19,10 @@ bool MakeFolder(const QString &path);
 /// well; SystemError() says why not.
 bool Move(const QString &from, const QString &to);
 
-/// Writes a whole block to an unbuffered \a file. Returns whether that went well; the file's error
-/// says why not.
-bool WriteAll(QFile &file, const char *block, qint64 length);
+/// Writes a whole block to an open file. Returns whether that went well; SystemError() says why
+/// not.
+bool WriteAll(int descriptor, const char *block, std::size_t length);
 
-/// Has the system begin to write what is in \a file to the disk, where it can, and does not wait.
-void StartWriting(const QFile &file);
+/// Has the system begin to write what is in an open file to the disk, where it can, and does not
+/// wait.
+void StartWriting(int descriptor);

@@ -26,6 +26,7 @@ MainWindow::MainWindow()
     m_checkAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_U));
     connect(m_checkAction, &QAction::triggered, this, [this] { checkForUpdates(true); });
     connect(&m_check, &UpdateCheck::finished, this, &MainWindow::tell);
+    connect(&m_inplace, &InplaceUpdate::fetched, this, &MainWindow::tellFetched);
     statusBar()->addPermanentWidget(new QLabel(windowTitle()));
     statusBar()->showMessage(tr("Not checked for updates yet"));
     QApplication::setQuitOnLastWindowClosed(false); // closeEvent() decides
@@ -36,7 +37,11 @@ void MainWindow::checkForUpdates(bool asked)
     m_asked = asked;
     m_checkAction->setEnabled(false);
     statusBar()->showMessage(tr("Checking for updates..."));
-    m_check.start();
+    if (m_inplace.isThere()) {
+        m_inplace.fetch();
+    } else {
+        m_check.start();
+    }
 }
 
 void MainWindow::comeToFront()
@@ -50,7 +55,12 @@ void MainWindow::closeEvent(QCloseEvent *event)
 {
     m_leaving = true;
     event->accept();
-    if (!m_check.isRunning()) {
+    if (m_inplace.isRunning()) {
+        m_inplace.stop(); // tellFetched() goes on
+    } else if (!m_check.isRunning()) {
+        if (m_ready) {
+            m_inplace.apply();
+        }
         QCoreApplication::quit();
     }
 }
@@ -65,12 +75,29 @@ void MainWindow::tell(const UpdateReport &report)
         QCoreApplication::quit(); // the user installs the new version now
         return;
     }
-    const QString text = report.success
-                             ? tr("Kestrel is up to date, or the new version was put off.")
-                             : tr("The check for updates failed.");
+    tellText(report.success ? tr("Kestrel is up to date, or the new version was put off.")
+                            : tr("The check for updates failed."),
+             report.message);
+}
+
+void MainWindow::tellFetched(const QString &ready, const QString &message)
+{
+    qInfo().noquote() << "Kestrel: fetched" << (ready.isEmpty() ? message : ready);
+    m_checkAction->setEnabled(true);
+    m_ready = m_ready || !ready.isEmpty();
+    if (m_leaving) {
+        close();
+        return;
+    }
+    tellText(ready.isEmpty() ? tr("There is nothing to install.")
+                             : tr("Version %1 will be installed when you quit.").arg(ready),
+             message);
+}
+
+void MainWindow::tellText(const QString &text, const QString &details)
+{
     statusBar()->showMessage(text);
     if (m_asked) {
-        QMessageBox::information(this, tr("Updates"),
-                                 text + QStringLiteral("\n\n") + report.message);
+        QMessageBox::information(this, tr("Updates"), text + QStringLiteral("\n\n") + details);
     }
 }

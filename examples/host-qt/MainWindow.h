@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "InplaceUpdate.h"
 #include "UpdateCheck.h"
 
 #include <QMainWindow>
@@ -28,9 +29,13 @@ protected:
 
 private:
     void tell(const UpdateReport &report);
+    void tellFetched(const QString &ready, const QString &message);
+    void tellText(const QString &text, const QString &details);
 
     UpdateCheck m_check;
+    InplaceUpdate m_inplace;
     QAction *m_checkAction = nullptr;
     bool m_asked = false;   // whether the user waits for the result
+    bool m_ready = false;   // whether a fetched release waits for the end of the program
     bool m_leaving = false; // whether the window is closed for good
 };

@@ -31,7 +31,11 @@ cmake -S host-qt -B build -G Ninja "-DUPDATER_SOURCE=$updater" \
 cmake --build build >build.log || { cat build.log; exit 1; }
 
 macos=build/Kestrel.app/Contents/MacOS
-for file in Kestrel updater system.cfg ../Info.plist; do
+case "$*" in
+  *KESTREL_IN_PLACE=ON*) set -- inplace_update ;;
+  *) set -- ;;
+esac
+for file in Kestrel updater system.cfg ../Info.plist "$@"; do
   [ -f "$macos/$file" ] || fail "$file is not in the bundle"
 done
 report=$("$macos/updater" console) || fail "exit code $?"

@@ -3,6 +3,9 @@
 
 #include "tests/publish/PublishTool.h"
 
+#include "core/Func.h"
+
+#include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
@@ -16,7 +19,7 @@ ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper)
     QProcess process;
     process.start(command.constFirst(), command.mid(1));
     ToolRun run;
-    if (process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit) {
+    if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit) {
         run.exitCode = process.exitCode();
     }
     run.output = process.readAllStandardOutput();
@@ -27,6 +30,19 @@ ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper)
 QString PublishProgram()
 {
     return QStringLiteral(PUBLISH_UPDATE_PROGRAM);
+}
+
+QByteArray FileLines(const QByteArray &path, const QByteArray &content, const QByteArray &mode)
+{
+    const QByteArray sha256 = QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex();
+    return Md5Hash(content) + '\t' + QByteArray::number(content.size(), 16) + '\t' + path +
+           "\n@file\t" + sha256 + '\t' + mode + '\t' + path + '\n';
+}
+
+QByteArray HeadLines()
+{
+    return "@release\t3100025\t3.10.25\t3.10.25\n@minimum\t3000000\n"
+           "@page\thttps://www.example.com/download\n";
 }
 
 QStringList PublishArguments(const QString &releaseDir, const QString &outputDir)

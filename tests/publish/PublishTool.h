@@ -19,12 +19,19 @@ struct ToolRun {
     QByteArray errors;
 };
 
-/// Runs publish_update with \a arguments to its end. A \a wrapper is a command that the program's
-/// own command line is put behind.
+/// Runs publish_update with \a arguments to its end, in one minute at most. A \a wrapper is a
+/// command that the program's own command line is put behind.
 ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper = {});
 
 /// The path of the program.
 QString PublishProgram();
+
+/// The lines of the manifest that list a file with the mode 0644.
+QByteArray FileLines(const QByteArray &path, const QByteArray &content,
+                     const QByteArray &mode = "0644");
+
+/// The lines that the manifest of PublishArguments() begins with.
+QByteArray HeadLines();
 
 /// The arguments that publish \a releaseDir as version 3.10.25 in \a outputDir.
 QStringList PublishArguments(const QString &releaseDir, const QString &outputDir);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "core/Func.h"
+#include "publish/CommandLine.h"
 #include "tests/publish/PublishTool.h"
 
 #include <QJsonDocument>
@@ -9,6 +10,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 /// What publish_update publishes, and how it is asked to.
@@ -21,9 +23,12 @@ private slots:
     void publish_release_isWhatAnUpdaterExpects();
     void publish_description_saysWhatTheOptionsSay();
     void publish_options_haveTheirDefaults();
+    void publish_modes_letAWebServerRead_data();
     void publish_modes_letAWebServerRead();
     void publish_secondVersion_standsBesideTheFirst();
-    void publish_links_areListedAndLeftOut();
+    void publish_linksAndFolders_areInTheManifestOnly();
+    void publish_hardLinks_areFiles();
+    void publish_sameRelease_hasTheSameManifestAnywhere();
     void publish_pathOfTheRelease_mayBeWrittenInAnyWay_data();
     void publish_pathOfTheRelease_mayBeWrittenInAnyWay();
     void publish_noThreads_doesItsWorkAllTheSame();
@@ -32,7 +37,8 @@ private slots:
     void publish_terminal_showsProgress();
     void usage_bad_exitsWith2_data();
     void usage_bad_exitsWith2();
-    static void usage_help_exitsWith0();
+    static void usage_help_tellsEverythingInOrder();
+    static void usage_version_isPrinted();
 
 private:
     QJsonObject description() const;
@@ -42,12 +48,19 @@ private:
     QString m_output;
 };
 
+namespace {
+
+const QString GoodKey = "RWQf6LRCGA9i53mlYecO4IzT51TGPpvWucNSCh1CBM0QTaLn73Y7GFO3";
+
+} // namespace
+
 void tst_Publish::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     m_release = m_folder->filePath("release");
     m_output = m_folder->filePath("output");
     WriteFile(m_release + "/Contents/MacOS/Host", "host");
+    QVERIFY(QFile::setPermissions(m_release + "/Contents/MacOS/Host", QFile::Permissions(0x7755)));
     WriteFile(m_release + QStringLiteral("/资源/a b.txt"), "");
     WriteFile(m_release + "/.hidden", QByteArray(100000, 'h'));
 }
@@ -69,9 +82,9 @@ void tst_Publish::publish_release_isCopiedWithItsManifest()
     QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
     const QByteArray manifest = published.take("update_md5.info");
     QCOMPARE(published, Tree(m_release));
-    QCOMPARE(manifest, Md5Hash(QByteArray(100000, 'h')) + "\t186a0\t.hidden\n" + Md5Hash("host") +
-                           "\t4\tContents/MacOS/Host\n" + Md5Hash({}) +
-                           QStringLiteral("\t0\t资源/a b.txt\n").toUtf8());
+    QCOMPARE(manifest, HeadLines() + FileLines(".hidden", QByteArray(100000, 'h')) +
+                           FileLines("Contents/MacOS/Host", "host", "0755") +
+                           FileLines("资源/a b.txt", {}));
     QCOMPARE(QDir(m_output).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList({"3.10.25", "update.json"}));
 }
@@ -108,17 +121,36 @@ void tst_Publish::publish_options_haveTheirDefaults()
     QCOMPARE(description().value("Folder").toString(), QString("3.10.25"));
 }
 
+void tst_Publish::publish_modes_letAWebServerRead_data()
+{
+    QTest::addColumn<QString>("umask");
+    QTest::addColumn<int>("folderMode");
+    QTest::newRow("usual") << "022" << 0755;
+    QTest::newRow("closed") << "077" << 0755;
+    QTest::newRow("for a group") << "002" << 0775;
+}
+
 void tst_Publish::publish_modes_letAWebServerRead()
 {
-    const ToolRun run = RunPublish(PublishArguments(m_release, m_output),
-                                   {"sh", "-c", R"(umask 022 && exec "$0" "$@")"});
+    QFETCH(QString, umask);
+    QFETCH(int, folderMode);
+    QVERIFY(QFile::setPermissions(m_release + "/.hidden", QFile::Permissions(0x6600)));
+    const QString output = m_output + "/new/er";
+    const ToolRun run = RunPublish(PublishArguments(m_release, output),
+                                   {"sh", "-c", R"(umask "$0" && exec "$@")", umask});
     QCOMPARE(run.exitCode, 0);
-    const QFileDevice::Permissions everyone =
-        QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    const auto mode = [](const QString &path) {
+        struct stat status {};
+        return ::stat(path.toUtf8().constData(), &status) == 0 ? int(status.st_mode & 07777) : -1;
+    };
     const QStringList paths = Tree(m_output).keys();
+    QVERIFY(paths.size() >= 9);
     for (const QString &path : paths) {
-        QVERIFY2(QFileInfo(m_output + "/" + path).permission(everyone), qPrintable(path));
+        const bool isFolder = QFileInfo(m_output + "/" + path).isDir();
+        const int found = mode(m_output + "/" + path);
+        QVERIFY2(isFolder ? found == folderMode : (found & 0444) == 0444, qPrintable(path));
     }
+    QCOMPARE(mode(m_output), folderMode);
 }
 
 void tst_Publish::publish_secondVersion_standsBesideTheFirst()
@@ -135,26 +167,54 @@ void tst_Publish::publish_secondVersion_standsBesideTheFirst()
     QCOMPARE(description().value("Version").toInt(), 3110000);
 }
 
-void tst_Publish::publish_links_areListedAndLeftOut()
+void tst_Publish::publish_linksAndFolders_areInTheManifestOnly()
 {
-    WriteFile(m_folder->filePath("outside/secret"), "secret");
-    QVERIFY(QFile::link("Contents", m_release + "/a-folder"));
-    QVERIFY(QFile::link(m_folder->filePath("outside"), m_release + "/b-outside"));
-    QVERIFY(QFile::link("nowhere", m_release + "/c-dangling"));
+    QVERIFY(QFile::link("MacOS", m_release + "/Contents/Current"));
+    QVERIFY(QFile::link("Contents/Current/Host", m_release + "/.host"));
+    QVERIFY(QDir(m_release).mkpath("Contents/Empty/Deep"));
+    QVERIFY(QDir(m_release).mkpath("closed"));
+    WriteFile(m_release + "/closed/file", "");
+    QVERIFY(QFile::setPermissions(m_release + "/closed", QFile::Permissions(0x7700)));
     const ToolRun run = RunPublish(PublishArguments(m_release, m_output));
+    QCOMPARE(run.errors, QByteArray());
     QCOMPARE(run.exitCode, 0);
-    const auto warning = [](const QString &link, const QString &target) {
-        return "publish_update: warning: symbolic link not published: " + Quoted(link) + " -> " +
-               Quoted(target) + "\n";
-    };
-    QCOMPARE(QString::fromUtf8(run.errors),
-             warning("a-folder", "Contents") + warning("b-outside", m_folder->filePath("outside")) +
-                 warning("c-dangling", "nowhere"));
-    const QStringList paths = Tree(m_output + "/3.10.25").keys();
-    for (const QString &path : paths) {
-        QVERIFY2(!path.startsWith("a-") && !path.startsWith("b-") && !path.startsWith("c-"),
-                 qPrintable(path));
-    }
+    QVERIFY2(run.output.contains("4 files, 2 links, 100004 bytes"), run.output.constData());
+    const QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    const QByteArray manifest = published.value("update_md5.info");
+    QVERIFY(manifest.contains("\n@link\tMacOS\t-\tContents/Current\n"));
+    QVERIFY(manifest.contains("\n@link\tContents/Current/Host\t-\t.host\n"));
+    QVERIFY(manifest.contains("\n@folder\t0755\t-\tContents/Empty/Deep\n"));
+    QVERIFY(!manifest.contains("\tContents/Empty\n"));
+    QVERIFY(manifest.contains("\n@folder\t0700\t-\tclosed\n"));
+    QVERIFY(!published.contains("Contents/Current") && !published.contains("Contents/Empty"));
+}
+
+void tst_Publish::publish_hardLinks_areFiles()
+{
+    const QByteArray host = (m_release + "/Contents/MacOS/Host").toUtf8();
+    QCOMPARE(::link(host.constData(), (host + " again").constData()), 0);
+    QCOMPARE(RunPublish(PublishArguments(m_release, m_output)).exitCode, 0);
+    const QByteArray manifest = Tree(m_output).value("3.10.25/update_md5.info");
+    QVERIFY(manifest.contains(FileLines("Contents/MacOS/Host again", "host", "0755")));
+    QCOMPARE(QFileInfo(m_output + "/3.10.25/Contents/MacOS/Host again").size(), 4);
+    struct stat status {};
+    const QByteArray copy = (m_output + "/3.10.25/Contents/MacOS/Host").toUtf8();
+    QCOMPARE(::stat(copy.constData(), &status), 0);
+    QCOMPARE(int(status.st_nlink), 1);
+}
+
+void tst_Publish::publish_sameRelease_hasTheSameManifestAnywhere()
+{
+    QCOMPARE(RunPublish(PublishArguments(m_release, m_output)).exitCode, 0);
+    const QString copy = m_folder->filePath("copy");
+    QVERIFY(QDir().mkpath(copy));
+    WriteFile(copy + QStringLiteral("/资源/a b.txt"), "");
+    WriteFile(copy + "/.hidden", QByteArray(100000, 'h'));
+    WriteFile(copy + "/Contents/MacOS/Host", "host");
+    QVERIFY(QFile::setPermissions(copy + "/Contents/MacOS/Host", QFile::Permissions(0x7755)));
+    const QString other = m_folder->filePath("other");
+    QCOMPARE(RunPublish(PublishArguments(copy, other), {"env", "LC_ALL=C"}).exitCode, 0);
+    QCOMPARE(Tree(other), Tree(m_output));
 }
 
 void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay_data()
@@ -266,11 +326,30 @@ void tst_Publish::usage_bad_exitsWith2_data()
     QTest::newRow("verify and a folder") << QStringList({"--verify", "http://h", "RELEASE"});
     QTest::newRow("verify and publish") << good + QStringList({"--verify", "http://h"});
     QTest::newRow("verify and an option") << QStringList{"--verify", "http://h", "--force"};
-    QTest::newRow("verify a name") << QStringList({"--verify", "h"});
     QTest::newRow("verify another scheme") << QStringList({"--verify", "file:///tmp"});
     QTest::newRow("verify no host") << QStringList({"--verify", "http:///a"});
     QTest::newRow("verify a query") << QStringList({"--verify", "http://h/?a"});
     QTest::newRow("verify an empty address") << QStringList({"--verify", ""});
+    QTest::newRow("version with something else") << QStringList{"--version", "--json"};
+    QTest::newRow("an empty application") << good + QStringList{"--application", ""};
+    QTest::newRow("an empty command") << good + QStringList{"--sign-with", " "};
+    QTest::newRow("a key and nothing that signs") << good + QStringList{"--public-key", GoodKey};
+    QTest::newRow("a key that is none")
+        << good + QStringList{"--sign-with", "true", "--public-key", "RWQ"};
+    QTest::newRow("a key of many lines")
+        << QStringList{"--verify", "http://h", "--public-key", "untrusted comment:\n" + GoodKey};
+    QTest::newRow("list nothing") << QStringList{"--list", ""};
+    QTest::newRow("list and a folder") << QStringList{"--list", "OUTPUT", "OUTPUT"};
+    QTest::newRow("list by force") << QStringList{"--list", "OUTPUT", "--force"};
+    QTest::newRow("list and prune") << QStringList{"--list", "OUTPUT", "--prune", "1"};
+    QTest::newRow("announce nowhere") << QStringList{"--announce", "3.10.25"};
+    QTest::newRow("announce nothing") << QStringList{"--announce", "", "OUTPUT"};
+    QTest::newRow("announce and verify")
+        << QStringList{"--announce", "3.10.25", "--verify", "http://h", "OUTPUT"};
+    QTest::newRow("prune nowhere") << QStringList{"--prune", "1"};
+    QTest::newRow("prune to fewer than none") << QStringList{"--prune", "-1", "OUTPUT"};
+    QTest::newRow("prune to a word") << QStringList{"--prune", "all", "OUTPUT"};
+    QTest::newRow("prune and a dry run") << QStringList{"--prune", "1", "--dry-run", "OUTPUT"};
 }
 
 void tst_Publish::usage_bad_exitsWith2()
@@ -286,15 +365,38 @@ void tst_Publish::usage_bad_exitsWith2()
     QVERIFY(!QFileInfo::exists(m_output));
 }
 
-void tst_Publish::usage_help_exitsWith0()
+void tst_Publish::usage_help_tellsEverythingInOrder()
 {
     const ToolRun run = RunPublish({"--help"});
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.errors, QByteArray());
-    for (const char *option : {"--version", "--min-version", "--download-url", "--version-string",
-                               "--folder", "--force", "--verify", "RELEASE_DIR", "OUTPUT_DIR"}) {
-        QVERIFY2(run.output.contains(option), option);
+    QCOMPARE(RunPublish({"-h"}).output, run.output);
+    int last = -1;
+    for (const char *heading :
+         {"Usage:", "Options for publishing:", "Other forms:", "Exit codes:", "Example:"}) {
+        const int at = run.output.indexOf(heading);
+        QVERIFY2(at > last, heading);
+        last = at;
     }
+    const QStringList options = KnownOptions();
+    QVERIFY(options.size() >= 16);
+    for (const QString &option : options) {
+        const QByteArray line = "  --" + option.toUtf8();
+        QVERIFY2(run.output.contains(line) || run.output.contains("  -h," + line.mid(1)),
+                 line.constData());
+    }
+    const QList<QByteArray> lines = run.output.split('\n');
+    for (const QByteArray &line : lines) {
+        QVERIFY2(line.size() <= 100, line.constData());
+    }
+}
+
+void tst_Publish::usage_version_isPrinted()
+{
+    const ToolRun run = RunPublish({"--version"});
+    QCOMPARE(run.output, QByteArray("publish_update " PUBLISH_UPDATE_VERSION "\n"));
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.exitCode, 0);
 }
 
 QTEST_GUILESS_MAIN(tst_Publish)

@@ -272,7 +272,9 @@ void tst_PublishRefusal::release_unreadable_isRefused()
     const QStringList arguments = PublishArguments(m_release, m_output);
     QVERIFY(QFile::setPermissions(m_release + "/Host", {}));
     QCOMPARE(refusal(arguments, wrapper),
-             QStringList(R"("Host" cannot be read: Permission denied.)"));
+             QStringList(R"("Host" cannot be published: its mode 0000 does not let its owner read )"
+                         "it."));
+    QVERIFY(QFile::setPermissions(m_release + "/Host", QFile::Permissions(0x6644)));
 
     WriteFile(m_release + "/closed/a", "");
     QVERIFY(QFile::setPermissions(m_release + "/closed", {}));
@@ -283,11 +285,15 @@ void tst_PublishRefusal::release_unreadable_isRefused()
     const QStringList named = refusal(arguments, wrapper);
     QVERIFY(QFile::setPermissions(m_release + "/closed",
                                   QFile::ExeOwner | QFile::WriteOwner | QFile::ReadOwner));
-    QCOMPARE(named, QStringList(R"("closed/a" cannot be looked at: Permission denied.)"));
-    QCOMPARE(messages.size(), 1);
-    QVERIFY2(messages.constFirst().startsWith("The release cannot be looked through at ") &&
-                 messages.constFirst().contains("/closed"),
-             qPrintable(messages.constFirst()));
+    const QString mode(
+        R"("closed" cannot be published: its mode %1 does not let its owner read it.)");
+    QCOMPARE(named, QStringList({mode.arg("0400"),
+                                 R"("closed/a" cannot be looked at: Permission denied.)"}));
+    QCOMPARE(messages.size(), 2);
+    QCOMPARE(messages.constFirst(), mode.arg("0000"));
+    QVERIFY2(messages.constLast().startsWith("The release cannot be looked through at ") &&
+                 messages.constLast().contains("/closed"),
+             qPrintable(messages.constLast()));
 }
 
 void tst_PublishRefusal::output_insideTheRelease_isRefused_data()

@@ -4,9 +4,14 @@
 #include "core/Func.h"
 #include "publish/Verify.h"
 #include "tests/publish/PublishTool.h"
+#include "tests/support/FaultyAnswers.h"
 #include "tests/support/ScriptedServer.h"
+#include "tests/support/SigningKey.h"
 
+#include <QCryptographicHash>
 #include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -32,6 +37,16 @@ private slots:
     void verify_bodies_areHeldWithinABudget();
     static void verify_noServer_isReported();
     void verify_manyFiles_areAllAskedFor();
+    void verify_manifestBrokenOff_isRefused_data();
+    void verify_manifestBrokenOff_isRefused();
+    void verify_oldRelease_isVerifiedAsEver();
+    void verify_key_demandsASignature_data();
+    void verify_key_demandsASignature();
+    void verify_folder_isAllRight();
+    void verify_folder_fault_isReported_data();
+    void verify_folder_fault_isReported();
+    void verify_folder_extraFile_isWarnedOf();
+    void verify_json_saysTheSame();
 
 private:
     QTemporaryDir m_folder;
@@ -59,6 +74,18 @@ ScriptedServer::Handler Serve(const Pages &pages)
     };
 }
 
+QByteArray Sha256(const QByteArray &content)
+{
+    return QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex();
+}
+
+/// The manifest of the release that is verified.
+QByteArray ReleaseManifest()
+{
+    return HeadLines() + FileLines("Contents/Host", "host") + FileLines("Contents/empty", "") +
+           FileLines("资源/a b+c.txt", "text");
+}
+
 ToolRun RunVerify(const ScriptedServer &server, const QString &end = QString())
 {
     return RunPublish({"--verify", server.url(QString::fromUtf8(Base)) + end});
@@ -80,6 +107,7 @@ void tst_PublishVerify::initTestCase()
         m_pages.insert(url.toEncoded().mid(8), Page(file.value()));
     }
     QVERIFY(m_pages.contains(Release + "/%E8%B5%84%E6%BA%90/a%20b+c.txt"));
+    QCOMPARE(m_pages.value(Manifest), Page(ReleaseManifest()));
 }
 
 void tst_PublishVerify::verify_publishedRelease_isAllRight_data()
@@ -130,27 +158,37 @@ void tst_PublishVerify::verify_fault_isReported_data()
         << QByteArray("update.json: Folder: it is absolute.");
     QTest::newRow("description with a wrong type")
         << Description
-        << Page(R"({"Version":"1","VersionString":"","Folder":"3.10.25","MinVersion":0,)"
+        << Page(R"({"Version":3100025,"VersionString":1,"Folder":"3.10.25","MinVersion":0,)"
                 R"("DownloadUrl":"https://h/"})")
-        << QByteArray("update.json: Version is not a whole number.");
+        << QByteArray("update.json: VersionString is not a text.");
+    QTest::newRow("description of another version")
+        << Description
+        << Page(R"({"Version":3100026,"VersionString":"","Folder":"3.10.25","MinVersion":0,)"
+                R"("DownloadUrl":"https://h/"})")
+        << QByteArray("update.json: it names version 3100026 in \"3.10.25\", where the manifest is "
+                      "of version 3100025 in \"3.10.25\".");
+    QTest::newRow("manifest of another folder")
+        << Manifest << Page(QByteArray(ReleaseManifest()).replace("\t3.10.25\t", "\t3.10.24\t"))
+        << QByteArray("where the manifest is of version 3100025 in \"3.10.24\".");
 
     QTest::newRow("manifest missing")
         << Manifest << missing << QByteArray("3.10.25/update_md5.info: " + isMissing);
     QTest::newRow("manifest redirected") << Manifest << redirect("302 Found")
                                          << QByteArray("3.10.25/update_md5.info: " + redirected);
     QTest::newRow("manifest empty")
-        << Manifest << Page("") << QByteArray("3.10.25/update_md5.info: it lists no file.");
+        << Manifest << Page("")
+        << QByteArray("3.10.25/update_md5.info: line 1: the manifest lists no file.");
     QTest::newRow("manifest with a line of two fields")
         << Manifest << Page(md5 + "\t4\tContents/Host\n" + md5 + "\tContents/Host\n")
         << QByteArray("3.10.25/update_md5.info: line 2: it does not have three fields.");
     QTest::newRow("manifest with an unsafe path, which is not asked for")
         << Manifest << Page(md5 + "\t4\t../update.json\n")
-        << QByteArray(R"(3.10.25/update_md5.info: line 1: path "../update.json": it has a ".." )"
+        << QByteArray(R"(3.10.25/update_md5.info: path "../update.json": it has a ".." )"
                       "component.");
     QTest::newRow("manifest with a file too large, which is not asked for")
         << Manifest << Page(md5 + "\t7fffffc0\tother\n" + md5 + "\t4\tContents/Host\n")
-        << QByteArray("3.10.25/update_md5.info: line 1: files of almost 2 GiB (2,147,483,584 "
-                      "bytes) and more cannot be updated.");
+        << QByteArray("3.10.25/update_md5.info: path \"other\": files of almost 2 GiB "
+                      "(2,147,483,584 bytes) and more cannot be updated.");
     QTest::newRow("manifest lists a file that is not there")
         << Manifest << Page(md5 + "\t4\tother\n") << QByteArray("other: " + isMissing);
 
@@ -173,10 +211,20 @@ void tst_PublishVerify::verify_fault_isReported_data()
     QTest::newRow("file shorter") << Host << Page("hos")
                                   << QByteArray(file + "it has 3 bytes instead of 4.");
     QTest::newRow("file longer") << Host << Page("hosts")
-                                 << QByteArray(file + "it has 5 bytes instead of 4.");
+                                 << QByteArray(file + "it is too long: more than 4 bytes.");
     QTest::newRow("file of another content")
         << Host << Page("HOST")
         << QByteArray(file + "its MD5 text is " + Md5Hash("HOST") + " instead of " + md5 + ".");
+    QTest::newRow("file of another SHA-256")
+        << Manifest << Page(QByteArray(ReleaseManifest()).replace(Sha256("host"), Sha256("HOST")))
+        << QByteArray(file + "its SHA-256 is " + Sha256("host") + " instead of " + Sha256("HOST"));
+    const QByteArray gzip = GzipAnswer("host").bytes;
+    QTest::newRow("file compressed all the same")
+        << Host << gzip << QByteArray(file + "it is too long: more than 4 bytes.");
+    QTest::newRow("manifest compressed all the same")
+        << Manifest << GzipAnswer(ReleaseManifest()).bytes
+        << QByteArray("3.10.25/update_md5.info: it comes compressed (gzip), although that was not "
+                      "asked for.");
 }
 
 void tst_PublishVerify::verify_fault_isReported()
@@ -238,7 +286,10 @@ void tst_PublishVerify::verify_noAnswer_timesOut()
         });
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(Verify(server.url(QString::fromUtf8(Base)), {descriptionSeconds, fileSeconds}), 1);
+    Report report;
+    const VerifyOptions options{
+        server.url(QString::fromUtf8(Base)), {}, {}, false, {descriptionSeconds, fileSeconds}};
+    QCOMPARE(Verify(options, report), 1);
     QVERIFY(timer.elapsed() >= 1000);
     QVERIFY(timer.elapsed() < 10000); // less than by default
 }
@@ -299,8 +350,7 @@ void tst_PublishVerify::verify_connectionDropped_isReported()
     });
     const ToolRun run = RunVerify(server);
     QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.errors,
-             QByteArray("publish_update: Contents/Host: it has 3 bytes instead of 4.\n"));
+    QCOMPARE(run.errors, QByteArray("publish_update: Contents/Host: it does not come whole.\n"));
 }
 
 void tst_PublishVerify::verify_noServer_isReported()
@@ -330,10 +380,163 @@ void tst_PublishVerify::verify_manyFiles_areAllAskedFor()
     const ScriptedServer server(Serve(pages));
     const ToolRun run = RunVerify(server);
     QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.errors, "publish_update: f499: it has 4 bytes instead of 3.\n"
+    QCOMPARE(run.errors, "publish_update: f499: it is too long: more than 3 bytes.\n"
                          "publish_update: f77: its MD5 text is " +
                              Md5Hash("88") + " instead of " + Md5Hash("77") + ".\n");
     QCOMPARE(server.requests().size(), 502);
+    const int threads = qMax(4, QThread::idealThreadCount());
+    QVERIFY2(server.connections() <= threads + 1, // they are kept for the next file
+             qPrintable(QString::number(server.connections())));
+}
+
+void tst_PublishVerify::verify_manifestBrokenOff_isRefused_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::addColumn<bool>("isLengthTold");
+    QTest::newRow("in a line, length told") << 200 << true;
+    QTest::newRow("in a line, no length") << 200 << false;
+    QTest::newRow("between a file and its further line, no length")
+        << HeadLines().size() + FileLines("Contents/Host", "host").indexOf('\n') + 1 << false;
+}
+
+void tst_PublishVerify::verify_manifestBrokenOff_isRefused()
+{
+    QFETCH(int, length);
+    QFETCH(bool, isLengthTold);
+    const Pages pages = m_pages;
+    const ScriptedServer server([=](ScriptedConnection &connection, const QByteArray &request) {
+        const QByteArray path = request.split(' ').value(1);
+        if (path != Manifest) {
+            connection.send(pages.value(path));
+            return;
+        }
+        const QByteArray whole =
+            isLengthTold ? pages.value(path)
+                         : "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + ReleaseManifest();
+        connection.send(whole.left(whole.indexOf("\r\n\r\n") + 4 + length));
+        connection.close();
+    });
+    const ToolRun run = RunVerify(server);
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.errors.startsWith("publish_update: 3.10.25/update_md5.info: "),
+             run.errors.constData());
+    const QList<QByteArray> requests = server.requests();
+    for (const QByteArray &request : requests) {
+        QVERIFY2(!request.contains("Contents"), request.constData()); // no file was asked for
+    }
+}
+
+void tst_PublishVerify::verify_oldRelease_isVerifiedAsEver()
+{
+    Pages pages = m_pages;
+    pages.insert(Manifest, Page(Md5Hash("host") + "\t4\tContents/Host\n"));
+    {
+        const ScriptedServer server(Serve(pages));
+        QCOMPARE(RunVerify(server).exitCode, 0);
+    }
+    const ScriptedServer server(Serve(pages));
+    const ToolRun run = RunPublish({"--verify", server.url(QString::fromUtf8(Base)), "--public-key",
+                                    SigningKey().publicKey()});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.errors.contains("3.10.25/update_md5.info.minisig: the release is not signed"),
+             run.errors.constData());
+}
+
+void tst_PublishVerify::verify_key_demandsASignature_data()
+{
+    QTest::addColumn<bool>("isSigned");
+    QTest::addColumn<bool>("isOtherKey");
+    QTest::addColumn<QByteArray>("report");
+    QTest::newRow("signed") << true << false << QByteArray();
+    QTest::newRow("not signed") << false << false << QByteArray("the release is not signed");
+    QTest::newRow("signed by another key") << true << true << QByteArray("update_md5.info.minisig");
+}
+
+void tst_PublishVerify::verify_key_demandsASignature()
+{
+    QFETCH(bool, isSigned);
+    QFETCH(bool, isOtherKey);
+    QFETCH(QByteArray, report);
+    const SigningKey key;
+    Pages pages = m_pages;
+    if (isSigned) {
+        pages.insert(Manifest + ".minisig", Page(key.signature(ReleaseManifest())));
+    }
+    const ScriptedServer server(Serve(pages));
+    const ToolRun run = RunPublish({"--verify", server.url(QString::fromUtf8(Base)), "--public-key",
+                                    isOtherKey ? SigningKey().publicKey() : key.publicKey()});
+    QCOMPARE(run.exitCode, report.isEmpty() ? 0 : 1);
+    QVERIFY2(run.errors.contains(report), run.errors.constData());
+    QVERIFY(!report.isEmpty() || run.output.endsWith("3 files, signed.\n"));
+}
+
+void tst_PublishVerify::verify_folder_isAllRight()
+{
+    const ToolRun run = RunPublish({"--verify", m_folder.filePath("output") + "/"});
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.output,
+             QByteArray("All right: version 3.10.25 (3100025) in \"3.10.25\", 3 files.\n"));
+    QCOMPARE(run.exitCode, 0);
+}
+
+void tst_PublishVerify::verify_folder_fault_isReported_data()
+{
+    QTest::addColumn<QString>("command"); // run in a copy of the output folder
+    QTest::addColumn<QByteArray>("report");
+    QTest::newRow("no description")
+        << "rm update.json" << QByteArray("update.json: it is missing.");
+    QTest::newRow("no manifest") << "rm 3.10.25/update_md5.info"
+                                 << QByteArray("3.10.25/update_md5.info: it is missing.");
+    QTest::newRow("manifest cut") << "truncate -s -1 3.10.25/update_md5.info"
+                                  << QByteArray("3.10.25/update_md5.info: line ");
+    QTest::newRow("file missing") << "rm 3.10.25/Contents/Host"
+                                  << QByteArray("Contents/Host: No such file or directory.");
+    QTest::newRow("file changed") << "printf HOST > 3.10.25/Contents/Host"
+                                  << QByteArray("Contents/Host: its MD5 text is ");
+    QTest::newRow("file longer") << "printf x >> 3.10.25/Contents/Host"
+                                 << QByteArray("Contents/Host: it has 5 bytes instead of 4.");
+    QTest::newRow("link to the file")
+        << "mv 3.10.25/Contents/Host host && ln -s ../../host 3.10.25/Contents/Host"
+        << QByteArray("Contents/Host: it is no regular file.");
+    QTest::newRow("no folder at all") << "rm -r ../copy" << QByteArray(" is not a folder.");
+}
+
+void tst_PublishVerify::verify_folder_fault_isReported()
+{
+    QFETCH(QString, command);
+    QFETCH(QByteArray, report);
+    const QTemporaryDir folder;
+    const QString copy = folder.filePath("copy");
+    QCOMPARE(QProcess::execute("cp", {"-a", m_folder.filePath("output"), copy}), 0);
+    QCOMPARE(QProcess::execute("sh", {"-c", "cd \"$0\" && " + command, copy}), 0);
+    const ToolRun run = RunPublish({"--verify", copy});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.errors.contains(report), run.errors.constData());
+    QCOMPARE(run.output, QByteArray());
+}
+
+void tst_PublishVerify::verify_folder_extraFile_isWarnedOf()
+{
+    const QTemporaryDir folder;
+    const QString copy = folder.filePath("copy");
+    QCOMPARE(QProcess::execute("cp", {"-a", m_folder.filePath("output"), copy}), 0);
+    WriteFile(copy + "/3.10.25/.DS_Store", "");
+    const ToolRun run = RunPublish({"--verify", copy});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.errors,
+             QByteArray("publish_update: warning: .DS_Store: it is not in the manifest.\n"));
+    QCOMPARE(RunPublish({"--verify", copy, "--strict"}).exitCode, 1);
+}
+
+void tst_PublishVerify::verify_json_saysTheSame()
+{
+    const ToolRun run = RunPublish({"--verify", m_folder.filePath("output"), "--json"});
+    QCOMPARE(run.exitCode, 0);
+    const QJsonObject object = QJsonDocument::fromJson(run.output).object();
+    QCOMPARE(object.value("success").toBool(), true);
+    QCOMPARE(object.value("version").toInt(), 3100025);
+    QCOMPARE(object.value("files").toInt(), 3);
+    QCOMPARE(object.value("signed").toBool(true), false);
 }
 
 QTEST_GUILESS_MAIN(tst_PublishVerify)

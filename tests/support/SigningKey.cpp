@@ -31,6 +31,11 @@ SigningKey::SigningKey()
     m_publicKey = QString::fromLatin1(ReadFile(publicKey).split('\n').value(1));
 }
 
+QString SigningKey::secretKey() const
+{
+    return m_folder.filePath(QStringLiteral("secret"));
+}
+
 QString SigningKey::command() const
 {
     return arguments().join(QLatin1Char(' '));
@@ -39,7 +44,7 @@ QString SigningKey::command() const
 QStringList SigningKey::arguments(const QStringList &options) const
 {
     return QStringList{QStringLiteral("minisign"), QStringLiteral("-S"), QStringLiteral("-s"),
-                       m_folder.filePath(QStringLiteral("secret"))} +
+                       secretKey()} +
            options + QStringList{QStringLiteral("-m")};
 }
 

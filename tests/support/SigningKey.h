@@ -18,6 +18,9 @@ public:
     /// The public key in one line.
     QString publicKey() const { return m_publicKey; }
 
+    /// The path of the secret key.
+    QString secretKey() const;
+
     /// The command that signs the file whose path is put behind it, as publish_update takes it.
     QString command() const;
 

@@ -1,0 +1,86 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "publish/EntryCheck.h"
+
+#include "release/SystemCalls.h"
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+#include <sys/xattr.h>
+
+namespace {
+
+constexpr mode_t PermissionBits = 07777;
+constexpr mode_t SpecialBits = 07000;
+constexpr mode_t OthersMayWrite = 0022;
+constexpr mode_t OwnerMayRead = 0400;
+constexpr mode_t OwnerMayEnter = 0500;
+
+ssize_t ListAttributes(const std::filesystem::path &path, char *names, std::size_t size)
+{
+#ifdef Q_OS_DARWIN
+    return ::listxattr(path.c_str(), names, size, XATTR_NOFOLLOW);
+#else
+    return ::llistxattr(path.c_str(), names, size);
+#endif
+}
+
+} // namespace
+
+qint64 LastChange(const struct stat &status)
+{
+    constexpr qint64 second = 1000000000;
+#ifdef Q_OS_DARWIN
+    return status.st_mtimespec.tv_sec * second + status.st_mtimespec.tv_nsec;
+#else
+    return status.st_mtim.tv_sec * second + status.st_mtim.tv_nsec;
+#endif
+}
+
+QString ModeReason(mode_t mode)
+{
+    const QString text = QStringLiteral("its mode %1 ")
+                             .arg(static_cast<uint>(mode & PermissionBits), 4, 8, QLatin1Char('0'));
+    if ((mode & SpecialBits) != 0) {
+        return text + QStringLiteral("has a set-uid, set-gid or sticky bit");
+    }
+    if ((mode & OthersMayWrite) != 0) {
+        return text + QStringLiteral("lets others than its owner write (chmod go-w)");
+    }
+    const mode_t needed = S_ISDIR(mode) ? OwnerMayEnter : OwnerMayRead;
+    if ((mode & needed) != needed) {
+        return text + QStringLiteral("does not let its owner read it");
+    }
+    return {};
+}
+
+QString AttributeReason(const std::filesystem::path &path)
+{
+    // Other systems than the one that signed keep such attributes as the user's.
+    constexpr std::string_view signature = "com.apple.cs.";
+    constexpr std::string_view copied = "user.com.apple.cs.";
+    const ssize_t size = ListAttributes(path, nullptr, 0);
+    if (size < 0 && errno != ENOTSUP && errno != EPERM) {
+        return QStringLiteral("its extended attributes cannot be read: %1").arg(SystemError());
+    }
+    if (size <= 0) {
+        return {};
+    }
+    std::string names(static_cast<std::size_t>(size), '\0');
+    const ssize_t read = ListAttributes(path, names.data(), names.size());
+    if (read < 0) {
+        return QStringLiteral("its extended attributes cannot be read: %1").arg(SystemError());
+    }
+    names.resize(static_cast<std::size_t>(read));
+    for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+        const std::string_view name(names.c_str() + at);
+        if (name.substr(0, signature.size()) == signature ||
+            name.substr(0, copied.size()) == copied) {
+            return QStringLiteral("its code signature is in an extended attribute, which a web "
+                                  "server does not serve");
+        }
+    }
+    return {};
+}

@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+#include <filesystem>
+#include <sys/stat.h>
+
+/// \file
+/// What one entry of a release folder may be. Callable on any thread.
+
+/// When the content of a file last changed, in nanoseconds.
+qint64 LastChange(const struct stat &status);
+
+/// Returns why a file or folder with the \a mode of its inode must not be published, or empty text.
+QString ModeReason(mode_t mode);
+
+/// Returns why the file at \a path must not be published for the sake of what its extended
+/// attributes hold, or empty text. Does not follow a symbolic link.
+QString AttributeReason(const std::filesystem::path &path);

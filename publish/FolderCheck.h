@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "release/ReleaseManifest.h"
+
+#include <QString>
+#include <QStringList>
+
+/// What the folder of a release is like, compared with its manifest.
+struct FolderState {
+    QStringList problems; ///< what is missing or not as listed; sentences, in the order of paths
+    QStringList extras;   ///< what is there and not listed; sentences, in the order of paths
+};
+
+/// Reads every file that \a manifest lists below the release's \a folder, on as many threads as
+/// there are cores, with a progress bar on a terminal. Follows no links.
+FolderState CheckFolder(const QString &folder, const ReleaseManifest &manifest);

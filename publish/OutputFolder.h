@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "release/Formats.h"
+#include "release/ReleaseManifest.h"
+
+#include <QDateTime>
+#include <QString>
+
+#include <vector>
+
+/// \file
+/// What lies in the folder that the update base URL stands for. Callable on any thread.
+
+/// One release in an output folder.
+struct ListedRelease {
+    QString folder;
+    QString version;          ///< as shown to people; the folder's name in an old release
+    int number = 0;           ///< what updaters compare
+    bool hasVersion = false;  ///< whether it is known at all which version this is
+    bool isSigned = false;    ///< whether there is a signature, by whomever
+    bool isAnnounced = false; ///< whether update.json names it
+    QDateTime published;      ///< when its manifest was written
+    ReleaseManifest manifest;
+    QString problem; ///< why its manifest could not be read; empty when it was
+
+    quint64 bytes() const;
+};
+
+/// What an output folder holds.
+struct OutputState {
+    std::vector<ListedRelease> releases; ///< the newest first; those without a version last
+    PublishedDescription announced;      ///< what update.json says, as far as it could be read
+    bool hasAnnouncement = false;        ///< whether there is an update.json
+    QStringList announcementProblems;    ///< what is wrong with it
+};
+
+/// Reads update.json and the manifests of all releases in \a outputDir. A folder without a manifest
+/// is no release; links are not followed.
+OutputState ReadOutput(const QString &outputDir);
+
+/// Reads the manifest of the release in \a folder of \a outputDir. Returns why that failed, or
+/// empty text.
+QString ReadManifestFile(const QString &outputDir, const QString &folder, QByteArray &content,
+                         ReleaseManifest &manifest);

@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "publish/Prune.h"
+
+#include "app/FileNames.h"
+#include "publish/OutputFolder.h"
+#include "publish/Workspace.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+
+#include <cstdlib>
+
+namespace {
+
+/// The folders of the releases to remove, the oldest first. What is left alone is warned of.
+QStringList ToRemove(const OutputState &state, int keep, Report &report)
+{
+    QStringList folders;
+    int kept = 0;
+    for (const ListedRelease &release : state.releases) {
+        if (!release.hasVersion || !release.problem.isEmpty()) {
+            if (!release.isAnnounced) {
+                report.warn(QStringLiteral("\"%1\" is left alone: %2.")
+                                .arg(release.folder,
+                                     release.problem.isEmpty()
+                                         ? QStringLiteral("nobody knows which version it is")
+                                         : release.problem));
+            }
+        } else if (kept < keep) {
+            ++kept;
+        } else if (!release.isAnnounced) {
+            folders.prepend(release.folder);
+        }
+    }
+    return folders;
+}
+
+} // namespace
+
+int Prune(const QString &outputDir, int keep, Report &report)
+{
+    if (!QFileInfo(outputDir).isDir()) {
+        return report.refuse({QStringLiteral("\"%1\" is not a folder.").arg(outputDir)});
+    }
+    Workspace workspace(outputDir);
+    const QString taken = workspace.open();
+    if (!taken.isEmpty()) {
+        return report.refuse({taken});
+    }
+    const OutputState state = ReadOutput(outputDir);
+    if (!state.announcementProblems.isEmpty()) {
+        return report.refuse(
+            {QStringLiteral("%1: %2; which release is announced is not known.")
+                 .arg(UPDATE_DESCRIBE_FILENAME, state.announcementProblems.constFirst())});
+    }
+    const QStringList folders = ToRemove(state, keep, report);
+    QStringList removed;
+    const QString reason = workspace.hide(folders, removed);
+    report.add(QStringLiteral("removed"), QJsonArray::fromStringList(removed));
+    for (const QString &folder : qAsConst(removed)) {
+        report.say(QStringLiteral("Removed \"%1\".").arg(folder));
+    }
+    if (!reason.isEmpty()) {
+        return report.refuse({reason});
+    }
+    if (removed.isEmpty()) {
+        report.say(QStringLiteral("Nothing to remove."));
+    }
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+/// What one run of the program has to tell: in words while it goes on, or as one JSON object at its
+/// end, with the words on standard error. To be used on one thread.
+class Report {
+public:
+    enum class Form { Words, Json };
+
+    explicit Report(Form form = Form::Words);
+    Q_DISABLE_COPY(Report)
+
+    /// Says \a text, which may have several lines, as a result of the run.
+    void say(const QString &text) const;
+    /// Says and remembers a warning of one line.
+    void warn(const QString &text);
+    /// Says and remembers the \a problems that made the run fail. Returns the exit code of that.
+    int refuse(const QStringList &problems);
+
+    /// Adds a value to the JSON object.
+    void add(const QString &key, const QJsonValue &value) { m_object.insert(key, value); }
+
+    const QStringList &warnings() const { return m_warnings; }
+    bool isJson() const { return m_form == Form::Json; }
+
+    /// Ends the run: prints the object, with its success, warnings and problems, where one is asked
+    /// for. Returns \a exitCode, or that of a failure when the object could not be written.
+    int end(int exitCode);
+
+private:
+    const Form m_form;
+    QJsonObject m_object;
+    QStringList m_warnings;
+    QStringList m_problems;
+};

@@ -1,0 +1,146 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "publish/ShellCommand.h"
+
+#include "release/SystemCalls.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+extern char **environ;
+
+namespace {
+
+// A terminal sends these to the command too.
+constexpr std::array<int, 2> FromTerminal{SIGINT, SIGQUIT};
+constexpr std::array<int, 2> ToPassOn{SIGTERM, SIGHUP};
+
+volatile sig_atomic_t Child = 0;
+
+void PassOn(int signal)
+{
+    const int error = errno;
+    if (Child > 0) {
+        (void)::kill(Child, signal);
+    }
+    errno = error;
+}
+
+/// Takes signals in hand for as long as it lives.
+class SignalGuard {
+public:
+    SignalGuard(const std::array<int, 2> &numbers, void (*handler)(int)) : m_numbers(numbers)
+    {
+        struct sigaction action {};
+        action.sa_handler = handler;
+        action.sa_flags = SA_RESTART;
+        (void)::sigemptyset(&action.sa_mask);
+        for (std::size_t index = 0; index < m_numbers.size(); ++index) {
+            (void)::sigaction(m_numbers.at(index), &action, &m_before.at(index));
+        }
+    }
+    ~SignalGuard()
+    {
+        for (std::size_t index = 0; index < m_numbers.size(); ++index) {
+            (void)::sigaction(m_numbers.at(index), &m_before.at(index), nullptr);
+        }
+    }
+    Q_DISABLE_COPY(SignalGuard)
+
+private:
+    const std::array<int, 2> m_numbers;
+    std::array<struct sigaction, 2> m_before{};
+};
+
+/// Gives the terminal back as it was: a command that asks for a pass phrase and is interrupted
+/// leaves it without an echo.
+class TerminalGuard {
+public:
+    TerminalGuard() : m_isTerminal(::tcgetattr(STDIN_FILENO, &m_before) == 0) {}
+    ~TerminalGuard()
+    {
+        if (m_isTerminal) {
+            (void)::tcsetattr(STDIN_FILENO, TCSADRAIN, &m_before);
+        }
+    }
+    Q_DISABLE_COPY(TerminalGuard)
+
+private:
+    struct termios m_before {};
+    const bool m_isTerminal;
+};
+
+/// Starts the command. Returns its process, or 0 with errno set.
+pid_t Start(const QByteArray &script, const QByteArray &argument, bool outputToErrors)
+{
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_t actions;
+    (void)::posix_spawnattr_init(&attributes);
+    (void)::posix_spawn_file_actions_init(&actions);
+    sigset_t usual;
+    (void)::sigemptyset(&usual);
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) {
+        (void)::sigaddset(&usual, signal);
+    }
+    (void)::posix_spawnattr_setsigdefault(&attributes, &usual);
+    (void)::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    if (outputToErrors) {
+        (void)::posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO);
+    }
+    std::array<char *, 6> words{const_cast<char *>("sh"),
+                                const_cast<char *>("-c"),
+                                const_cast<char *>(script.constData()),
+                                const_cast<char *>("sh"),
+                                const_cast<char *>(argument.constData()),
+                                nullptr};
+    pid_t process = 0;
+    const int error =
+        ::posix_spawn(&process, "/bin/sh", &actions, &attributes, words.data(), environ);
+    (void)::posix_spawn_file_actions_destroy(&actions);
+    (void)::posix_spawnattr_destroy(&attributes);
+    errno = error;
+    return error == 0 ? process : 0;
+}
+
+QString EndReason(int status)
+{
+    if (WIFSIGNALED(status)) {
+        return QStringLiteral("it was ended by signal %1 (%2)")
+            .arg(QString::number(WTERMSIG(status)),
+                 QString::fromLocal8Bit(::strsignal(WTERMSIG(status))));
+    }
+    return WEXITSTATUS(status) == 0
+               ? QString()
+               : QStringLiteral("its exit code is %1").arg(WEXITSTATUS(status));
+}
+
+} // namespace
+
+QString RunShellCommand(const QString &command, const QString &argument, bool outputToErrors)
+{
+    Child = 0;
+    const TerminalGuard terminal;
+    const SignalGuard ignored(FromTerminal, SIG_IGN);
+    const SignalGuard passedOn(ToPassOn, PassOn);
+    const pid_t process = Start((command + QStringLiteral(" \"$1\"")).toLocal8Bit(),
+                                QFile::encodeName(argument), outputToErrors);
+    if (process <= 0) {
+        return QStringLiteral("it cannot be started: %1").arg(SystemError());
+    }
+    Child = process;
+    int status = 0;
+    while (::waitpid(process, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return QStringLiteral("its end cannot be waited for: %1").arg(SystemError());
+        }
+    }
+    Child = 0;
+    return EndReason(status);
+}

@@ -1,0 +1,17 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QDir>
+#include <QFileInfo>
+#include <QString>
+
+/// The template of a QTemporaryDir in memory, where there is such a file system: for tests that
+/// sync thousands of files and do not care whether these outlive a loss of power.
+inline QString MemoryFolder()
+{
+    const QString memory = QStringLiteral("/dev/shm");
+    return (QFileInfo(memory).isWritable() ? memory : QDir::tempPath()) +
+           QStringLiteral("/updater-test-XXXXXX");
+}
