@@ -43,7 +43,7 @@ using H = HostStart;
 // In the order of the enum. That a failed fetch exits with 0 in console mode while an address that
 // is not valid exits with 1 is meant.
 // clang-format off
-constexpr std::array<SessionOutcomeInfo, 11> Table{{
+constexpr std::array<SessionOutcomeInfo, static_cast<std::size_t>(O::Count)> Table{{
     // outcome                 title               message             retry  host started     console       windowed      exit
     {O::Restarted,              nullptr,            nullptr,            false, H::Always,       Marker13,     Marker13,     1},
     {O::AlreadyRunning,         StartTitle,         RunningText,        false, H::WindowedOnly, Marker12,     Marker12,     1},
@@ -59,7 +59,8 @@ constexpr std::array<SessionOutcomeInfo, 11> Table{{
 }};
 // clang-format on
 
-constexpr bool InOrder()
+// A row that is missing reads as the first outcome.
+constexpr bool IsComplete()
 {
     for (std::size_t i = 0; i < Table.size(); ++i) {
         if (static_cast<std::size_t>(Table[i].outcome) != i) {
@@ -68,7 +69,7 @@ constexpr bool InOrder()
     }
     return true;
 }
-static_assert(InOrder(), "the rows stand in the order of the enum");
+static_assert(IsComplete(), "every outcome has its row, in the order of the enum");
 
 } // namespace
 

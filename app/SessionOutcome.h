@@ -3,7 +3,7 @@
 
 #pragma once
 
-/// The eleven ways in which a session ends.
+/// The ways in which a session ends.
 enum class SessionOutcome {
     Restarted,
     AlreadyRunning,
@@ -16,6 +16,7 @@ enum class SessionOutcome {
     NoUpdateNeeded,
     NoticeAccepted,
     NoticeDeclined,
+    Count, ///< how many there are; no outcome itself
 };
 
 /// Whether a session's end starts the host application.
@@ -34,5 +35,5 @@ struct SessionOutcomeInfo {
     int exitCode; ///< not a success flag
 };
 
-/// Returns the one row for \a outcome. Callable on any thread.
+/// Returns the one row for \a outcome, which is not Count. Callable on any thread.
 const SessionOutcomeInfo &InfoOf(SessionOutcome outcome);

@@ -5,6 +5,7 @@
 
 #include "app/FileNames.h"
 #include "platform/PlatformServices.h"
+#include "platform/QtDefaults.h"
 
 #include <QCoreApplication>
 #include <QNetworkProxyFactory>
@@ -24,7 +25,7 @@ QString HostExecutableName(const QDir &applicationDir)
 {
     QSettings settings(applicationDir.absoluteFilePath(SYSTEM_CONFIG_FILENAME),
                        QSettings::IniFormat);
-    settings.setIniCodec("UTF-8");
+    UseUtf8(settings);
     return settings.value(QStringLiteral("ExeName"), QStringLiteral("Host.exe")).toString();
 }
 

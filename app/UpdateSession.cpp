@@ -10,6 +10,7 @@
 #include "app/UpdateDescription.h"
 #include "core/Func.h"
 #include "platform/LogHandler.h"
+#include "platform/QtDefaults.h"
 #include "platform/StandardStreams.h"
 #include "ui/LazyIcon.h"
 #include "ui/UpdateError.h"
@@ -177,8 +178,7 @@ int EndSession(SessionOutcome outcome, bool console, const QString &exeName)
 int RunUpdateSession(int &argc, char **argv, const QString &baseUrl, const QString &descriptionName)
 {
     PrepareStandardStreams();
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
+    EnableHighDpi();
     const QApplication application(argc, argv);
     QApplication::setWindowIcon(LazyIcon(QStringLiteral(":/icon")));
     CLogHandler::SetLogLevel(QtDebugMsg);

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "BaseUrl.h"
 #include "app/FileNames.h"
 #include "app/UpdateSession.h"
 
@@ -9,5 +10,5 @@
 
 int main(int argc, char *argv[])
 {
-    return RunUpdateSession(argc, argv, QStringLiteral(UPDATE_BASE_URL), UPDATE_DESCRIBE_FILENAME);
+    return RunUpdateSession(argc, argv, UPDATE_BASE_URL, UPDATE_DESCRIBE_FILENAME);
 }

@@ -92,6 +92,32 @@ def parse_shuffled(here):
     return against_awk(here, "^ParseShuffled$", "shuffled.info")
 
 
+@row("read-manifest", "ReadManifest, 1,000,000 files in 2,000,000 lines",
+     "ParseMd5File of the lines with three fields", 2.2)
+def read_manifest(here):
+    stage.make_complete_manifest()
+    result = measure.inside(IN_PROCESS, DATA, here.env, "^(ReadWhole|Parse/1000000)$", 9)
+    return report.times(result["ReadWhole"], result["Parse/1000000"])
+
+
+@row("hash-files", "SHA-256 of 20,000 files of 8 KiB, both cores", "sha256sum of the same", 0.80)
+def hash_files(here):
+    stage.make_files("installed", 20000, 8192)
+    listed = shell(f"cd '{DATA}/installed' && exec sha256sum * >/dev/null")
+    return report.times(*measure.inside_and_process(
+        IN_PROCESS, DATA, here.env, "^HashFiles", listed, rounds=9))
+
+
+@row("hash-large", "SHA-256 and MD5 in one pass, one file of 256 MiB",
+     "sha256sum, then md5sum", 1.0)
+def hash_large(here):
+    stage.make_files("large", 4, 256 << 20)
+    file = quoted(DATA / "large" / "f000000.dat")
+    return report.times(*measure.inside_and_process(
+        IN_PROCESS, DATA, here.env, "^HashLargeFile$", shell(f"sha256sum {file} && md5sum {file}"),
+        rounds=9))
+
+
 def md5sum_check(name):
     return shell(f"cd '{DATA}/{name}' && exec md5sum -c --status ../{name}.md5")
 
@@ -215,6 +241,25 @@ def publish(here):
                  "exec md5sum -c --status ../../data/release.md5")
     return report.times(*measure.process_times(
         [tool, copy], here.env, 5, prepare=shell(f"rm -rf '{out}' && mkdir '{out}' && sync")))
+
+
+@row("durability", "inplace_update, all of 5,000 files of 8 KiB change, on the disk at the end",
+     "the same with every wait for the disk taken out", 1.5)
+def durability(here):
+    stage.make_files("small", 5000, 8192)
+    stage.make_files("small-before", 5000, 8192)
+    subprocess.run(["rm", "-rf", stage.WWW / "durability"], check=True)
+    subprocess.run([BUILD / "publish/publish_update", "--version", "3.1.0", "--min-version", "2.0.0",
+                    "--download-url", "https://www.example.com/", DATA / "small",
+                    stage.WWW / "durability"], check=True, stdout=subprocess.DEVNULL)
+    around = STAGE / "durability"
+    update = [BUILD / "inplace/inplace_update", "--base-url", f"{here.base}durability",
+              "--install", around / "installed", "--staging", around / "staging", "--console"]
+    lay = shell(f"rm -rf '{around}' && mkdir '{around}' && "
+                f"cp -r '{DATA}/small-before' '{around}/installed' && sync")
+    return report.times(*measure.process_times(
+        [quoted(*update), quoted("env", f"LD_PRELOAD={BENCH / 'libno_sync.so'}", *update)],
+        here.env, 9, prepare=lay))
 
 
 @row("growth", "time a record", None, 1.5)

@@ -67,6 +67,21 @@ def make_manifests():
     (DATA / "shuffled.info").write_text("".join(lines))
 
 
+def make_complete_manifest():
+    """The sorted list of 1,000,000 files once more, with the extended lines."""
+    complete = DATA / "complete.info"
+    if complete.exists():
+        return
+    make_manifests()
+    lines = ["@release\t3010000\t3.1.0\t3.1.0\n", "@minimum\t2000000\n"]
+    with open(DATA / "manifest-1000000.info", encoding="utf-8") as files:
+        for number, line in enumerate(files):
+            path = line.rstrip("\n").split("\t")[2]
+            sha256 = hashlib.sha256(str(number).encode()).hexdigest()
+            lines += [line, f"@file\t{sha256}\t0644\t{path}\n"]
+    complete.write_text("".join(lines), encoding="utf-8")
+
+
 def make_resumed(count):
     """A staging folder that lacks the last file of its manifest only."""
     make_files(f"staged{count}", count, 1024)

@@ -47,6 +47,9 @@ bool GetFileByUrl(QNetworkAccessManager &manager, QUrl url, QByteArray &data, QS
                   QByteArray body, QMap<QByteArray, QByteArray> *responseHeaders)
 {
     QNetworkRequest request(url);
+    // Qt 6 would follow redirects.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::ManualRedirectPolicy);
     const QList<QByteArray> names = headers.keys();
     for (const QByteArray &name : names) {
         request.setRawHeader(name, headers.value(name));

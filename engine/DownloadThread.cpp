@@ -55,7 +55,7 @@ void CDownloadThread::downloadOne()
 
 QFileInfo CDownloadThread::stagingFile() const
 {
-    return {m_downloadDir.absoluteFilePath(m_files.at(m_current).path)};
+    return QFileInfo(m_downloadDir.absoluteFilePath(m_files.at(m_current).path));
 }
 
 bool CDownloadThread::isStaged(const QFileInfo &staging) const
@@ -92,7 +92,11 @@ bool CDownloadThread::requestOne()
     emit downloadStarted(staging, m_current, m_files.size());
 
     const QUrl url(m_url + m_files.at(m_current).path, QUrl::TolerantMode);
-    QNetworkReply *reply = m_manager.get(QNetworkRequest(url));
+    QNetworkRequest request(url);
+    // Qt 6 would follow redirects.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::ManualRedirectPolicy);
+    QNetworkReply *reply = m_manager.get(request);
     if (!reply) {
         fail(staging, tr("下载更新文件%1失败").arg(staging.fileName()));
         return true;

@@ -5,6 +5,7 @@
 
 #include "inplace/HostStart.h"
 #include "inplace/Report.h"
+#include "platform/QtDefaults.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -38,8 +39,7 @@ std::unique_ptr<QCoreApplication> MakeApplication(int &argc, char **argv,
     }
     WantedOptions = &options;
     const QtMessageHandler before = qInstallMessageHandler(&OnMessage);
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    EnableHighDpi();
     auto application = std::make_unique<QApplication>(argc, argv);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icon")));
     qInstallMessageHandler(before);

@@ -6,12 +6,12 @@
 #include "inplace/InplaceUpdate.h"
 #include "inplace/Report.h"
 #include "inplace/WindowSystem.h"
+#include "platform/QtDefaults.h"
 #include "platform/StandardStreams.h"
 #include "release/Messages.h"
 
 #include <QApplication>
 #include <QNetworkProxyFactory>
-#include <QTextCodec>
 
 #include <cstdlib>
 
@@ -20,7 +20,7 @@ int main(int argc, char *argv[])
     // Whoever started an update and goes away, perhaps to be replaced by it, must not end it.
     PrepareStandardStreams();
     // File names are UTF-8, as the manifest's are, whatever the locale is.
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    UseUtf8FileNames();
     QCoreApplication::setApplicationName(QStringLiteral("inplace_update"));
     QCoreApplication::setApplicationVersion(QStringLiteral(UPDATER_VERSION));
     QStringList arguments;

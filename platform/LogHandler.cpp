@@ -4,6 +4,7 @@
 #include "platform/LogHandler.h"
 
 #include "platform/PlatformServices.h"
+#include "platform/QtDefaults.h"
 
 #include <QDate>
 #include <QDir>
@@ -29,7 +30,7 @@ static void messageHandler(QtMsgType type, const QMessageLogContext &context, co
         // Closed again for each message, so that every line is on disk when the handler returns.
         if (file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
             QTextStream stream(&file);
-            stream.setCodec("UTF-8");
+            UseUtf8(stream);
             stream << qFormatLogMessage(type, context, msg) << "\n";
             file.close();
         }

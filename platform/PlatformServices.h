@@ -14,10 +14,11 @@
 /// Returns the updater's data directory as UTF-8 text of up to 512 bytes, never null.
 ///
 /// In the App Sandbox this is the container's home; elsewhere it is the folder HOME/.IDENTIFIER,
-/// made if missing, where IDENTIFIER is the main bundle's. While that is not a folder and cannot
-/// be made, the whole path gets one more '.' in front (which makes it relative to the working
-/// directory) and is tried again, without limit: where not even a relative folder can be made,
-/// this call does not return. A text of 512 bytes or more is cut at 512.
+/// made if missing, where IDENTIFIER is the main bundle's. Off macOS, HOME is the variable, or what
+/// the password database says if the variable is unset or empty. While that is not a folder and
+/// cannot be made, the whole path gets one more '.' in front (which makes it relative to the
+/// working directory) and is tried again, without limit: where not even a relative folder can be
+/// made, this call does not return. A text of 512 bytes or more is cut at 512.
 const char *ApplicationHomePath();
 
 /// Returns the main bundle's "CFBundleShortVersionString" as UTF-8 text, or null when it has none

@@ -138,13 +138,14 @@ QString UnsafePathReason(const QString &path)
     if (path.normalized(QString::NormalizationForm_D).toUtf8().size() > LongestPath) {
         return QStringLiteral("it has over %1 bytes in its decomposed form").arg(LongestPath);
     }
-    const QVector<QStringRef> names = path.splitRef(Separator);
-    for (const QStringRef &name : names) {
-        if (QString reason = UnsafeNameReason(name.toString()); !reason.isEmpty()) {
+    const QStringList names = path.split(Separator);
+    for (int i = 0; i < names.size(); ++i) {
+        const QString &name = names.at(i);
+        if (QString reason = UnsafeNameReason(name); !reason.isEmpty()) {
             return reason;
         }
         // The network layer asks for a/.x/b as a//b.
-        if (name.size() == 2 && name.startsWith(QLatin1Char('.')) && name.end() != path.end()) {
+        if (name.size() == 2 && name.startsWith(QLatin1Char('.')) && i + 1 < names.size()) {
             return QStringLiteral("it has a folder of '.' and one character, which addresses lose");
         }
     }

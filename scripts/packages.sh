@@ -33,9 +33,13 @@ install_without_services() (
     install -y -qq --no-install-recommends "$@" </dev/null >/dev/null
 )
 
+can_install() {
+  command -v apt-get >/dev/null && { [ "$(id -u)" = 0 ] || command -v sudo >/dev/null; }
+}
+
 install_needed() {
   [ ${#missing_packages[@]} -gt 0 ] || return 0
-  if ! command -v apt-get >/dev/null || ! { [ "$(id -u)" = 0 ] || command -v sudo >/dev/null; }; then
+  if ! can_install; then
     echo "Please install (names as on Debian 12): ${missing_packages[*]}" >&2
     exit 1
   fi
@@ -58,10 +62,19 @@ need_for_building() {
   need 'pkg-config --exists libcrypto' libssl-dev
 }
 
+has_qt6() {
+  pkg-config --exists Qt6Widgets Qt6Network
+}
+
+need_for_qt6() {
+  need has_qt6 qt6-base-dev
+}
+
 need_for_showing() {
   need 'command -v nginx' nginx-light
   need 'command -v Xvfb' xvfb
   need 'command -v xdotool' xdotool
+  need 'pkg-config --exists xcb' libxcb1-dev
   need 'command -v import' imagemagick
   need 'fc-list :lang=zh | grep . || ls /usr/share/fonts/*/noto/NotoSansCJK-Regular.*' fonts-noto-cjk
 }
@@ -72,6 +85,7 @@ need_for_testing() {
   need 'command -v minisign' minisign
   need 'command -v python3' python3
   need 'command -v faketime' faketime
+  need 'command -v xprop' x11-utils
   need 'command -v rsvg-convert' librsvg2-bin
   need 'command -v clang++' clang
   need 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a' libclang-rt-14-dev

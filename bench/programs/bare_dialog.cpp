@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "platform/QtDefaults.h"
+
 #include <QApplication>
 #include <QDialog>
 #include <QEventLoop>
@@ -47,8 +49,7 @@ void AddTexts(QDialog &dialog)
 /// and the notice's texts.
 int main(int argc, char *argv[])
 {
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
+    EnableHighDpi();
     const QApplication app(argc, argv);
     QNetworkAccessManager manager;
     QNetworkReply *reply = manager.get(QNetworkRequest(QUrl(QString::fromLocal8Bit(argv[1]))));

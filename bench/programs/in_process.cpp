@@ -3,6 +3,10 @@
 
 #include "core/Func.h"
 #include "platform/LogHandler.h"
+#include "platform/QtDefaults.h"
+#include "release/FileDigests.h"
+#include "release/ReleaseManifest.h"
+#include "release/Workers.h"
 
 #include <benchmark/benchmark.h>
 
@@ -12,6 +16,9 @@
 #include <QDir>
 #include <QFile>
 #include <QTextStream>
+#include <QThread>
+
+#include <atomic>
 
 /// \file
 /// in_process DATA [OPTION...]: what is measured inside a process. DATA holds the inputs; log
@@ -98,6 +105,52 @@ void CheckLargeFile(benchmark::State &state)
     }
 }
 
+void ReadWhole(benchmark::State &state)
+{
+    for (auto _ : state) {
+        ReleaseManifest manifest;
+        const QString reason =
+            ReadManifest(Content(data.filePath(QStringLiteral("complete.info"))), manifest);
+        if (!reason.isEmpty() || manifest.files.size() != 1000000) {
+            state.SkipWithError("not the expected manifest");
+            break;
+        }
+    }
+}
+
+void HashFiles(benchmark::State &state)
+{
+    const QStringList names =
+        QDir(data.filePath(QStringLiteral("installed"))).entryList(QDir::Files);
+    for (auto _ : state) {
+        std::atomic<int> hashed{0};
+        Tickets tickets(names.size());
+        const auto worker = [&] {
+            for (int ticket = tickets.take(); ticket >= 0; ticket = tickets.take()) {
+                FileDigests digests;
+                const QString path = data.path() + QStringLiteral("/installed/") + names.at(ticket);
+                hashed += ReadDigests(path, DigestKinds::Sha256, digests).isEmpty() ? 1 : 0;
+            }
+        };
+        RunWorkers(QThread::idealThreadCount(), worker, [] {});
+        if (!Expect(state, 20000, hashed)) {
+            break;
+        }
+    }
+}
+
+void HashLargeFile(benchmark::State &state)
+{
+    for (auto _ : state) {
+        FileDigests digests;
+        const QString path = data.filePath(QStringLiteral("large/f000000.dat"));
+        if (!ReadDigests(path, DigestKinds::Sha256AndMd5, digests).isEmpty()) {
+            state.SkipWithError("not the expected file");
+            break;
+        }
+    }
+}
+
 void Silent(QtMsgType /*type*/, const QMessageLogContext & /*context*/, const QString & /*text*/) {}
 
 /// The steps of a log line and nothing else: formatted, and appended as text to a file that is
@@ -107,7 +160,7 @@ void Plain(QtMsgType type, const QMessageLogContext &context, const QString &tex
     QFile file(logFile);
     if (file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
         QTextStream stream(&file);
-        stream.setCodec("UTF-8");
+        UseUtf8(stream);
         stream << qFormatLogMessage(type, context, text) << "\n";
         file.close();
     }
@@ -147,6 +200,9 @@ BENCHMARK(ParseShuffled)->Unit(benchmark::kMillisecond);
 BENCHMARK(CompareListed)->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(CompareHashed)->Unit(benchmark::kMillisecond);
 BENCHMARK(CheckLargeFile)->Unit(benchmark::kMillisecond);
+BENCHMARK(ReadWhole)->Unit(benchmark::kMillisecond);
+BENCHMARK(HashFiles)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(HashLargeFile)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char *argv[])
 {

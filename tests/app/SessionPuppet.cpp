@@ -27,11 +27,20 @@ namespace {
 
 constexpr int LookMs = 2;
 
+bool IsHighDpiEnabled()
+{
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED // by Qt 6, where the attributes have no effect
+    const bool scaling = QCoreApplication::testAttribute(Qt::AA_EnableHighDpiScaling);
+    const bool pixmaps = QCoreApplication::testAttribute(Qt::AA_UseHighDpiPixmaps);
+    QT_WARNING_POP
+    return scaling && pixmaps;
+}
+
 QString Describe(const QDialog &dialog)
 {
     QStringList parts{QString::fromLatin1(dialog.metaObject()->className())};
-    if (!QCoreApplication::testAttribute(Qt::AA_EnableHighDpiScaling) ||
-        !QCoreApplication::testAttribute(Qt::AA_UseHighDpiPixmaps)) {
+    if (!IsHighDpiEnabled()) {
         parts.append(QStringLiteral("without high resolution"));
     }
     if (dialog.windowIcon().availableSizes() != QList<QSize>{QSize(256, 256)}) {

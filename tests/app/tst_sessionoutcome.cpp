@@ -12,9 +12,16 @@ class tst_SessionOutcome : public QObject {
     Q_OBJECT
 
 private slots:
+    void outcomes_number_isThatOfTheRowsHere();
     void infoOf_everyOutcome_isItsRow_data();
     void infoOf_everyOutcome_isItsRow();
 };
+
+// A new outcome needs a row in this file, too.
+void tst_SessionOutcome::outcomes_number_isThatOfTheRowsHere()
+{
+    QCOMPARE(static_cast<int>(SessionOutcome::Count), 11);
+}
 
 void tst_SessionOutcome::infoOf_everyOutcome_isItsRow_data()
 {

@@ -23,6 +23,7 @@ private slots:
     void startUp_configIsDirectory_givesDefault();
     void startUp_configUnreadable_givesDefault();
     void startUp_updateIsFile_isLeftAlone();
+    static void startUp_noDataDirectory_usesTheWorkingDirectory();
 
 private:
     static QJsonObject startUp(const HostBundle &bundle);
@@ -118,8 +119,10 @@ void tst_SessionState::startUp_config_givesHostName_data()
     row("empty", "ExeName=\n", "");
     row("absolute", "ExeName=/usr/bin/kestrel\n", "/usr/bin/kestrel");
     row("blanks", "ExeName=My Host App\n", "My Host App");
+    row("quoted blanks around it", "ExeName=\" My Host \"\n", " My Host ");
     row("quoted comma", "ExeName=\"a, b\"\n", "a, b");
     row("unquoted comma is a list, and no text", "ExeName=a, b\n", "");
+    // Our choice: the file is UTF-8, whatever the locale.
     row("Chinese", "ExeName=红隼\n", "红隼");
     row("given twice: the later one", "ExeName=a\nExeName=b\n", "b");
     row("rubbish", QByteArray("\x00\xff\xfe\x80]]][[=\n\x01\x02", 12), "Host.exe");
@@ -162,6 +165,16 @@ void tst_SessionState::startUp_updateIsFile_isLeftAlone()
     WriteFile(updateDir, "mine");
     QCOMPARE(startUp(bundle).value(QLatin1String("updateDir")).toString(), updateDir);
     QCOMPARE(ReadFile(updateDir), QByteArray("mine"));
+}
+
+void tst_SessionState::startUp_noDataDirectory_usesTheWorkingDirectory()
+{
+    const HostBundle bundle(QStringLiteral(SESSION_STATE_DRIVER_NO_HOME));
+    const QJsonObject state = startUp(bundle);
+    const QString work = QDir(bundle.path(QStringLiteral("work"))).canonicalPath();
+    QCOMPARE(state.value(QLatin1String("updateDir")).toString(), work + QStringLiteral("/update"));
+    QVERIFY(QFileInfo(work + QStringLiteral("/update")).isDir());
+    QCOMPARE(state.value(QLatin1String("hostVersionText")).toString(), QString());
 }
 
 QTEST_GUILESS_MAIN(tst_SessionState)

@@ -32,19 +32,23 @@ struct FetchCall {
     }
 };
 
-/// A manager that remembers the reply to its last request, for as long as the reply lives.
+/// A manager that remembers its last request and the reply to it, for as long as the reply lives.
 class WatchedManager : public QNetworkAccessManager {
 public:
     QNetworkReply *reply() const { return m_reply; }
+    /// As the caller made it, without what the network layer adds.
+    QNetworkRequest request() const { return m_request; }
 
 protected:
     QNetworkReply *createRequest(Operation operation, const QNetworkRequest &request,
                                  QIODevice *body) override
     {
+        m_request = request;
         m_reply = QNetworkAccessManager::createRequest(operation, request, body);
         return m_reply;
     }
 
 private:
+    QNetworkRequest m_request;
     QPointer<QNetworkReply> m_reply;
 };

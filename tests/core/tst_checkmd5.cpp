@@ -22,7 +22,7 @@ private slots:
     void checkMd5_emptyUpdate_givesNothing();
     void checkMd5_sizes_playNoPart();
     void checkMd5_keysThatAreNoPaths_pathsDecide();
-    void checkMd5_result_holdsTheRecords();
+    void checkMd5_result_holdsTheUpdatesRecords();
 
 private:
     static tagDownloadFileInfo record(const QString &path, const QByteArray &content);
@@ -156,16 +156,20 @@ void tst_CheckMd5::checkMd5_keysThatAreNoPaths_pathsDecide()
     QCOMPARE(toFetch(), QStringList(QStringLiteral("b")));
 }
 
-void tst_CheckMd5::checkMd5_result_holdsTheRecords()
+void tst_CheckMd5::checkMd5_result_holdsTheUpdatesRecords()
 {
+    m_update[QStringLiteral("b")].sizeHigh = 2;
     m_update[QStringLiteral("c")].sizeHigh = 3;
+    write(QStringLiteral("local.info"), "old\t700000005\tc\n"); // b is hashed, c is listed
     const QMap<QString, tagDownloadFileInfo> result = CheckMd5(m_update, m_localManifest, m_root);
     QCOMPARE(result.size(), 4);
-    const tagDownloadFileInfo info = result.value(QStringLiteral("c"));
-    QCOMPARE(info.path, QStringLiteral("c"));
-    QCOMPARE(info.sizeHigh, 3U);
-    QCOMPARE(info.sizeLow, 1U);
-    QCOMPARE(info.md5, Md5Hash("c"));
+    for (const char *name : {"b", "c"}) {
+        const tagDownloadFileInfo info = result.value(QLatin1String(name));
+        QCOMPARE(info.path, QLatin1String(name));
+        QCOMPARE(info.sizeHigh, *name == 'b' ? 2U : 3U);
+        QCOMPARE(info.sizeLow, 1U);
+        QCOMPARE(info.md5, Md5Hash(name));
+    }
 }
 
 QTEST_APPLESS_MAIN(tst_CheckMd5)

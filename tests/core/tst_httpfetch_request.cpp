@@ -15,6 +15,7 @@ private slots:
     static void getFileByUrl_anyVerb_travelsWithAnyBody();
     static void getFileByUrl_headers_areSentInAscendingOrderAsGiven();
     static void getFileByUrl_noHeaders_leavesTheRequestToTheNetworkLayer();
+    static void getFileByUrl_request_asksForNothingOfItsOwn();
     static void getFileByUrl_address_isSentEncoded_data();
     static void getFileByUrl_address_isSentEncoded();
     static void getFileByUrl_manager_servesManyCalls();
@@ -106,6 +107,21 @@ void tst_HttpFetchRequest::getFileByUrl_noHeaders_leavesTheRequestToTheNetworkLa
     QVERIFY(names.contains("Host"));
 }
 
+void tst_HttpFetchRequest::getFileByUrl_request_asksForNothingOfItsOwn()
+{
+    const ScriptedServer server(ScriptedServer::always(Answer));
+    WatchedManager manager;
+    QVERIFY(FetchCall().run(manager, server.url("/")));
+    const QNetworkRequest request = manager.request();
+    QCOMPARE(request.transferTimeout(), 0);
+    QCOMPARE(request.rawHeaderList(), QList<QByteArray>());
+    QVERIFY(!request.attribute(QNetworkRequest::Http2AllowedAttribute).toBool());
+    QVERIFY(!request.attribute(QNetworkRequest::Http2DirectAttribute).toBool());
+    QVERIFY(!request.attribute(QNetworkRequest::HttpPipeliningAllowedAttribute).toBool());
+    QVERIFY(!request.attribute(QNetworkRequest::CacheLoadControlAttribute).isValid());
+    QVERIFY(!request.attribute(QNetworkRequest::CacheSaveControlAttribute).isValid());
+}
+
 void tst_HttpFetchRequest::getFileByUrl_address_isSentEncoded_data()
 {
     QTest::addColumn<QString>("path");
@@ -145,6 +161,7 @@ void tst_HttpFetchRequest::getFileByUrl_manager_servesManyCalls()
         QVERIFY(bad.successOutputsUntouched());
     }
     QCOMPARE(server.requests().size(), 6);
+    QCOMPARE(server.connections(), 1); // the caller decides when the manager forgets
 }
 
 void tst_HttpFetchRequest::getFileByUrl_freshManagerForEachAttempt_opensOneConnectionEach()

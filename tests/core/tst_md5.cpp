@@ -4,7 +4,9 @@
 #include "core/Func.h"
 #include "tests/support/OrdinaryUser.h"
 
+#include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -25,6 +27,7 @@ private slots:
     static void md5Hash_reference_isTheWordOrderedText();
     void checkFileMd5_text_mustBeEqualByteForByte_data();
     void checkFileMd5_text_mustBeEqualByteForByte();
+    void checkFileMd5_readOnlyFile_isReadAndLeftAlone();
     void checkFileMd5_unreadable_isFalse_data();
     void checkFileMd5_unreadable_isFalse();
     void strupr_andStrlwr_changeLettersInPlace_data();
@@ -72,6 +75,9 @@ void tst_Md5::checkFileMd5_text_mustBeEqualByteForByte_data()
     QTest::newRow("empty file, usual order")
         << QByteArray() << QByteArray("d41d8cd98f00b204e9800998ecf8427e") << false;
     QTest::newRow("content") << QByteArray("abc") << Abc << true;
+    QTest::newRow("CR LF is content like any other")
+        << QByteArray("a\r\nb\r\n") << Md5Hash("a\r\nb\r\n") << true;
+    QTest::newRow("CR LF is not LF") << QByteArray("a\r\nb\r\n") << Md5Hash("a\nb\n") << false;
     QTest::newRow("other content") << QByteArray("abd") << Abc << false;
     QTest::newRow("upper case") << QByteArray("abc") << Abc.toUpper() << false;
     QTest::newRow("blank in front") << QByteArray("abc") << ' ' + Abc << false;
@@ -86,6 +92,21 @@ void tst_Md5::checkFileMd5_text_mustBeEqualByteForByte()
     QFETCH(QByteArray, content);
     QFETCH(QByteArray, text);
     QTEST(CheckFileMd5(write(QStringLiteral("file"), content), text), "equal");
+}
+
+void tst_Md5::checkFileMd5_readOnlyFile_isReadAndLeftAlone()
+{
+    const QString path = write(QStringLiteral("read-only"), "abc");
+    QVERIFY(QFile::setPermissions(m_folder.path(), QFile::Permissions(0x7055)));
+    QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x4044)));
+    const QDateTime modified = QFileInfo(path).lastModified();
+    {
+        const OrdinaryUser user; // whom permissions bind
+        QVERIFY(CheckFileMd5(path, Abc));
+    }
+    QCOMPARE(QFileInfo(path).lastModified(), modified);
+    QCOMPARE(QFileInfo(path).size(), 3);
+    QVERIFY(QFile::setPermissions(m_folder.path(), QFile::Permissions(0x7000)));
 }
 
 void tst_Md5::checkFileMd5_unreadable_isFalse_data()

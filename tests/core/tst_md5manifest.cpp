@@ -32,6 +32,7 @@ private slots:
     static void parseMd5File_samePath_laterLineWins();
     static void parseMd5File_samePathsAcrossALongList_lastLineWins();
     static void parseMd5File_order_isThatOfThePaths();
+    static void record_fields_areInTheirOrder();
 };
 
 void tst_Md5Manifest::parseMd5File_size_isHexadecimal_data()
@@ -230,6 +231,15 @@ void tst_Md5Manifest::parseMd5File_order_isThatOfThePaths()
     QCOMPARE(map.keys(), QStringList({QStringLiteral("B"), QStringLiteral("a"), QStringLiteral("b"),
                                       QStringLiteral("c")}));
     QCOMPARE(map.value(QStringLiteral("a")).sizeLow, 5U);
+}
+
+void tst_Md5Manifest::record_fields_areInTheirOrder()
+{
+    const tagDownloadFileInfo record{QStringLiteral("path"), 1, 2, "md5"}; // high half first
+    QCOMPARE(record.path, QStringLiteral("path"));
+    QCOMPARE(record.sizeHigh, 1U);
+    QCOMPARE(record.sizeLow, 2U);
+    QCOMPARE(record.md5, QByteArray("md5"));
 }
 
 QTEST_APPLESS_MAIN(tst_Md5Manifest)

@@ -93,8 +93,10 @@ void tst_FaultsTls::certificate_changedBeforeTheRetry_isLookedAtAgain_data()
         << true << QStringLiteral("CUpdateNotice|[立即更新]|[以后再说]|version=发现新版本：4");
     QTest::newRow("of an unknown authority")
         << false
-        << QStringLiteral("CUpdateError|[再试一次]|label=更新失败|error=下载升级描述文件失败:"
-                          "SSL handshake failed,status=0");
+        << QStringLiteral("CUpdateError|[再试一次]|label=更新失败|error=下载升级描述文件失败:%1,"
+                          "status=0")
+               .arg(HandshakeFailure(QStringLiteral("The issuer certificate of a locally looked up "
+                                                    "certificate could not be found")));
 }
 
 void tst_FaultsTls::certificate_changedBeforeTheRetry_isLookedAtAgain()

@@ -138,18 +138,24 @@ void tst_Shipped::session_overTls_isExactlyItsRow_data()
 void tst_Shipped::addRefusedRows()
 {
     const auto row = [](const char *name, const QSslConfiguration &tls,
-                        const QByteArray &description, const QByteArray &reason) {
+                        const QByteArray &description, const QString &reason) {
         QTest::newRow(name) << tls << description << NoWindow
-                            << Report(false, false, "下载升级描述文件失败:" + reason + ",status=0")
+                            << Report(false, false,
+                                      "下载升级描述文件失败:" + reason.toUtf8() + ",status=0")
                             << QStringLiteral("001") << 0 << QStringList() << 0;
     };
     // Each certificate differs from the good one in one respect.
     const QByteArray newer = Json("3100025");
-    row("unknown authority", m_unknown.server(RightName, 2), newer, "SSL handshake failed");
+    row("unknown authority", m_unknown.server(RightName, 2), newer,
+        HandshakeFailure(QStringLiteral(
+            "The issuer certificate of a locally looked up certificate could not be found")));
     row("wrong host name", m_trusted.server("DNS:elsewhere.example", 2), newer,
-        "SSL handshake failed");
-    row("expired", m_trusted.server(RightName, -1), newer, "SSL handshake failed");
-    row("nobody there", m_trusted.server(RightName, 2), QByteArray(), "Connection refused");
+        HandshakeFailure(QStringLiteral(
+            "The host name did not match any of the valid hosts for this certificate")));
+    row("expired", m_trusted.server(RightName, -1), newer,
+        HandshakeFailure(QStringLiteral("The certificate has expired")));
+    row("nobody there", m_trusted.server(RightName, 2), QByteArray(),
+        QStringLiteral("Connection refused"));
 }
 
 void tst_Shipped::session_overTls_isExactlyItsRow()

@@ -112,6 +112,7 @@ void tst_Surroundings::streams_closedOrGone_changeNothing()
     QCOMPARE(m_bundle->log().last(), LastLine);
 }
 
+// Our choice: what is closed is opened on the null device.
 void tst_Surroundings::streams_closed_areTheNullDevice()
 {
     m_hold = true;

@@ -29,13 +29,14 @@ add_custom_target(updater_fuzz ALL
         -DCMAKE_CXX_COMPILER=${UPDATER_FUZZ_CXX}
         -DCMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}
         -DCMAKE_BUILD_TYPE=RelWithDebInfo
+        -DUPDATER_QT=${UPDATER_QT}
         -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
     COMMAND ${CMAKE_COMMAND} --build ${fuzz_dir}
     COMMENT "Building the fuzz targets"
     USES_TERMINAL # alone, because it builds with as many jobs of its own
     VERBATIM)
 
-foreach(subject manifest description versionnumber infoplist releasepaths)
+foreach(subject manifest description versionnumber infoplist releasepaths releasemanifest)
     add_test(NAME fuzz_${subject}
         COMMAND ${PROJECT_SOURCE_DIR}/tests/support/isolated.sh
             ${PROJECT_SOURCE_DIR}/tests/fuzz/fuzz.sh ${fuzz_dir}/fuzz_${subject} 5 1)

@@ -8,6 +8,17 @@
 # whether there was none.
 set -u
 
+usage() {
+  echo 'fuzz.sh PROGRAM SECONDS [SEED]: runs a fuzz target in the current folder. See ./check fuzz.'
+}
+case ${1-} in
+  -h | --help) usage; exit 0 ;;
+esac
+if [ $# -lt 2 ] || [ $# -gt 3 ]; then
+  usage >&2
+  exit 2
+fi
+
 program=$1
 seconds=$2
 seed=${3-}

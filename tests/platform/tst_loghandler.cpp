@@ -26,6 +26,7 @@ private slots:
     static void lockHeld_messageRaised_isPassedOn();
     static void beforeInitialize_message_isNotWritten();
     static void afterRelease_message_isNotWritten();
+    static void afterRelease_message_goesToTheToolkitsHandler();
 };
 
 namespace {
@@ -106,6 +107,7 @@ void tst_LogHandler::line_message_hasTheFixedPattern_data()
     row("info", "info", "a b", "[2024-03-07 12:00:00.007 I] unknown:0 - a b\n");
     row("warning", "warning", "a b", "[2024-03-07 12:00:00.007 W] unknown:0 - a b\n");
     row("critical", "critical", "a b", "[2024-03-07 12:00:00.007 C] unknown:0 - a b\n");
+    // Our choice: the file is UTF-8, whatever the locale.
     row("Chinese letters are UTF-8", "info", "----更新程序启动----",
         "[2024-03-07 12:00:00.007 I] unknown:0 - ----更新程序启动----\n");
     row("letters beyond 16 bits", "info", "😀𠀀", "[2024-03-07 12:00:00.007 I] unknown:0 - 😀𠀀\n");
@@ -226,6 +228,18 @@ void tst_LogHandler::afterRelease_message_isNotWritten()
     QVERIFY2(run.exitCode == 0, run.err.constData());
     QCOMPARE(stage.fileContent(LogStage::day), LogStage::line('C', "one"));
     // The pattern stays.
+    QCOMPARE(run.err, LogStage::line('C', "one") + LogStage::line('C', "two"));
+}
+
+void tst_LogHandler::afterRelease_message_goesToTheToolkitsHandler()
+{
+    LogStage stage;
+    const RunResult run =
+        stage.run({QStringLiteral("handler before"), QStringLiteral("init"),
+                   QStringLiteral("critical"), QStringLiteral("one"), QStringLiteral("release"),
+                   QStringLiteral("critical"), QStringLiteral("two")});
+    QVERIFY2(run.exitCode == 0, run.err.constData());
+    QCOMPARE(run.out, QByteArray("before: 2 default one\n")); // not the handler before
     QCOMPARE(run.err, LogStage::line('C', "one") + LogStage::line('C', "two"));
 }
 

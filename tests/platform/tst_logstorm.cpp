@@ -59,7 +59,7 @@ void tst_LogStorm::checkSkipped(const LogStorm &storm, const StormLines &lines, 
     }
     QCOMPARE(storm.passedOn(), logged); // whether it was written or not
     QVERIFY(gaps == 0 ? lines.days.size() == logged : lines.days.size() < logged);
-    qInfo("%d lines, %d of them skipped", logged, logged - lines.days.size());
+    qInfo() << logged << "lines," << logged - lines.days.size() << "of them skipped";
 }
 
 void tst_LogStorm::lines_ofEveryThread_areThereOnce()
@@ -261,8 +261,8 @@ void tst_LogStorm::midnight_duringTheStorm_partsTheFiles()
         QCOMPARE(date, nextDay.toLatin1());
     }
     QVERIFY(before.days.size() > late.size());
-    qInfo("%d lines before midnight, %d after, %d late", before.days.size() - late.size(),
-          after.days.size(), late.size());
+    qInfo() << before.days.size() - late.size() << "lines before midnight," << after.days.size()
+            << "after," << late.size() << "late";
     after.add(ReadFile(log.filePath(day + QStringLiteral(".log"))));
     QCOMPARE(after.broken, QList<QByteArray>());
     checkSkipped(storm, after, 0);

@@ -120,6 +120,7 @@ void tst_MainBundle::mainBundle_propertyList_isRead_data()
         << QStringLiteral("version=(null)\nnumber=0\nhome={stage}/home/.a&<b>\n");
     QTest::newRow("identifier is a number")
         << InfoPlist("<key>CFBundleIdentifier</key><integer>7</integer>") << nothing;
+    // Our choice: a property list of more than 256 KiB is not read.
     QTest::newRow("largest file read")
         << InfoPlist(QStringLiteral("a.b.c"), QString()).leftJustified(262144, '\n')
         << QStringLiteral("version=(null)\nnumber=0\nhome={stage}/home/.a.b.c\n");

@@ -21,6 +21,7 @@
 namespace {
 
 constexpr int ImagesPerPlay = 250;
+constexpr int FewImages = 8;      // not worth a play of their own
 constexpr int AftermathMs = 1300; // of files, and of journals that are written every second
 constexpr int FindingsToKeep = 5;
 
@@ -153,8 +154,8 @@ int ChosenImages(int otherwise)
 void EnterPowerTest(QString &reason)
 {
     const bool isRoot = ::geteuid() == 0;
-    if (!isRoot || !EnterOwnNamespaces(OwnMounts)) {
-        reason = QStringLiteral("no root, or no mounts of its own");
+    if (!isRoot || !EnterOwnNamespaces(OwnMounts | OwnNetwork | OwnIpc)) {
+        reason = QStringLiteral("no root, or no namespaces of its own");
     } else if (!QDir().mkpath(MemoryFolder()) ||
                ::mount("none", QFile::encodeName(MemoryFolder()).constData(), "tmpfs", 0,
                        "mode=0700") != 0) {
@@ -183,7 +184,8 @@ PowerTally CutPower(const QString &name, int images,
         RecordedDisks disks(folder.path(), fileSystem, now.disks);
         Play(now, disks, play % 2 == 1);
         PowerCuts cuts(disks);
-        const int part = qMin(images - tally.images, qMin(ImagesPerPlay, (images + 1) / 2));
+        const int part =
+            qMin(images - tally.images, qBound(FewImages, (images + 1) / 2, ImagesPerPlay));
         cuts.build(cuts.choose(part, seed + static_cast<quint32>(play)),
                    [&](const PowerCut &cut, const QStringList &states) {
                        tally.add(Told(cut, Judged(now, cut, states, fileSystem, tally)));

@@ -44,8 +44,9 @@ FileSystem ChosenFileSystem();
 /// Returns the number of images to build, or \a otherwise when none is given.
 int ChosenImages(int otherwise);
 
-/// Gives the process mounts of its own, with a folder in memory for the images. To be called before
-/// there is a second thread. \a reason says why tests of this kind cannot run here, or is empty.
+/// Gives the process mounts, a network and shared memory of its own, and a folder in memory for the
+/// images. To be called before there is a second thread. \a reason says why tests of this kind
+/// cannot run here, or is empty.
 void EnterPowerTest(QString &reason);
 
 /// Plays \a scene again and again, a new one for every few images, and judges these: in every other

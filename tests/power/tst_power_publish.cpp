@@ -23,73 +23,81 @@ void LayRelease(const QString &folder, int release)
     }
 }
 
-QStringList Arguments(const QString &version, const QString &release, const QString &output)
-{
-    return {"--version",      version,
-            "--min-version",  "1.0.0",
-            "--download-url", "https://www.example.com/download",
-            release,          output};
-}
+/// Something that publish_update is told to do with an output folder.
+using Command = std::function<QStringList(const QString &output)>;
 
 } // namespace
 
-/// The power fails while a release is published, and after it.
+/// The power fails while publish_update changes what is published, and after it.
 class tst_PowerPublish : public QObject {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void publish_powerFails_aWholeReleaseIsServed();
-    void publish_withoutSyncs_isSeenToLose();
+    void output_powerFails_servesAWholeRelease_data();
+    void output_powerFails_servesAWholeRelease();
+    void output_withoutSyncs_isSeenToLose();
 
 private:
-    PowerScene scene(const QStringList &wrapper);
-    void publish(int release, const QString &output, const QStringList &wrapper = {}) const;
-    QString lookAt(const QString &output, bool done) const;
+    Command publishing(int release) const;
+    PowerScene scene(const QList<Command> &before, const Command &command,
+                     const QStringList &wrapper = {}) const;
 
     QTemporaryDir m_source;
-    QMap<QString, QByteArray> m_old;
-    QMap<QString, QByteArray> m_new;
 };
 
-void tst_PowerPublish::initTestCase()
-{
-    if (!Missing.isEmpty()) {
-        QSKIP(qPrintable(Missing));
-    }
-    for (int release = 1; release <= 3; ++release) {
-        LayRelease(m_source.filePath(QString::number(release)), release);
-    }
-    const QString output = m_source.filePath(QStringLiteral("output"));
-    publish(1, output);
-    m_old = Tree(output);
-    publish(2, output);
-    m_new = Tree(output);
-    QVERIFY(m_old.size() > 36);
-    QVERIFY(m_new.size() > m_old.size() + 36);
-}
+namespace {
 
-void tst_PowerPublish::publish(int release, const QString &output, const QStringList &wrapper) const
+void Run(const Command &command, const QString &output, const QStringList &wrapper = {})
 {
-    const ToolRun run = RunPublish(Arguments(QStringLiteral("2.0.%1").arg(release),
-                                             m_source.filePath(QString::number(release)), output),
-                                   wrapper);
+    const ToolRun run = RunPublish(command(output), wrapper);
     if (run.exitCode != 0) {
         qFatal("publish_update: %s", run.errors.constData());
     }
 }
 
-/// Returns what those who fetch would miss, or empty text.
-QString tst_PowerPublish::lookAt(const QString &output, bool done) const
+Command Announcing(const QString &folder)
 {
-    QMap<QString, QByteArray> tree = Tree(output);
-    const QByteArray description = tree.value(QStringLiteral("update.json"));
-    const bool isNew = description == m_new.value(QStringLiteral("update.json"));
-    if (!isNew && (done || description != m_old.value(QStringLiteral("update.json")))) {
+    return [=](const QString &output) {
+        return QStringList{QStringLiteral("--announce"), folder, output};
+    };
+}
+
+Command Pruning()
+{
+    return [](const QString &output) {
+        return QStringList{QStringLiteral("--prune"), QStringLiteral("1"), output};
+    };
+}
+
+Command Verifying()
+{
+    return [](const QString &output) { return QStringList{QStringLiteral("--verify"), output}; };
+}
+
+/// What is served before the command and after it.
+struct Served {
+    QMap<QString, QByteArray> before;
+    QMap<QString, QByteArray> after;
+};
+
+QString Output(const QStringList &tops)
+{
+    return tops.first() + QStringLiteral("/output");
+}
+
+/// Returns what those who fetch would miss, or empty text.
+QString Missed(const Served &served, const QString &output, bool done)
+{
+    const QString announcement = QStringLiteral("update.json");
+    const QMap<QString, QByteArray> tree = Tree(output);
+    const QByteArray description = tree.value(announcement);
+    const bool isAfter = description == served.after.value(announcement);
+    if (!isAfter && (done || description != served.before.value(announcement))) {
         return done ? QStringLiteral("update.json is not the new one")
                     : QStringLiteral("update.json is neither the old nor the new one");
     }
-    const QMap<QString, QByteArray> &wanted = isNew ? m_new : m_old;
+    const QMap<QString, QByteArray> &wanted = isAfter ? served.after : served.before;
     for (auto file = wanted.cbegin(); file != wanted.cend(); ++file) {
         if (tree.value(file.key(), "none") != file.value()) {
             return QStringLiteral("%1 is not what it was").arg(file.key());
@@ -98,36 +106,98 @@ QString tst_PowerPublish::lookAt(const QString &output, bool done) const
     return {};
 }
 
-PowerScene tst_PowerPublish::scene(const QStringList &wrapper)
+} // namespace
+
+void tst_PowerPublish::initTestCase()
 {
-    const auto output = [](const QStringList &tops) { return tops.first() + "/output"; };
+    if (!Missing.isEmpty()) {
+        QSKIP(qPrintable(Missing));
+    }
+    for (int release = 1; release <= 4; ++release) {
+        LayRelease(m_source.filePath(QString::number(release)), release);
+    }
+}
+
+Command tst_PowerPublish::publishing(int release) const
+{
+    const QString source = m_source.filePath(QString::number(release));
+    return [=](const QString &output) {
+        return QStringList{QStringLiteral("--version"),
+                           QStringLiteral("2.0.%1").arg(release),
+                           QStringLiteral("--min-version"),
+                           QStringLiteral("1.0.0"),
+                           QStringLiteral("--application"),
+                           QStringLiteral("com.example.sample"),
+                           QStringLiteral("--download-url"),
+                           QStringLiteral("https://www.example.com/download"),
+                           source,
+                           output};
+    };
+}
+
+PowerScene tst_PowerPublish::scene(const QList<Command> &before, const Command &command,
+                                   const QStringList &wrapper) const
+{
+    const QTemporaryDir elsewhere;
+    const QString model = elsewhere.filePath(QStringLiteral("output"));
+    for (const Command &one : before) {
+        Run(one, model);
+    }
+    Served served;
+    served.before = Tree(model);
+    Run(command, model);
+    served.after = Tree(model);
+
     PowerScene scene;
-    scene.prepare = [=](const QStringList &tops) { publish(1, output(tops)); };
-    scene.act = [=](const QStringList &tops) { publish(2, output(tops), wrapper); };
-    scene.judge = [=](const QStringList &tops, bool done) {
-        const QString finding = lookAt(output(tops), done);
-        if (!finding.isEmpty()) {
-            return finding;
+    scene.prepare = [=](const QStringList &tops) {
+        for (const Command &one : before) {
+            Run(one, Output(tops));
         }
-        const ToolRun run = RunPublish(Arguments(
-            QStringLiteral("2.0.3"), m_source.filePath(QStringLiteral("3")), output(tops)));
-        return run.exitCode == 0 ? QString() : QString::fromUtf8(run.errors);
+    };
+    scene.act = [=](const QStringList &tops) { Run(command, Output(tops), wrapper); };
+    const Command next = publishing(4);
+    scene.judge = [=](const QStringList &tops, bool done) {
+        QString missed = Missed(served, Output(tops), done);
+        for (const Command &one : {Verifying(), next, Verifying()}) {
+            const ToolRun run = missed.isEmpty() ? RunPublish(one(Output(tops))) : ToolRun();
+            if (missed.isEmpty() && run.exitCode != 0) {
+                missed = QString::fromUtf8(run.errors);
+            }
+        }
+        return missed;
     };
     return scene;
 }
 
-void tst_PowerPublish::publish_powerFails_aWholeReleaseIsServed()
+void tst_PowerPublish::output_powerFails_servesAWholeRelease_data()
 {
-    const PowerTally tally = CutPower(QStringLiteral("publish_update"), ChosenImages(20),
-                                      [this](int) { return scene({}); });
+    QTest::addColumn<int>("action");
+    QTest::addColumn<int>("share"); // of the images
+    QTest::newRow("a release is published") << 0 << 2;
+    QTest::newRow("a former release is announced") << 1 << 4;
+    QTest::newRow("former releases are removed") << 2 << 4;
+}
+
+void tst_PowerPublish::output_powerFails_servesAWholeRelease()
+{
+    QFETCH(int, action);
+    QFETCH(int, share);
+    const QList<Command> before = action == 0
+                                      ? QList<Command>{publishing(1)}
+                                      : QList<Command>{publishing(1), publishing(2), publishing(3)};
+    const Command commands[] = {publishing(2), Announcing(QStringLiteral("2.0.2")), Pruning()};
+    const PowerTally tally =
+        CutPower(QStringLiteral("publish_update, ") + QLatin1String(QTest::currentDataTag()),
+                 ChosenImages(24) / share, [&](int) { return scene(before, commands[action]); });
     QVERIFY2(tally.losses == 0, qPrintable(tally.text()));
 }
 
-void tst_PowerPublish::publish_withoutSyncs_isSeenToLose()
+void tst_PowerPublish::output_withoutSyncs_isSeenToLose()
 {
     const QStringList wrapper{QStringLiteral("env"), QStringLiteral("LD_PRELOAD=" NO_SYNC)};
-    const PowerTally tally = CutPower(QStringLiteral("publish_update without its syncs"),
-                                      ChosenImages(20) / 2, [&](int) { return scene(wrapper); });
+    const PowerTally tally =
+        CutPower(QStringLiteral("publish_update without its syncs"), ChosenImages(24) / 3,
+                 [&](int) { return scene({publishing(1)}, publishing(2), wrapper); });
     QVERIFY2(tally.losses > 0, qPrintable(tally.text()));
 }
 

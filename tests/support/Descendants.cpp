@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QThread>
 
+#include <algorithm>
+
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
@@ -61,4 +63,12 @@ bool AwaitDescendants(const QList<qint64> &known)
         QThread::msleep(5);
     }
     return false;
+}
+
+int CountDescendants(const QList<qint64> &known)
+{
+    const QList<qint64> children = Children();
+    return static_cast<int>(
+        std::count_if(children.cbegin(), children.cend(),
+                      [&known](qint64 child) { return !known.contains(child); }));
 }

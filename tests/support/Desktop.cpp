@@ -39,6 +39,7 @@ Desktop::Desktop(int dpi)
                     QStringLiteral("-noreset")});
     if (m_server.waitForReadyRead(PatienceMs)) {
         m_display = QLatin1Char(':') + QString::fromLatin1(m_server.readLine()).trimmed();
+        tellDensity(dpi);
     }
 }
 
@@ -102,11 +103,29 @@ void Desktop::press(const QString &window, const QString &key)
              key});
 }
 
+bool Desktop::close(const QString &window)
+{
+    QProcess tool;
+    tool.setProcessEnvironment(shownIn(QProcessEnvironment::systemEnvironment()));
+    tool.start(QStringLiteral(CLOSE_WINDOW), {window});
+    return tool.waitForFinished(PatienceMs) && tool.exitCode() == 0;
+}
+
 bool Desktop::screenshot(const QString &path)
 {
     return QProcess::execute(QStringLiteral("import"),
                              {QStringLiteral("-display"), m_display, QStringLiteral("-window"),
                               QStringLiteral("root"), path}) == 0;
+}
+
+/// As a desktop does for its programs: Qt 5 asks the server for the density, Qt 6 the desktop.
+void Desktop::tellDensity(int dpi) const
+{
+    (void)QProcess::execute(
+        QStringLiteral("xprop"),
+        {QStringLiteral("-display"), m_display, QStringLiteral("-root"), QStringLiteral("-format"),
+         QStringLiteral("RESOURCE_MANAGER"), QStringLiteral("8s"), QStringLiteral("-set"),
+         QStringLiteral("RESOURCE_MANAGER"), QStringLiteral("Xft.dpi:\t%1\n").arg(dpi)});
 }
 
 QByteArray Desktop::xdotool(const QStringList &arguments)

@@ -36,10 +36,13 @@ public:
     void click(const QString &window, QPoint position);
     /// Gives the window the keyboard and presses a key, as xdotool names it.
     void press(const QString &window, const QString &key);
+    /// Asks the window to close, as a window manager does. False when that did not reach it.
+    bool close(const QString &window);
     /// Writes a picture of the whole screen, as PNG.
     bool screenshot(const QString &path);
 
 private:
+    void tellDensity(int dpi) const;
     QByteArray xdotool(const QStringList &arguments);
     QString find(const QString &title);
 

@@ -13,12 +13,15 @@ const QString Identifier = QStringLiteral("com.example.kestrel");
 
 } // namespace
 
-HostBundle::HostBundle(const QString &updater)
+HostBundle::HostBundle(const QString &updater, const QString &folder) : m_folder(folder)
 {
     const QDir root(m_root.path());
-    for (const char *folder : {"X.app/Contents/MacOS", "home", "run", "work", "bin", "records"}) {
-        if (!root.mkpath(QLatin1String(folder))) {
-            qFatal("The bundle's folder %s cannot be made.", folder);
+    if (!root.mkpath(m_folder)) {
+        qFatal("The updater's folder cannot be made.");
+    }
+    for (const char *name : {"home", "run", "work", "bin", "records"}) {
+        if (!root.mkpath(QLatin1String(name))) {
+            qFatal("The bundle's folder %s cannot be made.", name);
         }
     }
     if (!QFile::setPermissions(path(QStringLiteral("run")),
@@ -33,7 +36,7 @@ HostBundle::HostBundle(const QString &updater)
 
 QString HostBundle::macOsDir() const
 {
-    return path(QStringLiteral("X.app/Contents/MacOS"));
+    return path(m_folder);
 }
 
 QString HostBundle::updaterPath() const
@@ -68,7 +71,9 @@ void HostBundle::setVersion(const QString &version) const
 
 void HostBundle::writeInfoPlist(const QByteArray &content) const
 {
-    WriteFile(path(QStringLiteral("X.app/Contents/Info.plist")), content);
+    const bool bundled = m_folder.endsWith(QLatin1String("Contents/MacOS"));
+    WriteFile(QDir(macOsDir()).filePath(QLatin1String(bundled ? "../Info.plist" : "Info.plist")),
+              content);
 }
 
 void HostBundle::writeConfig(const QByteArray &content) const
@@ -115,6 +120,11 @@ QStringList HostBundle::hostStarts() const
     return recorded(QStringLiteral("host"));
 }
 
+QStringList HostBundle::hostFolders() const
+{
+    return recorded(QStringLiteral("host.folder"));
+}
+
 QString HostBundle::properHostStart(const QString &name) const
 {
     return QStringLiteral("%1[%2][no_check]").arg(name, updaterPath());
@@ -157,7 +167,7 @@ QStringList HostBundle::log() const
 
 void HostBundle::forget() const
 {
-    for (const char *record : {"records/host", "records/browser"}) {
+    for (const char *record : {"records/host", "records/host.folder", "records/browser"}) {
         (void)QFile::remove(path(QLatin1String(record))); // may never have been written
     }
     (void)QDir(dataDir() + QStringLiteral("/Log")).removeRecursively(); // may be missing
@@ -168,10 +178,11 @@ void HostBundle::writeRecorder(const QString &path, const QString &record) const
     const QString script = QStringLiteral("#!/bin/sh\n"
                                           "line=$(basename \"$0\")\n"
                                           "for word in \"$@\"; do line=\"$line[$word]\"; done\n"
+                                          "pwd -P >> '%1.folder'\n"
                                           "printf '%s\\n' \"$line\" >> '%1'\n");
     // The one-argument form of arg() knows nothing of the %s of printf.
     WriteFile(path, QString(script).arg(this->path(QStringLiteral("records/") + record)).toUtf8());
-    (void)QFile::setPermissions(path, QFile::permissions(path) | QFile::ExeOwner | QFile::ExeUser);
+    (void)QFile::setPermissions(path, QFile::permissions(path) | QFile::Permissions(0x1111));
 }
 
 QStringList HostBundle::recorded(const QString &record) const

@@ -17,10 +17,12 @@
 /// started, and the log.
 class HostBundle {
 public:
-    /// Installs a copy of \a updater as "X.app/Contents/MacOS/updater", with version 3.0.0 and the
-    /// host program "Host.exe".
-    explicit HostBundle(const QString &updater);
+    /// Installs a copy of \a updater as "updater" in \a folder, with version 3.0.0 and the host
+    /// program "Host.exe".
+    explicit HostBundle(const QString &updater,
+                        const QString &folder = QStringLiteral("X.app/Contents/MacOS"));
 
+    /// The updater's folder.
     QString macOsDir() const;
     QString updaterPath() const;
     QString home() const;
@@ -46,6 +48,8 @@ public:
 
     /// What the host was started with, a line per start: its name and each argument in brackets.
     QStringList hostStarts() const;
+    /// The working directories that the host was started with.
+    QStringList hostFolders() const;
     /// The line that hostStarts() gives for the one proper way to start \a name.
     QString properHostStart(const QString &name) const;
     /// The addresses that the browser was opened with.
@@ -61,4 +65,5 @@ private:
     QStringList recorded(const QString &record) const;
 
     QTemporaryDir m_root;
+    QString m_folder;
 };

@@ -5,25 +5,14 @@
 
 #include "tests/support/HostBundle.h"
 
-#include <QList>
-
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace {
-
-/// The ends that a shot closes, of all shots: each new process comes with a copy of every one, and
-/// as long as it kept them, no other one would start.
-QList<int> OpenEnds;
-
-} // namespace
-
 StartingShot::StartingShot()
 {
-    if (::pipe2(m_pipe.data(), O_CLOEXEC) != 0) {
+    if (::pipe2(m_pipe.data(), O_CLOEXEC) != 0 || ::fcntl(m_pipe[0], F_SETFD, 0) != 0) {
         qFatal("There is no pipe for the starting shot.");
     }
-    OpenEnds.append(m_pipe[1]);
 }
 
 StartingShot::~StartingShot()
@@ -35,29 +24,26 @@ StartingShot::~StartingShot()
 void StartingShot::fire()
 {
     if (m_pipe[1] != -1) {
-        OpenEnds.removeOne(m_pipe[1]);
         (void)::close(m_pipe[1]);
         m_pipe[1] = -1;
     }
 }
 
-void StartingShot::await() const
+QString StartingShot::gate() const
 {
-    char nothing = 0;
-    for (const int end : qAsConst(OpenEnds)) {
-        (void)::close(end);
-    }
-    (void)(::read(m_pipe[0], &nothing, 1) == 0);
+    return QStringLiteral("/dev/fd/%1").arg(m_pipe[0]);
 }
 
-ReadySession::ReadySession(const HostBundle &bundle, const StartingShot &shot) : m_shot(shot)
+ReadySession::ReadySession(const HostBundle &bundle, const StartingShot &shot)
 {
+    // Only a program of its own can wait: the toolkit may hold this process until there is one.
     bundle.prepare(*this, bundle.environment());
-    start(bundle.updaterPath(), {QStringLiteral("console")});
-}
-
-void ReadySession::setupChildProcess()
-{
-    ChildProcess::setupChildProcess();
-    m_shot.await();
+    start(QStringLiteral("/bin/sh"),
+          {QStringLiteral("-c"), QStringLiteral("echo; read -r _ <\"$0\"; exec \"$@\""),
+           shot.gate(), bundle.updaterPath(), QStringLiteral("console")});
+    while (!canReadLine() && waitForReadyRead()) {
+    }
+    if (readLine() != "\n") {
+        qFatal("A session does not get ready.");
+    }
 }

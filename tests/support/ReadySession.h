@@ -5,6 +5,8 @@
 
 #include "tests/support/ChildProcess.h"
 
+#include <QString>
+
 #include <array>
 
 class HostBundle;
@@ -17,8 +19,8 @@ public:
     Q_DISABLE_COPY(StartingShot)
 
     void fire();
-    /// Waits for the shot, in the new process.
-    void await() const;
+    /// The path of a file that a child process opens and that ends with the shot.
+    QString gate() const;
 
 private:
     std::array<int, 2> m_pipe{-1, -1}; // its end is the shot
@@ -27,12 +29,6 @@ private:
 /// A process for a console session of a bundle, which begins with a shot.
 class ReadySession : public ChildProcess {
 public:
-    /// \a shot lives at least until it has been fired.
+    /// Returns when the process waits. \a shot lives at least until it has been fired.
     ReadySession(const HostBundle &bundle, const StartingShot &shot);
-
-protected:
-    void setupChildProcess() override;
-
-private:
-    const StartingShot &m_shot;
 };

@@ -13,6 +13,12 @@ const QStringList NewKey = {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prim
 
 } // namespace
 
+QString HandshakeFailure(const QString &reason)
+{
+    const QString failure = QStringLiteral("SSL handshake failed");
+    return QT_VERSION_MAJOR < 6 ? failure : failure + QStringLiteral(": ") + reason;
+}
+
 ThrowAwayCa::ThrowAwayCa()
 {
     const QStringList arguments = QStringList{"req", "-x509"} + NewKey +

@@ -7,6 +7,10 @@
 #include <QSslConfiguration>
 #include <QTemporaryDir>
 
+/// What the toolkit says when it refuses a certificate for this \a reason, which Qt 5 keeps to
+/// itself.
+QString HandshakeFailure(const QString &reason);
+
 /// A certificate authority that lives as long as its object, made with the openssl command. Nothing
 /// trusts it unless a test says so.
 class ThrowAwayCa {

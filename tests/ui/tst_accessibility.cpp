@@ -6,6 +6,7 @@
 #include <QAccessible>
 #include <QImage>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QtTest>
 
 /// What the dialogs give to people who use the keyboard or a screen reader.
@@ -19,6 +20,8 @@ private slots:
     static void tabKey_pressed_goesThroughTheButtonsInOrder();
     static void focus_onAButton_isSeen_data() { EveryDialog::addRows(); }
     static void focus_onAButton_isSeen();
+    static void button_ofADialog_isReachableLikeAnyOther_data() { EveryDialog::addRows(); }
+    static void button_ofADialog_isReachableLikeAnyOther();
 };
 
 void tst_Accessibility::accessibleNames_made_areTheTextsShown_data()
@@ -104,6 +107,29 @@ void tst_Accessibility::focus_onAButton_isSeen()
         const QImage with = button->grab().toImage();
         button->clearFocus();
         QVERIFY2(button->grab().toImage() != with, qPrintable(button->objectName()));
+    }
+}
+
+void tst_Accessibility::button_ofADialog_isReachableLikeAnyOther()
+{
+    QFETCH(QString, name);
+    EveryDialog every;
+    const auto dialog = every.make(name);
+    dialog->show();
+    QVERIFY(QTest::qWaitForWindowActive(dialog.get()));
+    const QPushButton plain;
+    const auto buttons = dialog->findChildren<QPushButton *>();
+    for (QPushButton *button : buttons) {
+        QCOMPARE(button->focusPolicy(), plain.focusPolicy());
+        QCOMPARE(button->mask(), plain.mask());
+        QVERIFY(!button->testAttribute(Qt::WA_TransparentForMouseEvents));
+        button->disconnect(dialog.get()); // which would close, and open a browser
+        const QSignalSpy clicked(button, &QPushButton::clicked);
+        QAccessibleInterface *face = QAccessible::queryAccessibleInterface(button);
+        QVERIFY(face && face->state().focusable && !face->state().disabled);
+        QVERIFY(face->actionInterface());
+        face->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QTRY_COMPARE(clicked.size(), 1);
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "platform/QtDefaults.h"
 #include "ui/LazyIcon.h"
 
 #include <QApplication>
@@ -177,7 +178,7 @@ void tst_LazyIcon::icon_ofAMissingFile_isNull()
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps); // as in a session
+    EnableHighDpi(); // as in a session
     const QApplication app(argc, argv);
     if (qEnvironmentVariableIsSet("EXPECTED_RATIO") &&
         qApp->devicePixelRatio() != qEnvironmentVariable("EXPECTED_RATIO").toDouble()) {

@@ -43,7 +43,7 @@ void tst_Resources::resource_always_hasItsExactSize_data()
 void tst_Resources::resource_always_hasItsExactSize()
 {
     QFETCH(QString, path);
-    QTEST(resource(path).size(), "size");
+    QTEST(static_cast<int>(resource(path).size()), "size");
 }
 
 void tst_Resources::background_decoded_isAnRgbaPngOfTheDialogsSize()

@@ -5,6 +5,7 @@
 
 #include "Looks.h"
 #include "Scenes.h"
+#include "platform/QtDefaults.h"
 
 #include <QFile>
 #include <QImage>
@@ -24,7 +25,7 @@ bool writePage(const QDir &folder)
         return false;
     }
     QTextStream page(&file);
-    page.setCodec("UTF-8");
+    UseUtf8(page);
     page << "<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n<title>Dialogs</title>\n"
             "<style>body { font-family: sans-serif; background: #c9cdd1; } th { padding: 8px; }\n"
             "img { width: 556px; }</style>\n</head>\n<body>\n<table>\n<tr><th></th>";

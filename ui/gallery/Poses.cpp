@@ -132,6 +132,7 @@ QPixmap Icons(const QColor &paper)
 {
     QPixmap sheet = Sheet(QSize(556, 341), paper);
     QPainter painter(&sheet);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     const QIcon icon(QStringLiteral(":/icon"));
     int left = 10;
     for (const int side : {256, 128, 64, 32, 16}) {

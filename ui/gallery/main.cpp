@@ -6,6 +6,7 @@
 #include "Looks.h"
 #include "OwnHome.h"
 #include "Scenes.h"
+#include "platform/QtDefaults.h"
 #include "release/Messages.h"
 
 #include <QApplication>
@@ -92,8 +93,7 @@ int main(int argc, char *argv[])
     const OwnHome home;
     qputenv("QT_QPA_PLATFORM", "offscreen");
     s_previousHandler = qInstallMessageHandler(DropNoise);
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    EnableHighDpi();
     const QApplication app(argc, argv);
     QApplication::setApplicationVersion(QStringLiteral(UPDATER_VERSION));
 

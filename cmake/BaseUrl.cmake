@@ -1,0 +1,60 @@
+# SPDX-FileCopyrightText: The updater authors
+# SPDX-License-Identifier: MIT
+
+set(UPDATER_EXAMPLE_BASE_URL "https://update.example.com/public/kestrel/update/mac")
+
+# updater_judge_base_url(url fault doubt): sets the variable fault to what makes the address unusable, and
+# doubt to what makes it unwise; to nothing where there is nothing.
+function(updater_judge_base_url url fault doubt)
+    string(ASCII 1 first)
+    string(ASCII 31 last)
+    string(ASCII 127 delete)
+    set(found "")
+    set(unwise "")
+    if(url STREQUAL "")
+        set(found "it is empty")
+    elseif(NOT url MATCHES "^[Hh][Tt][Tt][Pp][Ss]?://")
+        set(found "it does not begin with https:// or http://")
+    elseif(url MATCHES " ")
+        set(found "it holds a blank")
+    elseif(url MATCHES "[${first}-${last}${delete}]")
+        set(found "it holds a control character")
+    elseif(url MATCHES "\"")
+        set(found "it holds a quote")
+    elseif(url MATCHES "\\\\")
+        set(found "it holds a backslash")
+    elseif(url MATCHES "[;#?]")
+        set(found "it holds '${CMAKE_MATCH_0}'")
+    elseif(url MATCHES "[$]<")
+        set(found "it holds a generator expression")
+    elseif(url MATCHES "/$")
+        set(found "it ends in a slash")
+    elseif(NOT url MATCHES "^[^:]+://([^/@]*@)?([^]/:@[]+|\\[[0-9A-Fa-f:.]+\\])(:[0-9]+)?(/|$)")
+        set(found "it names no server and port")
+    elseif(url MATCHES "^[^:]+:[^:]")
+        if(url MATCHES "^[Hh][Tt][Tt][Pp]:")
+            set(unwise "anybody on the way can change what comes by http")
+        elseif(url STREQUAL UPDATER_EXAMPLE_BASE_URL)
+            set(unwise "it is the example's, where no update is")
+        endif()
+    endif()
+    set(${fault} "${found}" PARENT_SCOPE)
+    set(${doubt} "${unwise}" PARENT_SCOPE)
+endfunction()
+
+# updater_require_base_url(url): ends the configuration when the address is unusable.
+function(updater_require_base_url url)
+    updater_judge_base_url("${url}" fault doubt)
+    # The blank in front keeps each message on one line.
+    if(fault)
+        message(FATAL_ERROR " UPDATE_BASE_URL cannot be used: ${fault}: ${url}")
+    elseif(doubt)
+        message(WARNING " UPDATE_BASE_URL: ${doubt}: ${url}")
+    endif()
+endfunction()
+
+# updater_write_base_url(url folder): writes folder/BaseUrl.h, which holds the address, whatever it is.
+function(updater_write_base_url url folder)
+    string(REGEX REPLACE "([\"\\\\])" "\\\\\\1" base_url "${url}")
+    configure_file(${PROJECT_SOURCE_DIR}/app/BaseUrl.h.in "${folder}/BaseUrl.h" @ONLY)
+endfunction()
