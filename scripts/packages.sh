@@ -92,10 +92,11 @@ need_for_testing() {
   need 'ls /usr/include/GNUstep/Foundation/Foundation.h' libgnustep-base-dev
   need 'ls /usr/lib/gcc/*/12/include/objc/objc.h' libobjc-12-dev
   need 'command -v clang-format-14 || command -v clang-format' clang-format
+  need 'command -v llvm-symbolizer' llvm
+  need 'command -v gcovr' gcovr
   need 'command -v valgrind' valgrind
   need 'pkg-config --exists fuse3' libfuse3-dev
   need 'command -v mkfs.ext4 && command -v e2fsck' e2fsprogs
   need 'command -v mkfs.xfs' xfsprogs
   need 'command -v mkfs.btrfs' btrfs-progs
-  need 'command -v minisign' minisign
 }

@@ -2,12 +2,16 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# check_format.sh CLANG_FORMAT SOURCE_FOLDER: fails when a source file is not formatted.
+# check_format.sh CLANG_FORMAT SOURCE_FOLDER: fails when a source file is not formatted, and says how to mend it.
 set -u
-"$1" --version | grep -q 'version 14\.' || { echo "this needs clang-format 14"; exit 77; }
-cd "$2" || exit 1
-set -- "$1" app core engine ui platform release publish inplace examples tests
 program=$1
-shift
-find "$@" \( -name '*.h' -o -name '*.cpp' -o -name '*.mm' \) -print0 |
-  xargs -0 "$program" --dry-run -Werror
+"$program" --version | grep -q 'version 14\.' || { echo "this needs clang-format 14"; exit 77; }
+cd "$2" || exit 1
+output=$(find app bench core engine ui platform release publish inplace examples tests \
+  \( -name '*.h' -o -name '*.cpp' -o -name '*.mm' \) -print0 |
+  xargs -0 "$program" --dry-run -Werror 2>&1) && exit
+echo "$output"
+echo
+echo "To mend it:"
+echo "  $program -i" $(echo "$output" | sed -n 's/^\([^ :]*\):[0-9]*:[0-9]*: error:.*/\1/p' | sort -u)
+exit 1
