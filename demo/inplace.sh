@@ -30,7 +30,7 @@ version=$(sed -n '/ShortVersion/{n;s/[^0-9]*\([0-9.]*\).*/\1/p}' "${0%/*}/../Inf
 echo "Sample $version, started with: ${1##*/} $2" >>"$DEMO_RECORDS/host"
 SH
   chmod 755 "$contents/MacOS/Sample"
-  head -c 700000 /dev/zero | tr '\0' "${1: -1}" >"$contents/Resources/图片.dat"
+  head -c 700000 /dev/zero | tr "\0" "${1:2:1}" >"$contents/Resources/图片.dat"
   seq 1 200000 >"$contents/Resources/the same in every release"
   echo "version $1" >"$contents/Frameworks/Sample.framework/Versions/A/Sample"
   ln -s A "$contents/Frameworks/Sample.framework/Versions/Current"
