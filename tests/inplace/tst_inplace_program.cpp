@@ -27,6 +27,7 @@ private slots:
     void report_andProgress();
     void failure_namesAddressAndStatus_data();
     void failure_namesAddressAndStatus();
+    void answer_brokenOff_isAFailureOfTheNetwork();
     void usage_helpAndVersion();
     void display_none_isToldOf();
     void start_whateverComesOfIt_data();
@@ -93,6 +94,21 @@ void tst_InplaceProgram::failure_namesAddressAndStatus()
     QVERIFY2(message.contains(m_stage->url() + missing) && message.contains(QLatin1String("404")),
              qPrintable(message));
     QCOMPARE(Differences(m_stage->installed(), before), QString());
+}
+
+void tst_InplaceProgram::answer_brokenOff_isAFailureOfTheNetwork()
+{
+    const FileMap files = InplaceStage::newRelease().published();
+    m_stage->serve([&files](ScriptedConnection &connection, const QByteArray &request) {
+        if (RequestedPath(request) == Changed) {
+            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 28\r\n\r\nnew");
+            connection.close();
+            return;
+        }
+        ServeFiles(files)(connection, request);
+    });
+    QCOMPARE(m_stage->run(), QStringLiteral("network"));
+    QVERIFY(m_stage->program().errors().contains(Changed.toUtf8()));
 }
 
 void tst_InplaceProgram::usage_helpAndVersion()
