@@ -8,7 +8,7 @@
 class CUpdateError;
 
 /// \file
-/// How a session talks to the host application and to the user about errors. Private to the
+/// How a session talks to the host application, and shows errors to the user. Private to the
 /// session driver; call on the main thread. None of these functions reports a failure.
 
 /// Starts the host application, detached, with two arguments: the updater's own path and

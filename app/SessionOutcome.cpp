@@ -40,8 +40,8 @@ constexpr const char *ContentText = QT_TRANSLATE_NOOP("QObject", "升级描述�
 using O = SessionOutcome;
 using H = HostStart;
 
-// In the order of the enum. That a failed fetch exits with 0 in console mode while an address that
-// is not valid exits with 1 is meant.
+// In the order of the enum. In console mode a failed fetch exits with 0 and an invalid address with
+// 1, on purpose.
 // clang-format off
 constexpr std::array<SessionOutcomeInfo, static_cast<std::size_t>(O::Count)> Table{{
     // outcome                 title               message             retry  host started     console       windowed      exit
@@ -59,7 +59,7 @@ constexpr std::array<SessionOutcomeInfo, static_cast<std::size_t>(O::Count)> Tab
 }};
 // clang-format on
 
-// A row that is missing reads as the first outcome.
+// A missing row would read as the first outcome.
 constexpr bool IsComplete()
 {
     for (std::size_t i = 0; i < Table.size(); ++i) {

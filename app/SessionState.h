@@ -6,13 +6,13 @@
 #include <QDir>
 #include <QString>
 
-/// What start-up finds out and the rest of the session reads.
+/// What start-up finds out for the rest of the session.
 struct SessionState {
     QDir applicationDir;     ///< the folder of the updater's executable
     QDir homeDir;            ///< the updater's data directory
     QDir installationRoot;   ///< applicationDir, or its parent when that is called "bin"
     QString updateDir;       ///< absolute path of "update" in homeDir
-    QString exeName;         ///< the host executable; empty when none is to be started
+    QString exeName;         ///< the host executable; empty if none is to be started
     QString baseUrl;         ///< without a trailing slash
     QString descriptionName; ///< the update description's name below baseUrl
     int hostVersion = 0;
@@ -23,12 +23,12 @@ struct SessionState {
     bool isCommand(QLatin1String word) const;
 };
 
-/// Reads the configuration and the host's version, makes the update directory where it is missing
-/// and turns the system's proxy settings on.
+/// Reads the configuration and the host's version, creates the update directory if it is missing
+/// and turns on the system's proxy settings.
 ///
 /// \a command  the first command-line argument or empty.
 ///
-/// Needs the application object. Nothing fails: what is missing gets its default. Call on the main
+/// Needs the application object. Never fails: anything missing gets its default. Call on the main
 /// thread.
 SessionState StartUp(const QString &baseUrl, const QString &descriptionName,
                      const QString &command);

@@ -13,7 +13,7 @@ class SegmentLock { // unlocks on every path
 public:
     explicit SegmentLock(QSharedMemory &segment) : m_segment(segment)
     {
-        (void)m_segment.lock(); // succeeds on a segment that could not be made, too
+        (void)m_segment.lock(); // also succeeds on a segment that could not be made
     }
     ~SegmentLock() { (void)m_segment.unlock(); }
     Q_DISABLE_COPY(SegmentLock)
@@ -35,7 +35,7 @@ bool StatusRecord::claim()
         m_segment.error() == QSharedMemory::AlreadyExists) {
         return false;
     }
-    (void)m_segment.create(RecordSize, QSharedMemory::ReadWrite); // without it the session goes on
+    (void)m_segment.create(RecordSize, QSharedMemory::ReadWrite); // may fail: see the header
     write({false, false});
     return true;
 }

@@ -5,13 +5,13 @@
 
 #include <QSharedMemory>
 
-/// The two-byte status record of the running session, in a shared-memory segment that at the same
-/// time keeps a second session of the same installation out.
+/// The two-byte status record of the running session. Its shared-memory segment also keeps out a
+/// second session of the same installation.
 ///
-/// The segment lives as long as any process is attached to it. One that a killed session left
-/// behind refuses exactly one further session, whose end removes it. Where the segment could not be
-/// made the session goes on without: writes are dropped, and every status reads false.
-/// For one thread at a time.
+/// The segment lives as long as any process is attached to it. A killed session leaves it behind:
+/// then exactly one more session is refused, and removes it as it ends. If the segment cannot be
+/// made, the session continues without it: writes are dropped, and every status reads false. Not
+/// thread-safe.
 class StatusRecord {
 public:
     struct Status {
@@ -23,8 +23,8 @@ public:
     ///                    this text with "update_singleton" directly behind it.
     explicit StatusRecord(const QString &applicationDir);
 
-    /// Makes the record, both flags false. Returns false when another session holds it already;
-    /// then read() gives that session's status.
+    /// Makes the record, with both flags false. Returns false if another session already holds it;
+    /// read() then gives that session's status.
     bool claim();
 
     /// Returns the status under the segment's lock; only the lowest bit of each byte counts.

@@ -12,7 +12,7 @@ struct UpdateDescription {
     int version = 0;       ///< number of the newest version
     QString versionString; ///< the newest version as shown to people
     QString folder;        ///< kept for the in-place update; the session does not use it
-    int minVersion = 0;    ///< hosts at or below it are not offered to put the update off
+    int minVersion = 0;    ///< hosts at or below it cannot put the update off
     QString downloadUrl;   ///< what the browser opens on consent
 };
 
@@ -20,13 +20,13 @@ struct UpdateDescription {
 enum class UpdateDecision {
     NotNeeded,
     Optional, ///< the user may put it off
-    Forced,   ///< the user is not offered to put it off
+    Forced,   ///< the user cannot put it off
 };
 
 /// Reads a UTF-8 JSON document into \a description.
 ///
-/// Returns false, and leaves \a description alone, when the document is not valid, is empty or is
-/// no object. A missing key, a value of another type and a number that is no int read as 0 or
+/// Returns false, and leaves \a description unchanged, if the document is invalid, empty or not an
+/// object. A missing key, a value of another type and a number that is not an int read as 0 or
 /// empty text. Callable on any thread.
 bool ParseUpdateDescription(const QByteArray &content, UpdateDescription &description);
 

@@ -26,7 +26,7 @@ namespace {
 
 constexpr qint32 FetchTimeoutSec = 15;
 
-/// The steps of a session once its start-up is done, up to the outcome.
+/// The steps of a session after start-up, up to the outcome.
 class UpdateSession {
 public:
     UpdateSession(const SessionState &state, CUpdateError &errorDialog, StatusRecord &record)
@@ -58,7 +58,7 @@ private:
         const SessionOutcomeInfo &info = InfoOf(SessionOutcome::AlreadyRunning);
         const QString message = QObject::tr(info.message);
         if (m_console) {
-            // The running session's last status is passed on.
+            // Pass on the running session's last status.
             const StatusRecord::Status status = m_record.read();
             ReportErrorToMainExecute(status.success, status.update, message);
         } else {
@@ -125,7 +125,7 @@ private:
         }
     }
 
-    /// Tells of a failure and returns whether the user wants to retry.
+    /// Reports a failure and returns whether the user wants to retry.
     bool tell(SessionOutcome outcome, const QString &argument)
     {
         const SessionOutcomeInfo &info = InfoOf(outcome);
@@ -159,7 +159,7 @@ private:
     StatusRecord &m_record;
 };
 
-/// Starts the host application where the outcome wants it, closes the log and returns the exit
+/// Starts the host application if the outcome calls for it, closes the log and returns the exit
 /// code.
 int EndSession(SessionOutcome outcome, bool console, const QString &exeName)
 {
@@ -185,7 +185,7 @@ int RunUpdateSession(int &argc, char **argv, const QString &baseUrl, const QStri
     CLogHandler::Initialize();
     qInfo().noquote() << QApplication::tr("----------------更新程序启动------------------");
 
-    // Read only now that the toolkit has taken its own arguments out.
+    // Read only now that the toolkit has removed its own arguments.
     const QString command = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     const SessionState state = StartUp(baseUrl, descriptionName, command);
     if (state.isCommand(QLatin1String("restart"))) {

@@ -33,7 +33,7 @@ struct tagDownloadFileInfo {
 /// \a headers          raw request headers, sent in ascending order of their names.
 /// \a verb             the HTTP method, sent as it stands.
 /// \a body             the request body, allowed with every verb.
-/// \a responseHeaders  may be null; gets the answer's headers on success and is not cleared first.
+/// \a responseHeaders  may be null; gets the response headers on success; not cleared first.
 ///                     A repeated name keeps its last entry (the network layer gives one only,
 ///                     with the values joined).
 ///
@@ -53,8 +53,8 @@ QMap<QString, tagDownloadFileInfo> ParseMd5File(QByteArray content);
 
 /// Returns the records of \a update whose files must be fetched into \a root.
 ///
-/// \a localManifest  path of the installation's own manifest; may be missing. The word of this
-///                   manifest is taken for every file it lists; only the others are hashed.
+/// \a localManifest  path of the installation's own manifest; may be missing. This
+///                   manifest is trusted for every file it lists; only the others are hashed.
 /// \a root           the installation; record paths are resolved against it.
 ///
 /// A file that cannot be read counts as one to fetch. Reads files, never writes. Callable on any
@@ -69,18 +69,18 @@ bool CheckFileMd5(QString path, QByteArray md5);
 
 /// Returns the MD5 text of \a data: 32 lower-case hexadecimal digits.
 ///
-/// Each group of four digest bytes stands in reverse order compared with the usual MD5 text, on
-/// every machine; the two forms never compare equal. Callable on any thread.
+/// Each group of four digest bytes is reversed compared with the usual MD5 text, on every machine;
+/// the two forms never compare equal. Callable on any thread.
 QByteArray Md5Hash(QByteArray data);
 
-/// Returns the MD5 text of data whose 16-byte MD5 \a digest was made elsewhere, piece by piece, in
-/// the form of Md5Hash(). Callable on any thread.
+/// Returns what Md5Hash() would give for data whose 16-byte MD5 \a digest was computed elsewhere,
+/// piece by piece. Callable on any thread.
 QByteArray Md5Text(const QByteArray &digest);
 
-/// Turns every byte of the NUL-terminated \a text into upper case, in place, by the current
-/// character classification. Null and empty text are allowed. Returns \a text.
+/// Converts every byte of the NUL-terminated \a text to upper case, in place, as the current locale
+/// classifies characters. Null and empty text are allowed. Returns \a text.
 char *strupr(char *text);
 
-/// Turns every byte of the NUL-terminated \a text into lower case, in place, by the current
-/// character classification. Null and empty text are allowed. Returns \a text.
+/// Converts every byte of the NUL-terminated \a text to lower case, in place, as the current locale
+/// classifies characters. Null and empty text are allowed. Returns \a text.
 char *strlwr(char *text);

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The whole time in milliseconds; a timer cannot run longer than the limit, nearly 25 days.
+/// The time-out in milliseconds, limited to what a timer can hold: nearly 25 days.
 std::chrono::milliseconds TimerInterval(qint32 timeoutSec)
 {
     constexpr std::chrono::milliseconds limit{std::numeric_limits<int>::max()};

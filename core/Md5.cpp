@@ -27,7 +27,7 @@ QByteArray Md5Hash(QByteArray data)
 bool CheckFileMd5(QString path, QByteArray md5)
 {
     QFile file(path);
-    // It is read whole with one call, which a buffer in between would only slow down.
+    // Read whole in one call; a buffer would only slow it down.
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         return false;
     }

@@ -15,7 +15,7 @@ namespace {
 
 using Bytes = std::string_view; // a slice of the manifest, which stays where it is
 
-/// Takes what stands before the first LF, or everything, off the front of \a rest.
+/// Removes the text before the first LF, or all of it, from the front of \a rest.
 Bytes TakeLine(Bytes &rest)
 {
     const Bytes line = rest.substr(0, rest.find('\n'));
@@ -23,13 +23,13 @@ Bytes TakeLine(Bytes &rest)
     return line;
 }
 
-/// Returns what stands before the first NUL, where texts end for Qt's conversions.
+/// Returns the text before the first NUL, where Qt's conversions stop.
 Bytes Text(Bytes field)
 {
     return field.substr(0, field.find('\0'));
 }
 
-/// Reads hexadecimal digits, on purpose whatever they look like; what is no number reads as 0.
+/// Reads a hexadecimal number in any form, on purpose; anything else reads as 0.
 quint64 HexSize(Bytes field)
 {
     const Bytes text = Text(field);
@@ -37,9 +37,9 @@ quint64 HexSize(Bytes field)
     const char *const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, size, 16);
     if (error == std::errc() && stop == end) {
-        return size; // digits only, which is the rule
+        return size; // digits only, as usual
     }
-    // White space behind makes it no number on purpose, though some Qt versions would pass it over.
+    // Trailing white space makes it invalid on purpose, though some Qt versions would skip it.
     if (text.find_last_of(" \f\r\v") + 1 == text.size()) {
         return 0;
     }
@@ -49,7 +49,7 @@ quint64 HexSize(Bytes field)
 QString RelativePath(Bytes field)
 {
     const Bytes text = Text(field);
-    // Manifests are UTF-8 everywhere, so the locale of the moment must not decide.
+    // Manifests are always UTF-8, so the current locale must not matter.
     QString path = QString::fromUtf8(text.data(), static_cast<int>(text.size()));
     path.replace(QLatin1Char('\\'), QLatin1Char('/'));
     if (path.startsWith(QLatin1Char('/'))) {
@@ -76,7 +76,7 @@ bool ReadRecord(Bytes line, tagDownloadFileInfo &record)
 
 using Records = QMap<QString, tagDownloadFileInfo>;
 
-/// Moves \a record into \a records, where \a place is a guess. Returns the entry.
+/// Moves \a record into \a records, with \a place as a hint. Returns the entry.
 Records::iterator Put(Records &records, Records::const_iterator place, tagDownloadFileInfo &record)
 {
     const auto entry = records.insert(place, record.path, {});
@@ -101,15 +101,15 @@ QMap<QString, tagDownloadFileInfo> ParseMd5File(QByteArray content)
         if (!ReadRecord(line, record)) {
             continue;
         }
-        // Manifests are mostly sorted: what comes in order is put at the end without a search.
+        // Manifests are mostly sorted: a record in order is appended without a search.
         if (last == result.end() || last->path < record.path) {
             last = Put(result, result.constEnd(), record);
         } else {
             unsorted.append(std::move(record));
         }
     }
-    // Sorting first is quicker than searching the place of each. The sort is stable, and a path
-    // that the map has already came before: so the later line of a path wins, as it has to.
+    // Sorting first is faster than searching for each place. The sort is stable, and a path that is
+    // already in the map came earlier: so the last line of a path wins, as it must.
     std::stable_sort(unsorted.begin(), unsorted.end(),
                      [](const auto &one, const auto &other) { return one.path < other.path; });
     auto next = result.begin();

@@ -48,7 +48,7 @@ void CDownloadThread::downloadOne()
     if (requestOne()) {
         return;
     }
-    // One frame for each file that is staged already: nothing may live across this call.
+    // Recurses once per file that is already staged: nothing may stay alive across this call.
     ++m_current;
     downloadOne();
 }
@@ -68,7 +68,7 @@ bool CDownloadThread::clearTheWay(const QFileInfo &staging)
     const QString path = staging.absoluteFilePath();
     if (!staging.exists()) {
         if (!staging.absoluteDir().exists()) {
-            (void)QDir().mkpath(staging.absolutePath()); // a missing folder shows in the writing
+            (void)QDir().mkpath(staging.absolutePath()); // a missing folder shows when writing
         }
         return true;
     }
@@ -131,7 +131,7 @@ bool CDownloadThread::stage(QNetworkReply &reply)
     if (!file.open(QIODevice::ReadWrite | QIODevice::Truncate)) {
         return fail(staging, tr("更新文件%1写入失败").arg(staging.fileName()));
     }
-    (void)file.write(body); // unchecked on purpose: the next run's check of the staged file tells
+    (void)file.write(body); // unchecked on purpose: the next run checks the staged file
     file.close();
     return true;
 }
@@ -139,7 +139,7 @@ bool CDownloadThread::stage(QNetworkReply &reply)
 bool CDownloadThread::checkBody(const QByteArray &body, const QFileInfo &staging)
 {
     const tagDownloadFileInfo record = m_files.at(m_current);
-    // Low half first on purpose: whoever hands the records over swaps what the manifest gave.
+    // Low half first on purpose: callers swap the halves that the manifest gave.
     const quint64 expected = (quint64{record.sizeLow} << 32U) + record.sizeHigh;
     if (static_cast<qint64>(expected) != qint64{body.size()}) {
         return fail(staging, tr("下载更新文件%1大小不对(预期%2，实际%3)")
@@ -184,8 +184,8 @@ bool CDownloadThread::moveAside(const QString &path, const QFileInfo &target)
     if (kept.exists() && !QFile::remove(kept.absoluteFilePath())) {
         return fail(target, tr("删除文件%1失败").arg(kept.fileName()));
     }
-    // Decomposed on purpose, as the file systems of the target write their names; one that takes
-    // names byte for byte does not find a composed name so.
+    // Decomposed on purpose, as the target's file systems store names; a file system that compares
+    // bytes does not find a composed name this way.
     const QByteArray from = DecomposedUtf8(target.absoluteFilePath());
     const QByteArray to = DecomposedUtf8(kept.absoluteFilePath());
     return std::rename(from.constData(), to.constData()) == 0 ||
@@ -193,7 +193,7 @@ bool CDownloadThread::moveAside(const QString &path, const QFileInfo &target)
                 tr("重命名%1为%2失败").arg(target.absoluteFilePath(), kept.absoluteFilePath()));
 }
 
-/// Ends the work with \a message. Always false, so that a step can return it.
+/// Ends the work with \a message. Always returns false, so that a step can return it.
 bool CDownloadThread::fail(const QFileInfo &file, const QString &message)
 {
     m_errormsg = message;

@@ -20,9 +20,9 @@ class QNetworkReply;
 
 /// Downloads the files of an update one by one, checks them and applies them to the installation.
 ///
-/// Everything happens on the thread that constructs the object, driven by its event loop; the
-/// thread of its own, once started, runs an idle event loop, whose end tells that the work is
-/// over. quit() from outside ends that thread only; to stop the work, destroy the object.
+/// Everything happens on the thread that constructs the object, driven by that thread's event loop.
+/// The object's own thread, once started, only runs an idle event loop, whose end means that the
+/// work is over. quit() from outside ends that thread only; to stop the work, destroy the object.
 ///
 /// Each file is fetched whole into memory, checked by HTTP status, size and MD5 text, and written
 /// into the staging directory under its relative path. Files staged there by an earlier run are
@@ -35,8 +35,8 @@ class CDownloadThread : public QThread {
     Q_OBJECT
 
 public:
-    /// Begins at once: the first request is sent, or the first failure or even the whole work of
-    /// an update with nothing to fetch has happened, when the constructor returns.
+    /// Begins at once: when the constructor returns, the first request has been sent, or the first
+    /// failure has happened, or, with nothing to fetch, all the work is done.
     ///
     /// \a url          base address, which ends in '/': a file's path is appended as it stands.
     /// \a downloadDir  the staging directory; directories below it are made as needed.
@@ -46,7 +46,7 @@ public:
     CDownloadThread(QString url, QDir downloadDir, QDir appDir, QList<tagDownloadFileInfo> files,
                     QObject *parent = nullptr);
 
-    /// Returns whether all files were downloaded and applied. To be asked after finished().
+    /// Returns whether all files were downloaded and applied. Call it after finished().
     bool success();
 
     /// Returns the text of the failure or of the success; empty while the work goes on.
@@ -54,11 +54,11 @@ public:
 
 signals:
     /// A transfer begins. \a filename is the file in the staging directory, \a current its index
-    /// from 0 on, \a total the number of files. Files that are staged already are passed over.
+    /// counted from 0, \a total the number of files. Files that are already staged are skipped.
     void downloadStarted(QFileInfo filename, int current, int total);
 
-    /// What the network says of the current transfer; \a bytesTotal is -1 when the server told no
-    /// length, and both are 0 for an empty body or a connection that was refused.
+    /// Progress of the current transfer, as the network reports it; \a bytesTotal is -1 if the
+    /// server gave no length, and both are 0 for an empty body or a connection that was refused.
     void downloadProgress(int64_t bytesReceived, int64_t bytesTotal);
 
     /// The work has ended with \a errormsg. \a filename is the file in the staging directory, or

@@ -22,13 +22,13 @@ struct FileCloser {
     void operator()(std::FILE *file) const { (void)std::fclose(file); }
 };
 
-// Returns empty text for what is no readable file of a believable size.
+// Returns empty text unless the file is readable and of a plausible size.
 std::string ReadSmallFile(const fs::path &path)
 {
-    // Bounds the nesting too: the parser descends into lists of lists by recursion.
+    // Also bounds the nesting: the parser recurses into nested lists.
     constexpr std::uintmax_t largest = 262144;
     std::error_code failed;
-    // Asked first: opening a named pipe would wait for a writer.
+    // Checked first: opening a named pipe would wait for a writer.
     if (!fs::is_regular_file(path, failed)) {
         return {};
     }
@@ -36,17 +36,17 @@ std::string ReadSmallFile(const fs::path &path)
     if (failed || size > largest) {
         return {};
     }
-    // Not a C++ stream: the first one brings in the locales, which no session needs.
+    // Not a C++ stream: the first one loads the locales, which no session needs.
     const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
     std::string content(size, '\0');
     content.resize(file ? std::fread(content.data(), 1, content.size(), file.get()) : 0);
     return content;
 }
 
-// Returns nothing for a dictionary that is none, a key that is missing and an item that is no text.
+// Returns nullopt if this is no dictionary, the key is missing or the item is not a text.
 std::optional<std::string> TextItem(plist_t dictionary, const char *key)
 {
-    // Not a copy by plist_get_string_val(), which ends the program over a text that holds a NUL.
+    // Not plist_get_string_val(): it aborts the program if the text holds a NUL.
     const char *text = plist_get_string_ptr(plist_dict_get_item(dictionary, key), nullptr);
     return text ? std::make_optional<std::string>(text) : std::nullopt;
 }

@@ -8,7 +8,8 @@
 #include <string>
 
 /// \file
-/// A bundle's property list where the system has no reader of its own. Callable on any thread.
+/// Reads a bundle's property list where the system has no reader of its own. Callable on any
+/// thread.
 
 /// What is read from a property list. A text ends at its first NUL.
 struct InfoPlist {
@@ -16,9 +17,9 @@ struct InfoPlist {
     std::optional<std::string> version;    ///< CFBundleShortVersionString, if it is a text
 };
 
-/// Reads the file at \a path. What is no regular file, cannot be read or is larger than a property
-/// list has a reason to be (256 KiB) gives no items.
+/// Reads the file at \a path. Gives no items if it is not a regular file, cannot be read or is
+/// larger than any property list should be (256 KiB).
 InfoPlist ReadInfoPlist(const std::filesystem::path &path);
 
-/// Reads a property list in XML or binary form. What is none gives no items.
+/// Reads a property list in XML or binary form. Gives no items if it is neither.
 InfoPlist ParseInfoPlist(const std::string &content);

@@ -20,14 +20,15 @@ static QtMessageHandler s_DefaltHandler = nullptr;
 
 static void messageHandler(QtMsgType type, const QMessageLogContext &context, const QString &msg)
 {
-    // The numbers are compared, not severities: info messages (4) pass every level on purpose.
+    // Compares the numbers, not severities, on purpose: info messages (4) pass every level.
     if (static_cast<int>(type) >= static_cast<int>(s_LogLevel)) {
         static std::recursive_mutex lock; // a message raised while writing comes back here
         QFile file;                       // outlives the guard
         const std::lock_guard<std::recursive_mutex> guard(lock);
         const QString name = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd.log"));
         file.setFileName(s_LogPath.absoluteFilePath(name));
-        // Closed again for each message, so that every line is on disk when the handler returns.
+        // Opened and closed for each message, so that every line is on disk when the handler
+        // returns.
         if (file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
             QTextStream stream(&file);
             UseUtf8(stream);

@@ -14,14 +14,14 @@
 /// may come from any thread.
 class CLogHandler {
 public:
-    /// Sets the lowest message type that is written. Plain comparison of the enum's numbers, in
-    /// which QtInfoMsg (4) is the highest; QtCriticalMsg until the first call.
+    /// Sets the lowest message type that is written. Compares the enum's numbers, of which
+    /// QtInfoMsg (4) is the highest. QtCriticalMsg until the first call.
     static void SetLogLevel(QtMsgType level);
 
-    /// Sets the message pattern, makes the log folder and installs the handler.
-    /// To be called once a process.
+    /// Sets the message pattern, makes the log folder and installs the handler. Call it once per
+    /// process.
     static void Initialize();
 
-    /// Puts Qt's default handler back. The pattern and the files stay.
+    /// Restores Qt's default handler. The pattern and the files stay.
     static void Release();
 };

@@ -7,8 +7,8 @@
 
 /// \file
 /// What only the operating system knows. Every result is computed by the first call and kept for
-/// the life of the process; the texts belong to this module and are never freed by the caller.
-/// Nothing reports an error. Call on the main thread; a first call must have ended before another
+/// the life of the process; the texts belong to this module and are never freed by the caller. No
+/// function reports an error. Call on the main thread; a first call must have ended before another
 /// thread uses its result.
 
 /// Returns the updater's data directory as UTF-8 text of up to 512 bytes, never null.
@@ -29,8 +29,8 @@ const char *GetMainExecutableVersion();
 
 /// Returns the main bundle's version as one number: major * 1000000 + minor * 10000 + patch.
 ///
-/// A version without a dot gives 0; one with two parts gives its major part alone; a fourth part
-/// is not looked at. Parts spill into their neighbours unchecked and the sum wraps in 32 bits.
+/// A version without a dot gives 0; one with two parts gives its major part alone; a fourth part is
+/// ignored. Parts spill into their neighbours unchecked and the sum wraps in 32 bits.
 int GetMainExecutableVersionNum();
 
 /// Hides the title bar of the window around \a view and lets the content reach under it.
@@ -38,8 +38,8 @@ int GetMainExecutableVersionNum();
 /// \a view  what QWidget::winId() gives for a top-level widget. Does nothing off macOS.
 void hideWindowCaptionBar(std::uintptr_t view);
 
-/// Returns the machine's serial number, or empty text when it is not to be had.
+/// Returns the machine's serial number, or empty text if it is not available.
 const char *GetDiskId();
 
-/// Returns the machine's platform UUID, or empty text when it is not to be had.
+/// Returns the machine's platform UUID, or empty text if it is not available.
 const char *GetSystemUuid();

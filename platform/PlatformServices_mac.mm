@@ -56,7 +56,7 @@ private:
 bool CheckSandbox()
 {
     NSLog(@"check if app is sandboxed or not\n");
-    // Declared in this order to be released in the other: the URL, the code, the requirement.
+    // Released in reverse: the URL, the code, the requirement.
     CFOwner<SecRequirementRef> requirement;
     CFOwner<SecStaticCodeRef> code;
     const CFOwner<CFURLRef> url(CFBundleCopyExecutableURL(CFBundleGetMainBundle()));
@@ -105,7 +105,7 @@ NSString *HiddenFolderIn(NSString *home)
     NSMutableString *path = [NSMutableString
         stringWithFormat:@"%@/.%@", home, [[NSBundle mainBundle] bundleIdentifier]];
     for (bool found = false; !found;) {
-        @autoreleasepool { // or endless tries would gather endless objects
+        @autoreleasepool { // or endless retries would pile up objects
             found = ProvideFolder(path);
             if (!found) {
                 // Before the whole path and without limit, both on purpose.
@@ -131,7 +131,7 @@ std::uint32_t Weighted(NSString *number, std::uint32_t weight)
     return static_cast<std::uint32_t>([number intValue]) * weight;
 }
 
-// Reads a property of the platform expert device into buffer, which is left alone when there is
+// Reads a property of the platform expert device into buffer, which stays unchanged if there is
 // none. size limits text only.
 void ReadPlatformProperty(CFStringRef key, char *buffer, std::size_t size)
 {

@@ -7,7 +7,7 @@ class QSettings;
 class QTextStream;
 
 /// \file
-/// What Qt 5 has to be told and Qt 6 does unasked, so that the program does the same with both.
+/// What Qt 5 must be told and Qt 6 does by default, so that the program behaves the same with both.
 
 /// Lets windows follow the density of their screen. Call before the application object exists.
 void EnableHighDpi();

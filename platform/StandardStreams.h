@@ -5,7 +5,7 @@
 
 /// Makes the standard streams safe to write to, whatever the host application left of them.
 ///
-/// Streams that are closed are opened on the null device, or the next socket or file would take
-/// their number; writing to a reader that has gone away fails and does not end the process.
-/// Call first of all, on the main thread.
+/// Closed streams are opened on the null device; otherwise the next socket or file would get their
+/// number. Writing to a closed pipe fails instead of ending the process. Call this before anything
+/// else, on the main thread.
 void PrepareStandardStreams();

@@ -9,11 +9,6 @@ namespace {
 
 constexpr int MostLinks = 32; // one system follows as many and no more
 
-QString Text(Bytes bytes)
-{
-    return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
-}
-
 std::string FolderAbove(Bytes path)
 {
     const std::size_t end = path.rfind('/');
@@ -29,9 +24,9 @@ QString LinkWalk::reason()
     for (std::size_t link = 0; link < m_ends.size(); ++link) {
         const QString reason = follow(link, 1);
         if (!reason.isEmpty()) {
-            const ManifestTree::Entry &entry = m_tree.m_entries[m_tree.m_links[link].entry];
-            return QStringLiteral("line %1: link \"%2\" %3")
-                .arg(QString::number(entry.line), Text(entry.path), reason);
+            const ManifestEntry &entry = m_tree.m_entries[m_tree.m_links[link].entry];
+            return AtLine(entry.line,
+                          QStringLiteral("link \"%1\" %2").arg(Shown(entry.path), reason));
         }
     }
     return {};
@@ -75,7 +70,7 @@ QString LinkWalk::step(Bytes name, int depth, End &here)
         return {};
     }
     here.path.append(here.path.empty() ? "" : "/").append(name);
-    if (const ManifestTree::Entry *const entry = m_tree.find(here.path)) {
+    if (const ManifestEntry *const entry = m_tree.find(here.path)) {
         if (entry->kind == ManifestTree::Kind::Link) {
             return enterLink(linkOf(*entry), depth, here);
         }
@@ -102,7 +97,7 @@ QString LinkWalk::enterLink(std::size_t link, int depth, End &here)
     return here.links > MostLinks ? tooMany : QString();
 }
 
-std::size_t LinkWalk::linkOf(const ManifestTree::Entry &entry) const
+std::size_t LinkWalk::linkOf(const ManifestEntry &entry) const
 {
     const auto place = static_cast<std::size_t>(&entry - m_tree.m_entries.data());
     const auto link = std::lower_bound(

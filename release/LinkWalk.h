@@ -25,7 +25,7 @@ private:
     QString follow(std::size_t link, int depth);
     QString step(Bytes name, int depth, End &here);
     QString enterLink(std::size_t link, int depth, End &here);
-    std::size_t linkOf(const ManifestTree::Entry &entry) const;
+    std::size_t linkOf(const ManifestEntry &entry) const;
 
     const ManifestTree &m_tree;
     std::vector<End> m_ends; // of the links in the tree's order

@@ -12,11 +12,6 @@
 
 namespace {
 
-QString Text(Bytes field)
-{
-    return QString::fromUtf8(field.data(), static_cast<int>(field.size()));
-}
-
 constexpr bool IsHexDigit(unsigned byte)
 {
     return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'f');
@@ -67,6 +62,16 @@ bool IsPlainPath(Bytes path)
 
 } // namespace
 
+QString Shown(Bytes bytes)
+{
+    return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+QString AtLine(int line, const QString &reason)
+{
+    return QStringLiteral("line %1: %2").arg(QString::number(line), reason);
+}
+
 bool IsHex(Bytes field, std::size_t length)
 {
     if (field.size() != length) {
@@ -100,7 +105,7 @@ QString ReadNumber(Bytes field, int &number)
     bool isNumber = false;
     number = text.toInt(&isNumber);
     if (!isNumber || QByteArray::number(number) != text) {
-        return QStringLiteral("\"%1\" is not a number").arg(Text(field));
+        return QStringLiteral("\"%1\" is not a number").arg(Shown(field));
     }
     return {};
 }
@@ -122,7 +127,7 @@ QString ReadMode(Bytes field, int &mode)
 
 QString ReadText(Bytes field, QString &text)
 {
-    text = Text(field);
+    text = Shown(field);
     const QByteArray back = text.toUtf8();
     const bool isSame = Bytes(back.constData(), static_cast<std::size_t>(back.size())) == field;
     if (!isSame || text.contains(QChar(QChar::ReplacementCharacter))) {

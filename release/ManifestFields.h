@@ -13,6 +13,12 @@
 
 using Bytes = std::string_view;
 
+/// The text that UTF-8 stands for, whatever it is, to be shown.
+QString Shown(Bytes bytes);
+
+/// Puts the number of the line in front of what is wrong with it.
+QString AtLine(int line, const QString &reason);
+
 /// Whether \a field is \a length lower-case hexadecimal digits.
 bool IsHex(Bytes field, std::size_t length);
 

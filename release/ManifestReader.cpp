@@ -16,11 +16,6 @@ constexpr std::size_t Sha256Length = 64;
 constexpr int UsualFolderMode = 0755;
 const Bytes NoMeaning = "-"; // in the place of a field, so that a line has not three of them
 
-QString Text(Bytes bytes)
-{
-    return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
-}
-
 QByteArray Copy(Bytes bytes)
 {
     return {bytes.data(), static_cast<int>(bytes.size())};
@@ -87,15 +82,16 @@ QString ManifestReader::readExtendedLine()
         return name.substr(0, 2) != "@!"
                    ? QString()
                    : lost(QStringLiteral("%1 is not known, and must not be passed over")
-                              .arg(Text(name)));
+                              .arg(Shown(name)));
     }
     if (m_count != known->fields) {
-        return lost(QStringLiteral("%1 has %2 fields instead of %3")
-                        .arg(Text(name), QString::number(m_count), QString::number(known->fields)));
+        return lost(
+            QStringLiteral("%1 has %2 fields instead of %3")
+                .arg(Shown(name), QString::number(m_count), QString::number(known->fields)));
     }
     if (known->stage < m_stage) {
         return lost(
-            QStringLiteral("%1 stands twice, or behind what must follow it").arg(Text(name)));
+            QStringLiteral("%1 stands twice, or behind what must follow it").arg(Shown(name)));
     }
     if (known->stage > Stage::Minimum && m_stage <= Stage::Minimum) {
         return lost(QStringLiteral("@minimum must stand before it"));
@@ -201,7 +197,7 @@ QString ManifestReader::readFileLine()
     }
     if (m_fields[0] != "@file" || m_count != 4 || m_fields[3] != path) {
         return lost(QStringLiteral("it is not the @file line of \"%1\" with its four fields")
-                        .arg(Text(path)));
+                        .arg(Shown(path)));
     }
     if (!IsHex(m_fields[1], Sha256Length)) {
         return lost(QStringLiteral("its SHA-256 is not 64 lower-case hexadecimal digits"));
@@ -269,7 +265,7 @@ QString ManifestReader::readFolder()
 
 QString ManifestReader::lost(const QString &reason) const
 {
-    return QStringLiteral("line %1: %2").arg(QString::number(m_number), reason);
+    return AtLine(m_number, reason);
 }
 
 QString ManifestReader::added(ManifestTree::Kind kind, Bytes path, bool isEmpty)

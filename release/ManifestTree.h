@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "release/ManifestFields.h"
+#include "release/ManifestNames.h"
 
 #include <string>
 #include <vector>
@@ -12,7 +12,7 @@
 /// they can stand together. Holds slices of the manifest, which must outlive it.
 class ManifestTree {
 public:
-    enum class Kind { File, Link, Folder };
+    using Kind = ManifestEntry::Kind;
 
     /// Adds what has the \a path, found safe before, and stands in \a line, with the folders above
     /// it.
@@ -32,44 +32,19 @@ public:
     std::size_t size() const { return m_entries.size(); }
 
 private:
-    struct Entry {
-        Bytes path;
-        int line;
-        Kind kind;
-        bool isEmpty;
-    };
     struct Link {
         std::size_t entry;
         Bytes target;
     };
-    /// An entry or a folder above one, by what its name is compared by.
-    struct Name {
-        std::size_t hash;
-        std::size_t place; // in m_entries, or behind them in m_above
-    };
 
     friend class LinkWalk; // asks for what is where
-    using Names = std::vector<Name>::const_iterator;
-    /// What stands first in the manifest of what is wrong.
-    struct Problem {
-        int line = 0;
-        QString reason;
-
-        void note(int atLine, const QString &text);
-    };
-
     QString addFoldersAbove(Bytes path, int line);
     QString addFolderAbove(Bytes folder, Bytes path, int line);
-    void addName(Bytes path, std::size_t place);
-    void findSameNames(Names from, Names end, Problem &first) const;
-    void findKeptName(const Entry &taken, Problem &first) const;
-    const Entry &at(std::size_t place) const;
-    const Entry *find(Bytes path) const;
+    const ManifestEntry *find(Bytes path) const;
     bool isFolderAbove(Bytes path) const;
 
-    std::vector<Entry> m_entries; // sorted by path
-    std::vector<Entry> m_above;   // folders without a line; sorted by path with '/' behind it
+    std::vector<ManifestEntry> m_entries; // sorted by path
+    std::vector<ManifestEntry> m_above; // folders without a line; sorted by path with '/' behind it
     std::vector<Link> m_links;
-    std::vector<Name> m_names;
-    std::vector<std::size_t> m_likeKept; // places of names that end as kept copies do
+    ManifestNames m_names;
 };

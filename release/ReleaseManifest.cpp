@@ -60,11 +60,6 @@ QByteArray FileLines(const ManifestFile &file, const QByteArray &path, bool isCo
 /// The lines of one path, after the path.
 using PathLines = std::pair<QByteArray, QByteArray>;
 
-QString Line(int number, const QString &reason)
-{
-    return QStringLiteral("line %1: %2").arg(QString::number(number), reason);
-}
-
 /// Returns why an old manifest, which lists files only, is refused for lines that begin with '@'.
 QString OldManifestReason(Bytes content)
 {
@@ -81,10 +76,10 @@ QString OldManifestReason(Bytes content)
         }
         const Bytes name = line.substr(0, line.find('\t'));
         if (isKnown(name)) {
-            return Line(number, QStringLiteral("the manifest does not begin with @release"));
+            return AtLine(number, QStringLiteral("the manifest does not begin with @release"));
         }
         if (std::count(line.begin(), line.end(), '\t') == 2) {
-            return Line(number, QStringLiteral("it begins with '@' and has three fields"));
+            return AtLine(number, QStringLiteral("it begins with '@' and has three fields"));
         }
     }
     return {};
@@ -126,7 +121,7 @@ QString ForbiddenByteReason(Bytes content)
         return {};
     }
     const auto line = std::count(content.begin(), content.begin() + found, '\n') + 1;
-    return Line(static_cast<int>(line), QStringLiteral("it holds a CR, NUL or backslash"));
+    return AtLine(static_cast<int>(line), QStringLiteral("it holds a CR, NUL or backslash"));
 }
 
 } // namespace

@@ -8,7 +8,7 @@
 class QString;
 
 /// Returns the icon in \a fileName, which is read when something first asks for its picture: a
-/// session that shows no window spares the image plugins and the decoding.
+/// session that shows no window needs neither the image plugins nor the decoding.
 ///
 /// It holds the one picture of its file, scaled down and never up, and looks like QIcon(fileName)
 /// at every size and pixel ratio. Copies and streams keep the picture; more cannot be added to it.

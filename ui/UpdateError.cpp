@@ -29,7 +29,7 @@ void CUpdateError::setError(QString title, QString message, bool retry)
 void CUpdateError::setUrl(QString url)
 {
     m_downloadUrl = url;
-    // The retry choice has no say here on purpose: an address that comes after a final error offers
+    // The retry choice does not matter here, on purpose: an address set after a final error offers
     // the download page next to a hidden retry button.
     m_ui.download->setVisible(!m_downloadUrl.isEmpty());
 }

@@ -23,7 +23,7 @@ namespace {
 
 QtMessageHandler s_previousHandler = nullptr;
 
-/// Leaves out what the platform without a display says when a window wants more than it has.
+/// Drops the offscreen platform's complaints about what it does not support.
 void DropNoise(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     if (!message.startsWith(QLatin1String("This plugin does not support "))) {

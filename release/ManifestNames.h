@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "release/ManifestFields.h"
+
+#include <functional>
+#include <vector>
+
+/// Something that a release has. Its path is a slice of the manifest.
+struct ManifestEntry {
+    enum class Kind { File, Link, Folder };
+
+    Bytes path;
+    int line; ///< that it is known by
+    Kind kind;
+    bool isEmpty; ///< a folder that nothing may be in
+};
+
+/// The names of a release, as a volume that ignores letter case and normalisation sees them.
+class ManifestNames {
+public:
+    /// Gives the entry that is meant by a place.
+    using Entries = std::function<const ManifestEntry &(std::size_t place)>;
+
+    /// Adds the path of the entry at \a place. Every path comes once.
+    void add(Bytes path, std::size_t place);
+
+    /// Returns why the names cannot stand together, or empty text: paths that are the same, and
+    /// those that take the name of a file's kept copy. Names the first line where that is so.
+    QString reason(const Entries &at);
+
+private:
+    struct Name {
+        std::size_t hash; // of the folded path: what differs in it is not the same
+        std::size_t place;
+    };
+    using Names = std::vector<Name>::const_iterator;
+    /// What stands first in the manifest of what is wrong.
+    struct Problem {
+        int line = 0;
+        QString reason;
+
+        void note(int atLine, const QString &text);
+    };
+
+    static void FindSame(Names from, Names end, const Entries &at, Problem &first);
+    void findKept(const ManifestEntry &taken, const Entries &at, Problem &first) const;
+
+    std::vector<Name> m_names;
+    std::vector<std::size_t> m_likeKept; // places of paths that end as kept copies do
+};
