@@ -4,7 +4,7 @@
 set(UPDATER_EXAMPLE_BASE_URL "https://update.example.com/public/kestrel/update/mac")
 
 # updater_judge_base_url(url fault doubt): sets the variable fault to what makes the address unusable, and
-# doubt to what makes it unwise; to nothing where there is nothing.
+# doubt to what makes it unwise; each is empty if there is nothing.
 function(updater_judge_base_url url fault doubt)
     string(ASCII 1 first)
     string(ASCII 31 last)

@@ -20,8 +20,8 @@ if(UPDATER_SANITIZE)
 endif()
 
 if(UPDATER_COVERAGE)
-    # Of C++ alone: the tests' Objective-C++ has another compiler, which counts in another way.
-    # Threads count at once; without atomic counters a sum could become negative.
+    # For C++ only: the tests' Objective-C++ has another compiler, which counts differently. Threads count
+    # concurrently; without atomic counters a sum could become negative.
     target_compile_options(updater_options INTERFACE
         $<$<COMPILE_LANGUAGE:CXX>:--coverage> $<$<COMPILE_LANGUAGE:CXX>:-fprofile-update=atomic>)
     target_link_options(updater_options INTERFACE --coverage)

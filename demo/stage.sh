@@ -29,7 +29,7 @@ await() {
 
 is_free() { ! (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
-# The address is compiled in: the port is kept while it is free, so that nothing is built anew.
+# The address is compiled in: the port is kept while it is free, so that nothing is rebuilt.
 choose_port() {
   port=$(cat "$stage/port" 2>/dev/null || true)
   [[ $port =~ ^[0-9]+$ ]] || port=18480
@@ -59,7 +59,7 @@ lay_out_bundle() {
   cp "$stage/release/app/updater" "$app/Contents/MacOS/updater"
 }
 
-# Without a display there is a virtual one, and a user who answers.
+# Without a display, uses a virtual one, with a user who answers.
 open_screen() {
   [ -z "${DISPLAY-}" ] || return 0
   virtual=yes
@@ -88,7 +88,7 @@ set_stage() {
   mkdir -p "$www"
 }
 
-# The host applications that the updater started are nobody's children any more.
+# The host applications that the updater started are no longer children of this script.
 close_hosts() {
   local program
   for program in /proc/[0-9]*/exe; do
@@ -123,7 +123,7 @@ serve() {
   await is_served || give_up "nginx does not serve: $(cat "$records/nginx")"
 }
 
-# The surroundings of what is shown: a home of its own, and nothing of the caller's. To be run in the
+# Runs a program with a home of its own and nothing of the caller's environment. Run this in the
 # background.
 in_own_home() { # PROGRAM [ARGUMENT...]
   exec env -i PATH="$PWD/demo:$PATH" HOME="$temporary/home" TMPDIR="$temporary/tmp" \
@@ -148,7 +148,7 @@ await_host_window() {
   [ -z "$virtual" ] || xdotool windowmove --sync "$window" 72 40 # nobody else arranges the windows
 }
 
-# The host application that checks by itself is what is waited for.
+# The host application that checks by itself; the script waits for it.
 start_host() {
   host >"$records/output" 2>"$records/errors" &
   session=$!

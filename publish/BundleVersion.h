@@ -25,3 +25,6 @@ QString OtherVersionReason(const BundleFacts &facts, const QString &version);
 /// Returns why no host would be told of the \a version published in \a outputDir next, or empty
 /// text.
 QString NotAboveReason(const QString &outputDir, const QString &version);
+
+/// Whether the release that is announced in \a outputDir has a signature.
+bool IsAnnouncedSigned(const QString &outputDir);

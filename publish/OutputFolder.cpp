@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr qint64 LongestDescription = qint64{1} << 20;
-
 /// Finds out which version an old release is, whose manifest does not say it.
 void GuessVersion(const PublishedDescription &announced, ListedRelease &release)
 {

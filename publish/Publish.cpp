@@ -5,16 +5,14 @@
 
 #include "app/FileNames.h"
 #include "publish/BundleVersion.h"
-#include "publish/DryRun.h"
 #include "publish/PublishChecks.h"
+#include "publish/PublishReport.h"
 #include "publish/ReleaseCopy.h"
 #include "publish/ReleaseScan.h"
 #include "publish/SignWith.h"
 #include "publish/Workspace.h"
 #include "release/DurableFile.h"
 #include "release/Formats.h"
-
-#include <QDir>
 
 #include <cstdlib>
 
@@ -45,7 +43,7 @@ public:
         if (!reason.isEmpty()) {
             return m_report.refuse({reason});
         }
-        describe();
+        DescribeRelease(m_options, m_manifest, m_report);
         return EXIT_SUCCESS;
     }
 
@@ -88,6 +86,10 @@ private:
                                          "forced to update."));
         }
         if (m_options.signCommand.isEmpty()) {
+            if (!m_options.dryRun && IsAnnouncedSigned(m_options.outputDir)) {
+                m_report.warn(QStringLiteral("the announced release is signed, this one is not: "
+                                             "who demands a signature will not take it."));
+            }
             return;
         }
         if (m_options.publicKeys.isEmpty()) {
@@ -177,43 +179,6 @@ private:
     {
         return {m_manifest.version, m_manifest.versionString, m_manifest.folder,
                 m_manifest.minVersion, m_manifest.page};
-    }
-
-    void describe()
-    {
-        quint64 size = 0;
-        for (const ManifestFile &file : m_manifest.files) {
-            size += file.size;
-        }
-        const int files = static_cast<int>(m_manifest.files.size());
-        const int links = static_cast<int>(m_manifest.links.size());
-        const bool isSigned = !m_options.signCommand.isEmpty();
-        m_report.add(QStringLiteral("version"), m_manifest.version);
-        m_report.add(QStringLiteral("versionString"), m_manifest.versionString);
-        m_report.add(QStringLiteral("folder"), m_manifest.folder);
-        m_report.add(QStringLiteral("application"), m_manifest.application);
-        m_report.add(QStringLiteral("files"), files);
-        m_report.add(QStringLiteral("links"), links);
-        m_report.add(QStringLiteral("bytes"), static_cast<double>(size));
-        m_report.add(QStringLiteral("signed"), isSigned);
-        m_report.add(QStringLiteral("published"), !m_options.dryRun);
-        if (m_options.dryRun) {
-            DescribeDifference(m_options.outputDir, m_manifest, m_report);
-        }
-        QStringList what{QStringLiteral("%1 files").arg(files)};
-        if (links > 0) {
-            what.append(QStringLiteral("%1 links").arg(links));
-        }
-        what.append(QStringLiteral("%1 bytes").arg(size));
-        if (isSigned) {
-            what.append(QStringLiteral("signed"));
-        }
-        m_report.say(QStringLiteral("%1 version %2 (%3): %4, in \"%5\".")
-                         .arg(m_options.dryRun ? QStringLiteral("Would publish")
-                                               : QStringLiteral("Published"),
-                              m_options.version, QString::number(m_manifest.version),
-                              what.join(QStringLiteral(", ")),
-                              QDir(m_options.outputDir).filePath(m_options.folder)));
     }
 
     const PublishOptions &m_options;

@@ -135,7 +135,7 @@ QString Workspace::lock()
     if (m_lock < 0) {
         return QStringLiteral("\"%1\" cannot be read: %2.").arg(m_output.path(), SystemError());
     }
-    // A file system without locks is taken for one without a second publisher.
+    // On a file system without locks, assume that there is no second publisher.
     if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         return QStringLiteral("Another publish_update is at work in \"%1\".").arg(m_output.path());
     }
@@ -200,7 +200,7 @@ QString Workspace::publish(const QString &name, const QByteArray &description)
     if (!Move(releaseDir(), target)) {
         return WriteReason(target);
     }
-    // The announcement must not outlive a loss of power that what it announces does not.
+    // update.json must not survive a power loss that its release does not.
     reason =
         SyncFolder(m_output.path()) ? replaceDescription(prepared) : WriteReason(m_output.path());
     if (!reason.isEmpty() && Exists(prepared)) {

@@ -6,8 +6,8 @@
 #include <QNetworkAccessManager>
 #include <QPointer>
 
-/// A network access manager that gives up a body that is too long, and knows of one that broke off:
-/// the fetch over it takes every body of status 200 for whole. It follows no redirects. For one
+/// A network access manager that aborts a body that is too long and notices one that was cut off:
+/// the fetch itself takes every body of status 200 as complete. It follows no redirects. For one
 /// request after another, on the thread that made it.
 class BoundedManager : public QNetworkAccessManager {
 public:
@@ -21,8 +21,9 @@ public:
     /// How the body of the last request came, or that it is still under way.
     Body body() const { return m_body; }
 
-    /// Whether the server said how long the last body is.
-    bool isLengthTold() const { return m_isLengthTold; }
+    /// Whether a last body that broke off would have been noticed: the server said how long it is,
+    /// or the protocol marks its end. Chunks do not count: a missing last one is passed over.
+    bool isEndKnown() const { return m_isEndKnown; }
 
 protected:
     QNetworkReply *createRequest(Operation operation, const QNetworkRequest &request,
@@ -34,6 +35,6 @@ private:
 
     qint64 m_limit = 0;
     Body m_body = Body::Pending;
-    bool m_isLengthTold = false;
+    bool m_isEndKnown = false;
     QPointer<QNetworkReply> m_reply; // what comes from earlier ones does not count
 };

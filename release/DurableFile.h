@@ -7,11 +7,11 @@
 #include <QString>
 
 /// \file
-/// Files and names that survive a loss of power. Nothing here is buffered: what returns success has
-/// been through the system's own check. Callable on any thread.
+/// Files and names that survive a power loss. Nothing here is buffered: success means that the
+/// system has confirmed it. Callable on any thread.
 
-/// Puts \a content under the name \a path at one stroke: whoever looks sees the file that was there
-/// or the whole new one, also after the process or the machine was stopped at any moment.
+/// Replaces the file \a path with \a content atomically: readers see either the old file or the
+/// whole new one, even if the process or the machine is stopped at any moment.
 ///
 /// \a scratch  a name on the same volume for the work; what is there, such as the rest of an
 ///             interrupted run, is removed.

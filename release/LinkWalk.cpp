@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int MostLinks = 32; // one system follows as many and no more
+constexpr int MostLinks = 32; // the lowest limit of any system
 
 std::string FolderAbove(Bytes path)
 {
@@ -32,7 +32,7 @@ QString LinkWalk::reason()
     return {};
 }
 
-/// Finds where a link leads to, once. \a depth: how many links are on the way there, it included.
+/// Finds where a link leads, once. \a depth: how many links have been followed, this one included.
 QString LinkWalk::follow(std::size_t link, int depth)
 {
     if (m_ends[link].links > 0) {

@@ -6,7 +6,7 @@
 #include "release/ManifestTree.h"
 
 /// Follows the links of a release the way a file system does: name by name, through other links,
-/// and with ".." as the folder above of where it has come to.
+/// and with ".." as the parent of the folder reached so far.
 class LinkWalk {
 public:
     explicit LinkWalk(const ManifestTree &tree);

@@ -32,14 +32,14 @@ constexpr std::array<Meaning, 256> Meanings()
     return meanings;
 }
 
-/// Whether a name of plain letters is one without a doubt.
+/// Whether a name of plain letters is certainly safe.
 bool IsPlainName(Bytes name)
 {
-    // What begins with '.' and is short is looked at with care.
+    // Short names that begin with '.' need the careful check.
     return !name.empty() && name.size() <= LongestName && (name.front() != '.' || name.size() > 2);
 }
 
-/// Whether the path is safe beyond doubt: nearly all are, and the careful way takes long.
+/// Whether the path is certainly safe: nearly all are, and the careful check is slow.
 bool IsPlainPath(Bytes path)
 {
     static constexpr std::array<Meaning, 256> meanings = Meanings();
@@ -78,7 +78,7 @@ bool IsHex(Bytes field, std::size_t length)
         return false;
     }
     bool isHex = true;
-    for (const char byte : field) { // to the end: one that breaks off is slower
+    for (const char byte : field) { // no early exit: that would be slower
         isHex &= IsHexDigit(static_cast<unsigned char>(byte));
     }
     return isHex;

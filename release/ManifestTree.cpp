@@ -13,7 +13,7 @@ namespace {
 constexpr char Separator = '/';
 constexpr std::size_t MostEntries = MostManifestPaths;
 
-/// Compares as if a separator stood behind both: the order in which folders are come by.
+/// Compares as if both ended in a separator: the order in which folders are reached.
 bool IsFolderBefore(Bytes one, Bytes other)
 {
     const std::size_t common = std::min(one.size(), other.size());
@@ -62,8 +62,8 @@ QString ManifestTree::add(Kind kind, Bytes path, int line, bool isEmpty)
     return {};
 }
 
-/// Adds the folders above \a path that were not come by yet: paths in the order of their bytes come
-/// into each folder once.
+/// Adds the folders above \a path that were not reached yet: paths in byte order enter each folder
+/// once.
 QString ManifestTree::addFoldersAbove(Bytes path, int line)
 {
     const Bytes last = m_entries.empty() ? Bytes() : m_entries.back().path;

@@ -14,7 +14,7 @@
 /// The name of the signature's file, beside the manifest.
 const QString SIGNATURE_FILENAME = QStringLiteral("update_md5.info.minisig");
 
-/// The size in bytes from which on a signature is refused unread.
+/// Signatures of this size in bytes or more are refused unread.
 constexpr qint64 TooLargeSignature = 0x4000;
 
 /// A key that signatures are checked with.

@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# Checks on a Mac what no test elsewhere can show: the real frameworks, a real signature, the App Sandbox.
+# Checks on a Mac what no test elsewhere can check: the real frameworks, a real signature, the App Sandbox.
 # Works in its folder and in the data directories of com.example.updater-check, and removes these.
 set -eu
 cd "$(dirname "$0")/.."

@@ -17,8 +17,8 @@ as_root() {
   if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# Packages that bring a service must not start it: what is needed is its program alone. Runs in a
-# shell of its own, whose end takes the policy back, however it comes.
+# Packages with a service must not start it: only the program is needed. Runs in a subshell, whose
+# exit removes the policy again, however it ends.
 install_without_services() (
   policy=/usr/sbin/policy-rc.d
   if [ ! -e "$policy" ]; then

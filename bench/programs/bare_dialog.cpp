@@ -32,7 +32,7 @@ protected:
     }
 };
 
-/// The texts of the notice, with nothing that makes them look so.
+/// The texts of the notice, unstyled.
 void AddTexts(QDialog &dialog)
 {
     auto *label = new QLabel(QStringLiteral("发现新版本：3.1.0"), &dialog);

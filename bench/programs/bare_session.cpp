@@ -8,7 +8,7 @@
 #include <QNetworkRequest>
 #include <QUrl>
 
-/// bare_session URL: what a program with widgets and one fetch cannot do without.
+/// bare_session URL: the least that a program with widgets and one fetch needs.
 int main(int argc, char *argv[])
 {
     const QApplication app(argc, argv);

@@ -40,7 +40,7 @@ QByteArray Content(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// A file that is missing must not pass for a quick one.
+/// A missing file must not count as a quick one.
 bool Expect(benchmark::State &state, int expected, int count)
 {
     if (count != expected) {
@@ -166,7 +166,7 @@ void Plain(QtMsgType type, const QMessageLogContext &context, const QString &tex
     }
 }
 
-/// The same with the day's file worked out anew for each line, as it has to be.
+/// The same with the day's file determined anew for each line, as it must be.
 void PlainOfTheDay(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     const QString name = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd.log"));
@@ -214,7 +214,7 @@ int main(int argc, char *argv[])
     data.setPath(QDir(QString::fromLocal8Bit(argv[1])).absolutePath());
     logFile = QDir::home().filePath(QStringLiteral("plain.log"));
 
-    qInstallMessageHandler(Silent); // what the log handler finds as its predecessor
+    qInstallMessageHandler(Silent); // the handler installed before the log's
     CLogHandler::SetLogLevel(QtDebugMsg);
     CLogHandler::Initialize();
     const QtMessageHandler ours = qInstallMessageHandler(Silent);

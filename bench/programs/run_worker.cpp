@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <utility>
 
-/// run_worker BASE_URL MANIFEST STAGING: stages the files of an update and ends there, for the
-/// installation is a place that nothing can be moved to. Prints the worker's message; the exit code
-/// is 0 when the files were all staged.
+/// run_worker BASE_URL MANIFEST STAGING: stages the files of an update and stops there, because
+/// nothing can be moved into its installation. Prints the worker's message; the exit code is 0 if
+/// all files were staged.
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
@@ -22,7 +22,7 @@ int main(int argc, char *argv[])
     }
     QList<tagDownloadFileInfo> records = ParseMd5File(manifest.readAll()).values();
     for (tagDownloadFileInfo &record : records) {
-        std::swap(record.sizeHigh, record.sizeLow); // as the worker wants them
+        std::swap(record.sizeHigh, record.sizeLow); // as the worker expects them
     }
     bool applying = false;
     const QDir nowhere(QStringLiteral("/dev/null/installation"));

@@ -3,7 +3,7 @@
 
 #include "platform/PlatformServices.h"
 
-// Stand before the platform's functions: a system that has nothing to tell.
+// Replace the platform's functions: a system that knows nothing.
 
 const char *ApplicationHomePath()
 {

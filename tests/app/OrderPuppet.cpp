@@ -13,10 +13,10 @@
 #include <QUrl>
 
 /// \file
-/// A whole session whose ways out of the process only log what they are asked for, so that the log
-/// tells in which order all happens. The base URL comes from PUPPET_BASE_URL; with PUPPET_RUNNING
-/// another session is there already; PUPPET_ANSWER is what every dialog is answered with, "accept"
-/// or "reject".
+/// A whole session whose external effects only log what they are asked to do, so that the log shows
+/// the order of everything. The base URL comes from PUPPET_BASE_URL; with PUPPET_RUNNING another
+/// session is there already; PUPPET_ANSWER is what every dialog is answered with, "accept" or
+/// "reject".
 
 namespace {
 
@@ -54,7 +54,7 @@ Q_COREAPP_STARTUP_FUNCTION(SitDown)
 
 } // namespace
 
-// Stand before the session's own.
+// Replace the session's own.
 
 void StartMainExecute(const QString &exeName)
 {

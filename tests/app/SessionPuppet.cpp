@@ -15,13 +15,12 @@
 #include <QTimer>
 
 /// \file
-/// A whole session with a user built in: every dialog is written down, a line each, in the file
-/// that PUPPET_RECORD names, and answered with the next word of PUPPET_ANSWERS (the name of a
-/// button to click, or of a key: "Escape", "Return"; Escape when there are no more). The base URL
-/// and the description's name come from PUPPET_BASE_URL and PUPPET_DESCRIPTION. With
-/// PUPPET_TRANSLATE every text that goes through translation gets its context in front. PUPPET_CA
-/// names a file of the certificate authorities to trust. A warning is logged while the application
-/// object ends.
+/// A whole session with a built-in user: every dialog is recorded, one line each, in the file that
+/// PUPPET_RECORD names, and answered with the next word of PUPPET_ANSWERS (the name of a button to
+/// click, or of a key: "Escape", "Return"; Escape when there are no more). The base URL and the
+/// description's name come from PUPPET_BASE_URL and PUPPET_DESCRIPTION. With PUPPET_TRANSLATE every
+/// text that goes through translation gets its context in front. PUPPET_CA names a file of the
+/// certificate authorities to trust. A warning is logged while the application object ends.
 
 namespace {
 

@@ -24,7 +24,7 @@ QString ErrorDialog(const QString &message)
 
 } // namespace
 
-/// Whole sessions with a user built in, so that what the dialogs say is seen too.
+/// Whole sessions with a built-in user, so that the texts of the dialogs are seen too.
 class tst_Session : public QObject {
     Q_OBJECT
 

@@ -225,7 +225,7 @@ void tst_Guard::killed_session_refusesExactlyTheNextOne()
     QVERIFY(killed->waitForFinished());
     m_hold = false;
 
-    // The dead session's segment stands in the way of the next one, whose exit removes it.
+    // The dead session's segment blocks the next session, whose exit removes it.
     const auto next = m_bundle->start(Console, m_bundle->environment());
     QCOMPARE(End(*next), Running);
     QCOMPARE(next->exitCode(), 1);

@@ -205,7 +205,8 @@ void tst_GuardStorm::pairs_startedAtOnce_areNotBothRefused()
         }
         QVERIFY2(outputs.contains(NoUpdate), "both were refused");
         bothServed += outputs.count(NoUpdate) == 2 ? 1 : 0;
-        // Two that end at the same time can leave the toolkit's semaphore: in nobody's way.
+        // Two sessions that end at the same time can leave the toolkit's semaphore behind, which is
+        // harmless.
         if (HasOwnIpc && !Semaphores().isEmpty()) {
             ++semaphoresLeft;
             QCOMPARE(live(), NoUpdate);

@@ -216,7 +216,7 @@ void tst_DownloadThread::download_slowBody_isRelayed()
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 4096\r\n\r\n");
         for (int i = 0; i < 4; ++i) {
             connection.send(body.left(1024));
-            connection.pause(150); // the network layer tells of progress every 100 ms
+            connection.pause(150); // the network layer reports progress every 100 ms
         }
     });
     WorkerRun run(server.url(QStringLiteral("/")), *m_folders,
@@ -281,7 +281,7 @@ void tst_DownloadThread::quit_duringTheTransfer_endsTheThreadOnly()
     QVERIFY(!worker.success());
     QCOMPARE(worker.errormsg(), QString());
 
-    goOn = true; // the work is tied to this thread's event loop and goes on
+    goOn = true; // the work is tied to this thread's event loop and continues
     QTRY_VERIFY(worker.success());
 }
 

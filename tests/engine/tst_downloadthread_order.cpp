@@ -80,7 +80,8 @@ void QThread::quit()
     exit();
 }
 
-/// In which order the worker does what it does, and that it does so without its event loop.
+/// The order in which the worker does its steps, and that it needs no event loop of its own for
+/// them.
 class tst_DownloadThreadOrder : public QObject {
     Q_OBJECT
 
@@ -207,7 +208,7 @@ void tst_DownloadThreadOrder::destructor_threadNeverStarted_quitsNothing()
     QCOMPARE(Events, before);
 }
 
-// The owner has to end the thread; a program that forgets is ended by the toolkit.
+// The owner must end the thread; the toolkit aborts a program that forgets to.
 void tst_DownloadThreadOrder::destructor_threadRunning_isNotWaitedFor()
 {
     QProcess program;

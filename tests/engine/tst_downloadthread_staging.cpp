@@ -11,7 +11,7 @@
 
 #include <sys/stat.h>
 
-/// What the worker makes of the things that lie in its staging folder.
+/// How the worker deals with what is already in its staging folder.
 class tst_DownloadThreadStaging : public QObject {
     Q_OBJECT
 

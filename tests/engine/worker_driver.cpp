@@ -14,7 +14,7 @@
 #include <cstdio>
 
 /// \file
-/// worker_driver URL STAGING INSTALL [PATH SIZE MD5]...: runs a worker to its end and prints, a
+/// worker_driver URL STAGING INSTALL [PATH SIZE MD5]...: runs a worker to its end and prints, one
 /// line each, "progress RECEIVED TOTAL", "untrusted ERROR" where a server's certificate is refused,
 /// and at last "end MESSAGE". Trusts the authorities in the file that WORKER_CA names and no
 /// others.
@@ -88,7 +88,7 @@ int main(int argc, char *argv[])
                          Say(QStringLiteral("progress %1 %2").arg(received).arg(total));
                      });
     QObject::connect(&worker, &QThread::finished, &app, &QCoreApplication::quit);
-    if (worker.errormsg().isEmpty()) { // otherwise it has ended already
+    if (worker.errormsg().isEmpty()) { // otherwise it has already ended
         worker.start();
         QCoreApplication::exec();
         worker.wait();

@@ -15,7 +15,7 @@ namespace {
 
 using Names = std::vector<std::u32string>;
 
-/// Appends what stands for a letter when case and composition do not count.
+/// Appends the canonical form of a letter, ignoring case and composition.
 void AppendPlain(std::u32string &text, char32_t letter)
 {
     // From U+00C0 on: the letter and its mark, in pairs; blanks where there is no mark.
@@ -55,7 +55,7 @@ Names NamesOf(const QString &path)
     return names;
 }
 
-/// Whether no name leads elsewhere than one folder down.
+/// Whether every name leads exactly one folder down.
 bool StaysInside(const Names &names)
 {
     return std::none_of(names.begin(), names.end(), [](const std::u32string &name) {

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the program, which is how the fuzzer sees a finding, when \a holds is false; \a rule says
-/// what was broken.
+/// Ends the program if \a holds is false, which the fuzzer counts as a finding; \a rule names the
+/// broken rule.
 inline void Require(bool holds, const char *rule)
 {
     if (!holds) {

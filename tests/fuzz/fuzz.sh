@@ -2,10 +2,10 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# fuzz.sh PROGRAM SECONDS [SEED]: runs a fuzz target in the current folder, from its committed seeds and
-# from what lies in corpus/ on, with random numbers from SEED on. Adds to corpus/, leaves an input that
-# fails in findings/, and ends with a line that tells executions and findings. The exit code tells
-# whether there was none.
+# fuzz.sh PROGRAM SECONDS [SEED]: runs a fuzz target in the current folder, from its committed seeds and from
+# what lies in corpus/ on, with random numbers from SEED on. Adds to corpus/, leaves an input that fails in
+# findings/, and ends with a line that gives executions and findings. The exit code is 0 if there were no
+# findings.
 set -u
 
 usage() {
@@ -28,7 +28,7 @@ seeds=$tests/fuzz/seeds/$subject
 rm -rf findings
 mkdir -p corpus findings || exit 99
 
-# Each target has its own options: what the tests' surroundings set would slow all of them down.
+# Each target has its own options: those that the tests set would slow all of them down.
 unset ASAN_OPTIONS LSAN_OPTIONS
 export UBSAN_OPTIONS=print_stacktrace=1
 "$program" -max_total_time="$seconds" ${seed:+-seed="$seed"} -timeout=30 -rss_limit_mb=2048 \

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int PatienceMs = 200000; // for a storm under a sanitizer on a machine with other work
+constexpr int PatienceMs = 200000; // for a storm under a sanitizer on a busy machine
 constexpr int ALot = 20000;        // bytes, some hundred lines
 
 const QRegularExpression &LinePattern()

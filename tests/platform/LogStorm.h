@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-/// What stands in log files that a storm has written.
+/// The contents of log files that a storm has written.
 struct StormLines {
     /// Which line it is.
     struct Id {
@@ -29,10 +29,10 @@ struct StormLines {
     QList<QByteArray> broken;   ///< lines that are not whole
     int doubled = 0;
 
-    /// Takes in the whole content of a file. Behind a piece of a line that was cut off there may be
-    /// a whole line; it counts, and both together are one broken line.
+    /// Reads the whole content of a file. A cut-off piece of a line may be followed by a whole
+    /// line; that line counts, and both together are one broken line.
     void add(const QByteArray &content);
-    /// How many runs of lines are missing of the first \a logged ones of a thread.
+    /// How many runs of lines are missing from the first \a logged lines of a thread.
     int gaps(int process, int thread, int logged) const;
 };
 
@@ -61,7 +61,7 @@ public:
 
     /// How many lines a thread has logged; -1 when its process was killed. Known after stop().
     int logged(int process, int thread) const;
-    /// How many messages have reached the handler that was there before the log.
+    /// How many messages have reached the handler that was installed before the log's.
     int passedOn() const;
 
     QProcessEnvironment environment;

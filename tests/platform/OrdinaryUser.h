@@ -3,6 +3,6 @@
 
 #pragma once
 
-/// Gives up what sets root apart, for good: from now on the permissions of files count. The files
-/// of the process's user stay its own. Ends the program when that is refused.
+/// Permanently drops root's privileges: from now on, file permissions apply. The process keeps its
+/// user, and so its files. Ends the program if that is refused.
 void BecomeOrdinaryUser();

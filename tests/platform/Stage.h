@@ -11,7 +11,7 @@
 
 /// What a finished program left behind.
 struct RunResult {
-    int exitCode = -1; ///< 128 + N when signal N ended it, -1 when it was stopped for its time
+    int exitCode = -1; ///< 128 + N when signal N ended it, -1 when it ran out of time
     QByteArray out;
     QByteArray err;
 };

@@ -79,8 +79,7 @@ void LogWhileOneWaits()
     waiting.join();
 }
 
-// Lines too long for one buffer, on a disk that takes its time: what is not serialised gets mixed
-// up.
+// Lines too long for one buffer, on a slow disk: without serialisation they would get mixed up.
 void LogFromThreads()
 {
     diskIsSlow = true;
@@ -138,7 +137,7 @@ const std::map<QString, std::function<void(const QString &)>> commandsOnText{
 
 } // namespace
 
-// Stands before the C library's function, which Qt takes date and time from.
+// Replaces the C library's function that Qt takes date and time from.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the library's are reserved
 extern "C" int gettimeofday(timeval *time, void *) noexcept
 {

@@ -5,8 +5,8 @@
 
 #include <cstdlib>
 
-// Stands before the platform's function: the log's own rules are tested for any data directory, and
-// for none.
+// Replaces the platform's function: the log's own rules are tested with any data directory, and
+// with none.
 const char *ApplicationHomePath()
 {
     return std::getenv("DATA_DIRECTORY");

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-/// Carries out the arguments one after the other and returns the exit code of the program: 0, or 2
+/// Executes the arguments one after the other and returns the exit code of the program: 0, or 2
 /// when an argument is unknown or its work failed.
 ///
 /// The platform functions keep their first results, so each scenario is a run of a driver program:

@@ -7,7 +7,7 @@
 
 #include <pwd.h>
 
-// Stands before the C library's function, so that no test sees the machine's password database.
+// Replaces the C library's function, so that no test sees the machine's password database.
 passwd *getpwuid(uid_t)
 {
     static passwd user{};

@@ -3,7 +3,7 @@
 
 // storm_driver PROCESS THREADS [LINES]: logs from all threads at once, LINES each or until standard
 // input ends, and prints how many lines each thread has logged. With "ordinary" as a last argument
-// it gives up root's rights before.
+// it drops root's privileges first.
 
 #include "OrdinaryUser.h"
 #include "platform/LogHandler.h"
@@ -22,7 +22,7 @@ namespace {
 
 std::atomic<bool> enough{false};
 
-/// Lines of many lengths, with an end to know the whole ones by.
+/// Lines of many lengths, each with an end mark that shows it is whole.
 int LogLines(int process, int thread, int lines)
 {
     int line = 0;

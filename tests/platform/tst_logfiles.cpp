@@ -169,7 +169,7 @@ void tst_LogFiles::file_notWritable_isSkipped()
     const RunResult run = stage.run(initAndLog);
 
     QVERIFY2(run.exitCode == 0, run.err.constData());
-    // A device makes the file classes say something before.
+    // A device makes the file classes log something first.
     QVERIFY2(run.err.endsWith(LogStage::line('C', "text")), run.err.constData());
 }
 

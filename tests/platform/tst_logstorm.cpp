@@ -40,8 +40,8 @@ private:
     static void checkSkipped(const LogStorm &storm, const StormLines &lines, int gaps);
 };
 
-/// Of each thread so many runs of lines are missing at most. Some are, if any may be, but not to
-/// the end of a process: its last line of some thread is there.
+/// At most so many runs of lines are missing per thread. Some are missing, if any may be, but not
+/// up to the end of a process: the last line of one of its threads is there.
 void tst_LogStorm::checkSkipped(const LogStorm &storm, const StormLines &lines, int gaps)
 {
     QCOMPARE(lines.doubled, 0);
@@ -50,7 +50,7 @@ void tst_LogStorm::checkSkipped(const LogStorm &storm, const StormLines &lines, 
         bool goesOn = false;
         for (int thread = 0; thread < LogStorm::Threads; ++thread) {
             const int count = storm.logged(process, thread);
-            QVERIFY(count >= 0); // 0: the others left it no turn
+            QVERIFY(count >= 0); // 0: it never got a turn
             QVERIFY(lines.gaps(process, thread, count) <= gaps);
             goesOn = goesOn || lines.days.contains({process, thread, count - 1});
             logged += count;
@@ -86,8 +86,8 @@ void tst_LogStorm::process_killed_losesNothingBefore_data()
     }
 }
 
-/// The system may stop a write of a killed process in the middle, so that a piece of one line stays
-/// in front of the next one.
+/// The system may cut off a killed process's write, so that a piece of a line is left in front of
+/// the next one.
 void tst_LogStorm::process_killed_losesNothingBefore()
 {
     QFETCH(int, process);
@@ -119,7 +119,7 @@ void tst_LogStorm::process_killed_losesNothingBefore()
                     lines.gaps(other, thread, storm.logged(other, thread)) == 0);
         }
     }
-    QCOMPARE(ofTheKilled, 0); // none stands behind a gap
+    QCOMPARE(ofTheKilled, 0); // none follows a gap
     if (!lines.broken.isEmpty()) {
         qInfo("a piece of a line: %s", lines.broken.first().constData());
     }
@@ -213,8 +213,8 @@ void tst_LogStorm::disk_full_skipsLinesUntilThereIsRoom()
     checkSkipped(storm, lines, 1);
 }
 
-/// The day is asked for twice, for the file's name and then for the line: the line that each
-/// process has in hand at midnight may stand in the old file with the new date.
+/// The date is read twice, for the file's name and then for the line: at midnight, one line of each
+/// process may be in the old file with the new date.
 void tst_LogStorm::midnight_duringTheStorm_partsTheFiles()
 {
     const QString faketime = QStandardPaths::findExecutable(QStringLiteral(FAKETIME));

@@ -6,9 +6,9 @@
 #include <QtTest>
 
 /// The macOS module, run against stand-ins for the frameworks: the calls and log lines that a
-/// scenario leads to, in order, and what is left unreleased. Its rules of the data directory and of
-/// windows are beside this file, those that it shares with the other implementation in the
-/// contract test.
+/// scenario leads to, in order, and what is left unreleased. Its rules for the data directory and
+/// for windows are tested in files beside this one, the rules that both implementations share in
+/// the contract test.
 class tst_MacModule : public QObject {
     Q_OBJECT
 

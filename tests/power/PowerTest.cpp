@@ -13,6 +13,7 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QtTest>
 
 #include <cstdio>
 #include <sys/mount.h>
@@ -21,7 +22,8 @@
 namespace {
 
 constexpr int ImagesPerPlay = 250;
-constexpr int FewImages = 8;      // not worth a play of their own
+constexpr int FewImages = 8; // not worth a play of their own
+constexpr int ManyImages = 100;
 constexpr int AftermathMs = 1300; // of files, and of journals that are written every second
 constexpr int FindingsToKeep = 5;
 
@@ -149,6 +151,16 @@ int ChosenImages(int otherwise)
     bool given = false;
     const int images = qEnvironmentVariableIntValue("UPDATER_IMAGES", &given);
     return given ? images : otherwise;
+}
+
+void AddLibrariesWithoutSyncs()
+{
+    QTest::addColumn<QString>("preloaded");
+    QTest::newRow("without syncs") << NO_SYNC;
+    if (ChosenImages(0) >= ManyImages) {
+        QTest::newRow("without syncs of files") << NO_FILE_SYNC;
+        QTest::newRow("without syncs of folders") << NO_FOLDER_SYNC;
+    }
 }
 
 void EnterPowerTest(QString &reason)

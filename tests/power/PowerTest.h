@@ -44,6 +44,10 @@ FileSystem ChosenFileSystem();
 /// Returns the number of images to build, or \a otherwise when none is given.
 int ChosenImages(int otherwise);
 
+/// Adds a column "preloaded" with a row for each library that takes syncs out of a program: all of
+/// them, and with many images those of files and of folders too.
+void AddLibrariesWithoutSyncs();
+
 /// Gives the process mounts, a network and shared memory of its own, and a folder in memory for the
 /// images. To be called before there is a second thread. \a reason says why tests of this kind
 /// cannot run here, or is empty.

@@ -30,6 +30,13 @@ struct Folders {
     const QString staging;
 };
 
+/// Where the update runs that is interrupted.
+struct Surroundings {
+    int disks = 1;
+    bool hasExchange = true; ///< of two names
+    QString preloaded;       ///< into the interrupted run
+};
+
 QString DifferencesIn(const QString &folder, const TestRelease &release)
 {
     return QFileInfo(folder).isDir()
@@ -53,14 +60,16 @@ private slots:
     void initTestCase();
     void update_powerFails_installationIsWholeAndMends_data();
     void update_powerFails_installationIsWholeAndMends();
+    void update_withoutSyncs_isSeenToLose_data();
     void update_withoutSyncs_isSeenToLose();
 
 private:
-    PowerScene scene(int disks, bool withSyncs);
-    QString judge(const QStringList &tops, bool done);
-    QString judgeRun(const Folders &folders, bool isOnline, bool wasNew) const;
+    PowerScene scene(const Surroundings &surroundings);
+    QString judge(const Folders &folders, const Surroundings &surroundings, bool done);
+    QString judgeRun(const Folders &folders, const Surroundings &surroundings, bool isOnline,
+                     bool wasNew);
     QString judgeEnd(const Folders &folders) const;
-    static int run(const Folders &folders, const QString &url, bool withSyncs = true);
+    int run(const Folders &folders, const QString &url, const QString &preloaded = {});
     static QString nobody() { return QStringLiteral("http://127.0.0.1:1"); }
 
     const TestRelease m_first = ManyKinds(1, Entries);
@@ -68,6 +77,7 @@ private:
     const TestRelease m_new = ManyKinds(3, Entries);
     std::unique_ptr<ScriptedServer> m_oldServer;
     std::unique_ptr<ScriptedServer> m_newServer;
+    QByteArray m_lastErrors; ///< of the last run
     int m_judged = 0;
 };
 
@@ -81,64 +91,71 @@ void tst_PowerInplace::initTestCase()
 }
 
 /// Runs the program. Returns its exit code, or -1 when it did not end by itself.
-int tst_PowerInplace::run(const Folders &folders, const QString &url, bool withSyncs)
+int tst_PowerInplace::run(const Folders &folders, const QString &url, const QString &preloaded)
 {
     InplaceProgram program({QStringLiteral("--base-url"), url, QStringLiteral("--install"),
                             folders.install, QStringLiteral("--staging"), folders.staging,
                             QStringLiteral("--console")});
-    if (!withSyncs) {
-        program.set(QStringLiteral("LD_PRELOAD"), QStringLiteral(NO_SYNC));
+    if (!preloaded.isEmpty()) {
+        program.set(QStringLiteral("LD_PRELOAD"), preloaded);
     }
-    return program.run();
+    const int code = program.run();
+    m_lastErrors = program.errors();
+    return code;
 }
 
-PowerScene tst_PowerInplace::scene(int disks, bool withSyncs)
+PowerScene tst_PowerInplace::scene(const Surroundings &surroundings)
 {
     PowerScene scene;
-    scene.disks = disks;
+    scene.disks = surroundings.disks;
     scene.prepare = [this](const QStringList &tops) {
         const Folders folders(tops);
         LayNodes(folders.install, m_first.tree);
         WriteFile(folders.staging + QLatin1Char('/') + LOCAL_MD5_FILENAME,
                   ManifestContent(m_first.manifest()));
         if (run(folders, m_oldServer->url(QString())) != 0) {
-            qFatal("The old release cannot be installed.");
+            qFatal("The old release: %s", m_lastErrors.constData());
         }
     };
     scene.act = [=](const QStringList &tops) {
-        if (run(Folders(tops), m_newServer->url(QString()), withSyncs) != 0) {
-            qFatal("The new release cannot be installed.");
+        if (run(Folders(tops), m_newServer->url(QString()), surroundings.preloaded) != 0) {
+            qFatal("The new release: %s", m_lastErrors.constData());
         }
     };
-    scene.judge = [this](const QStringList &tops, bool done) { return judge(tops, done); };
+    scene.judge = [=](const QStringList &tops, bool done) {
+        return judge(Folders(tops), surroundings, done);
+    };
     return scene;
 }
 
-QString tst_PowerInplace::judge(const QStringList &tops, bool done)
+QString tst_PowerInplace::judge(const Folders &folders, const Surroundings &surroundings, bool done)
 {
-    const Folders folders(tops);
     const QString toNew = DifferencesIn(folders.install, m_new);
     const QString toOld = DifferencesIn(folders.install, m_old);
-    if (!toNew.isEmpty() && (done || !toOld.isEmpty())) {
+    // Where there is no exchange, a moment without an installation is told of, and mended.
+    const bool isGap = !surroundings.hasExchange && !QFileInfo::exists(folders.install);
+    if (!toNew.isEmpty() && (done || (!toOld.isEmpty() && !isGap))) {
         return Gist(done ? toNew : toOld);
     }
     // Which of the two runs first is another case each time.
     const bool onlineFirst = ++m_judged % 2 == 0;
-    QString wrong = judgeRun(folders, onlineFirst, toNew.isEmpty());
+    QString wrong = judgeRun(folders, surroundings, onlineFirst, toNew.isEmpty());
     if (wrong.isEmpty()) {
-        wrong = judgeRun(folders, !onlineFirst, onlineFirst || toNew.isEmpty());
+        wrong = judgeRun(folders, surroundings, !onlineFirst, onlineFirst || toNew.isEmpty());
     }
     return wrong.isEmpty() ? judgeEnd(folders) : wrong;
 }
 
 /// Runs the program with its server or without one. Returns what is wrong afterwards.
-QString tst_PowerInplace::judgeRun(const Folders &folders, bool isOnline, bool wasNew) const
+QString tst_PowerInplace::judgeRun(const Folders &folders, const Surroundings &surroundings,
+                                   bool isOnline, bool wasNew)
 {
     const QString who =
         isOnline ? QStringLiteral("run with a server: ") : QStringLiteral("run without a server: ");
-    const int code = run(folders, isOnline ? m_newServer->url(QString()) : nobody());
+    const int code = run(folders, isOnline ? m_newServer->url(QString()) : nobody(),
+                         surroundings.hasExchange ? QString() : surroundings.preloaded);
     if (code != (isOnline ? 0 : 1)) {
-        return who + QStringLiteral("exit code %1").arg(code);
+        return who + QStringLiteral("exit code %1, ").arg(code) + QString::fromUtf8(m_lastErrors);
     }
     const QString toNew = DifferencesIn(folders.install, m_new);
     if (toNew.isEmpty()) {
@@ -163,24 +180,37 @@ QString tst_PowerInplace::judgeEnd(const Folders &folders) const
 void tst_PowerInplace::update_powerFails_installationIsWholeAndMends_data()
 {
     QTest::addColumn<int>("disks");
-    QTest::newRow("staging on the same file system") << 1;
-    QTest::newRow("staging on another file system") << 2;
+    QTest::addColumn<bool>("hasExchange");
+    QTest::newRow("staging on the same file system") << 1 << true;
+    QTest::newRow("staging on another file system") << 2 << true;
+    QTest::newRow("no exchange of names") << 1 << false;
 }
 
 void tst_PowerInplace::update_powerFails_installationIsWholeAndMends()
 {
     QFETCH(int, disks);
+    QFETCH(bool, hasExchange);
     const PowerTally tally =
-        CutPower(QStringLiteral("inplace_update, ") + QString::fromLatin1(QTest::currentDataTag()),
-                 ChosenImages(24) / 2, [=](int) { return scene(disks, true); });
+        CutPower(QStringLiteral("inplace_update, ") + QLatin1String(QTest::currentDataTag()),
+                 ChosenImages(24) / 3, [=](int) {
+                     return scene({disks, hasExchange, hasExchange ? QString() : NO_EXCHANGE});
+                 });
     QVERIFY2(tally.losses == 0, qPrintable(tally.text()));
+}
+
+void tst_PowerInplace::update_withoutSyncs_isSeenToLose_data()
+{
+    AddLibrariesWithoutSyncs();
 }
 
 void tst_PowerInplace::update_withoutSyncs_isSeenToLose()
 {
+    QFETCH(QString, preloaded);
     const PowerTally tally =
-        CutPower(QStringLiteral("inplace_update without its syncs"), ChosenImages(24) / 4,
-                 [this](int) { return scene(1, false); });
+        CutPower(QStringLiteral("inplace_update ") + QLatin1String(QTest::currentDataTag()),
+                 ChosenImages(72) / 12, [=](int) {
+                     return scene({1, true, preloaded});
+                 });
     QVERIFY2(tally.losses > 0, qPrintable(tally.text()));
 }
 

@@ -36,6 +36,7 @@ private slots:
     void initTestCase();
     void output_powerFails_servesAWholeRelease_data();
     void output_powerFails_servesAWholeRelease();
+    void output_withoutSyncs_isSeenToLose_data();
     void output_withoutSyncs_isSeenToLose();
 
 private:
@@ -192,12 +193,18 @@ void tst_PowerPublish::output_powerFails_servesAWholeRelease()
     QVERIFY2(tally.losses == 0, qPrintable(tally.text()));
 }
 
+void tst_PowerPublish::output_withoutSyncs_isSeenToLose_data()
+{
+    AddLibrariesWithoutSyncs();
+}
+
 void tst_PowerPublish::output_withoutSyncs_isSeenToLose()
 {
-    const QStringList wrapper{QStringLiteral("env"), QStringLiteral("LD_PRELOAD=" NO_SYNC)};
-    const PowerTally tally =
-        CutPower(QStringLiteral("publish_update without its syncs"), ChosenImages(24) / 3,
-                 [&](int) { return scene({publishing(1)}, publishing(2), wrapper); });
+    QFETCH(QString, preloaded);
+    const QStringList wrapper{QStringLiteral("env"), QStringLiteral("LD_PRELOAD=") + preloaded};
+    const PowerTally tally = CutPower(
+        QStringLiteral("publish_update ") + QLatin1String(QTest::currentDataTag()),
+        ChosenImages(72) / 12, [&](int) { return scene({publishing(1)}, publishing(2), wrapper); });
     QVERIFY2(tally.losses > 0, qPrintable(tally.text()));
 }
 

@@ -6,16 +6,16 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// One run of a program under valgrind's memcheck, which tells of invalid accesses, of decisions by
-/// values that were never set, and of memory that nothing points to at the end.
+/// One run of a program under valgrind's memcheck, which reports invalid accesses, decisions based
+/// on uninitialised values, and memory that nothing points to at the end.
 class Memcheck {
 public:
-    /// The command that the program's own command line is put behind. The program exits with 99
-    /// when there is something to tell, and with its own exit code otherwise.
+    /// The command to put in front of the program's own command line. The program exits with 99 if
+    /// there is something to report, otherwise with its own exit code.
     QStringList wrapper() const;
 
-    /// Whether the run has ended and memcheck had nothing to tell. Otherwise prints what there is,
-    /// each report with its stack and with the lines that would suppress it.
+    /// Whether the run has ended and memcheck had nothing to report. Otherwise prints the reports,
+    /// each with its stack and the lines that would suppress it.
     bool foundNothing() const;
 
 private:

@@ -24,12 +24,12 @@ public:
     /// Shows the certificate of \a tls, which holds its key, and speaks TLS from the next start()
     /// on.
     void encrypt(const QSslConfiguration &tls);
-    /// Serves from now on, with at most \a bytesPerSecond for each answer; 0 is no limit. False
-    /// when it does not come up.
+    /// Starts serving, with at most \a bytesPerSecond for each response; 0 means no limit. Returns
+    /// false if it does not come up.
     bool start(int bytesPerSecond = 0);
-    /// Ends it at once, in the middle of whatever it sends.
+    /// Kills it at once, even in the middle of a response.
     void kill();
-    /// The lines of the access log: a line for each answer.
+    /// The lines of the access log: one for each response.
     QList<QByteArray> answers() const;
 
 private:

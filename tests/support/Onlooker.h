@@ -7,7 +7,7 @@
 
 class HostBundle;
 
-/// Looks at the status record of a bundle's running session, and keeps it alive while attached.
+/// Reads the status record of a bundle's running session, and keeps it alive while attached.
 class Onlooker {
 public:
     explicit Onlooker(const HostBundle &bundle);

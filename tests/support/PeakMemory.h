@@ -7,14 +7,14 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// Measures the most memory that one process holds at one time.
+/// Measures the peak memory of one process.
 class PeakMemory {
 public:
-    /// Whether figures say something of the program: sanitizers need memory of their own.
+    /// Whether figures mean anything: sanitizers need memory of their own.
     static bool isComparable();
 
-    /// What stands in front of the process's command line: a program and its arguments. The whole
-    /// ends with the process's exit code, or with 128 and the number of the signal that ended it.
+    /// What goes in front of the process's command line: a program and its arguments. It exits with
+    /// the process's exit code, or with 128 plus the number of the signal that ended it.
     QStringList wrapper() const;
     /// The most memory that the process held, in MiB; negative while it has not ended.
     double mebibytes() const;

@@ -8,7 +8,7 @@
 
 class QTcpSocket;
 
-/// A loopback server that passes every connection on to another server, byte by byte, and may break
+/// A loopback server that passes every connection on to another server, byte by byte, and can break
 /// off in the middle. It works while the thread that made it runs its event loop.
 class Relay {
 public:

@@ -18,7 +18,7 @@ public:
         return *this;
     }
 
-    /// Each answer once, in order; the last one again and again. Empty when there is none.
+    /// Each answer once, in order, then the last one over and over. Empty if there is none.
     QByteArray next()
     {
         const std::lock_guard<std::mutex> guard(m_mutex);

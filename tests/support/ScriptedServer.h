@@ -13,7 +13,7 @@
 
 class QTcpSocket;
 
-/// One connection to a ScriptedServer, handed to its handler on a thread of the connection's own.
+/// One connection to a ScriptedServer, handed to its handler on its own thread.
 class ScriptedConnection {
 public:
     ScriptedConnection(QTcpSocket &socket, const std::function<bool()> &stopped);
@@ -24,9 +24,9 @@ public:
     void pause(int milliseconds);
     /// Waits until the peer has gone away or the server stops.
     void hang();
-    /// Ends the connection in good order after what was sent.
+    /// Closes the connection properly after what was sent.
     void close();
-    /// Drops the connection with a reset, what is still under way included.
+    /// Resets the connection, discarding what is still in transit.
     void reset();
 
     /// Returns one whole request, head and body as the head's Content-Length says; empty when the

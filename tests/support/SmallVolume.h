@@ -14,10 +14,10 @@ public:
     ~SmallVolume();
     Q_DISABLE_COPY(SmallVolume)
 
-    /// Fills it up but for some pages, or but for some new files. Callable on any thread.
+    /// Fills it up, except for some pages or some new files. Callable on any thread.
     void fillAllBut(int pages) const;
     void takeAllNamesBut(int files) const;
-    /// Takes back what these have done.
+    /// Undoes both.
     void makeRoom() const;
 
 private:

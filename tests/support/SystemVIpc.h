@@ -6,8 +6,8 @@
 #include <QByteArray>
 #include <QList>
 
-/// What of System V there is in this process's namespace, a line each as the system writes it:
-/// key, id and more.
+/// The System V objects in this process's namespace, one line each as the system writes it: key, id
+/// and more.
 QList<QByteArray> SharedMemorySegments();
 QList<QByteArray> Semaphores();
 
@@ -17,5 +17,5 @@ void RemoveSemaphores();
 /// Removes the semaphores that were made and never set, and returns how many there were.
 ///
 /// The toolkit makes a semaphore in two steps. A process that is killed between them leaves one
-/// that stands at 0, and everybody who comes later waits at it for ever.
+/// with value 0, and everybody who comes later waits for it forever.
 int RemoveHalfMadeSemaphores();

@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# isolated.sh PROGRAM [ARGUMENT...]: runs a test in surroundings of its own. The program sees its own
-# HOME, TMPDIR, XDG_RUNTIME_DIR and working directory, which are removed at the end, and none of the
-# caller's environment but PATH and the options of the sanitizers and the coverage counters.
+# isolated.sh PROGRAM [ARGUMENT...]: runs a test in an environment of its own. The program sees its own HOME,
+# TMPDIR, XDG_RUNTIME_DIR and working directory, which are removed at the end, and none of the caller's
+# environment but PATH and the options of the sanitizers and the coverage counters.
 #
 # Whatever a sanitizer reports in the program or in one that it started, killed ones included, is
 # printed at the end and makes the test fail.
@@ -19,14 +19,14 @@ mkdir "$root/home" "$root/tmp" "$root/work" && mkdir -m 0700 "$root/run" || exit
 mkdir -m 1777 "$root/reports" || exit 99
 cd "$root/work" || exit 99
 
-# Segments of shared memory that killed sessions leave behind stand in the way of whoever gets the same
-# key by chance: where the system allows it, each test has none at first and takes its own along.
+# Shared-memory segments left behind by killed sessions would block whoever gets the same key by chance: where
+# the system allows it, each test starts without any and takes its own with it.
 own_ipc=
 unshare --ipc true 2>/dev/null && own_ipc='unshare --ipc'
 
 report="log_path=$root/reports/report"
-# What Qt frees or copies on one thread after another one has handed it over looks like a race, because
-# QMutex is not seen: such accesses of library functions are left out, what locks and threads do is not.
+# What Qt frees or copies on one thread after another thread handed it over looks like a race, because QMutex
+# is not instrumented: such accesses by library functions are ignored, our own locks and threads are not.
 tsan="ignore_interceptors_accesses=1:suppressions=$support/tsan.supp:print_suppressions=0"
 env -i \
   PATH="$PATH" \

@@ -10,12 +10,12 @@
 #include <unistd.h>
 
 /// \file
-/// peak_memory FILE PROGRAM [ARGUMENT...]: runs a program and writes into FILE the most memory that
-/// it held at one time, in KiB. Ends with the program's exit code, or with 128 and the number of
-/// the signal that ended it.
+/// peak_memory FILE PROGRAM [ARGUMENT...]: runs a program and writes its peak memory into FILE, in
+/// KiB. Exits with the program's exit code, or with 128 plus the number of the signal that ended
+/// it.
 ///
-/// It is a small program of its own because what a process holds before it becomes another program
-/// counts for that one too.
+/// A small program of its own, because the memory of a process before exec counts for the new
+/// program too.
 
 namespace {
 

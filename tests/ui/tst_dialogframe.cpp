@@ -6,16 +6,21 @@
 #include "ui/DialogFrame.h"
 
 #include <QApplication>
+#include <QCursor>
+#include <QFile>
 #include <QImage>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QPainter>
 #include <QPointer>
+#include <QProcess>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QResource>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QStyle>
+#include <QTemporaryDir>
 #include <QtTest>
 
 /// Takes the resources away while it lives. (Their functions are known in the global namespace
@@ -111,6 +116,7 @@ private slots:
     static void place_shown_isTheMiddleOfTheScreen_data() { EveryDialog::addRows(); }
     static void place_shown_isTheMiddleOfTheScreen();
     static void place_shownAgain_isTheMiddleUnlessMoved();
+    static void place_severalScreens_isTheOneOfThePointer();
     static void escape_pressed_rejects_data() { EveryDialog::addRows(); }
     static void escape_pressed_rejects();
 };
@@ -284,6 +290,45 @@ void tst_DialogFrame::place_shownAgain_isTheMiddleUnlessMoved()
     dialog->move(3, 4);
     dialog->show();
     QCOMPARE(dialog->pos(), QPoint(3, 4));
+}
+
+/// Runs again on two screens, which the platform without a display has from Qt 6 on.
+void tst_DialogFrame::place_severalScreens_isTheOneOfThePointer()
+{
+    if (QLibraryInfo::version().majorVersion() < 6) {
+        QSKIP("one screen only with this Qt");
+    }
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    if (screens.size() == 1) {
+        const QTemporaryDir folder;
+        QFile file(folder.filePath(QStringLiteral("screens.json")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({"windowFrameMargins": false, "screens": [
+            {"name": "left", "x": 0, "y": 0, "width": 800, "height": 600},
+            {"name": "right", "x": 800, "y": 100, "width": 1000, "height": 700}]})");
+        file.close();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"),
+                           "offscreen:configfile=" + file.fileName());
+        QProcess again;
+        again.setProcessEnvironment(environment);
+        again.setProcessChannelMode(QProcess::MergedChannels);
+        again.start(QCoreApplication::applicationFilePath(),
+                    {QString::fromLatin1(QTest::currentTestFunction())});
+        QVERIFY(again.waitForFinished());
+        QVERIFY2(again.exitCode() == 0, again.readAll().constData());
+        return;
+    }
+    QCOMPARE(screens.size(), 2);
+    EveryDialog every;
+    const auto dialog = every.make(QStringLiteral("notice"));
+    for (QScreen *screen : {screens.last(), screens.first(), screens.last()}) {
+        QCursor::setPos(screen->geometry().center());
+        dialog->show();
+        QCOMPARE(dialog->screen(), screen);
+        QVERIFY((dialog->geometry().center() - screen->geometry().center()).manhattanLength() <= 1);
+        dialog->hide();
+    }
 }
 
 void tst_DialogFrame::escape_pressed_rejects()

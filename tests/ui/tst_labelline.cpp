@@ -186,7 +186,7 @@ void tst_LabelLine::paint_hugeText_takesAMoment()
 {
     QFETCH(QString, text);
     LineLabel label(text);
-    const std::clock_t start = std::clock(); // the processor's time, whatever else it does
+    const std::clock_t start = std::clock(); // processor time, whatever else the machine does
     label.image();
     label.toolTipAtMouse();
     const double seconds = double(std::clock() - start) / CLOCKS_PER_SEC;

@@ -260,7 +260,7 @@ void tst_UpdateError::setError_huge_isShownAtOnce()
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
     dialog.setError(QStringLiteral("t"), message.left(100), true);
     dialog.repaint();                        // loads the fonts
-    const std::clock_t start = std::clock(); // the processor's time, whatever else it does
+    const std::clock_t start = std::clock(); // processor time, whatever else the machine does
     dialog.setError(QStringLiteral("t"), message, true);
     for (int i = 0; i < 3; ++i) {
         dialog.repaint();

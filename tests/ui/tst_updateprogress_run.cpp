@@ -134,7 +134,7 @@ void tst_UpdateProgressRun::run_slowTransfer_movesTheBars()
             while (allowed <= sent) {
                 connection.pause(10);
             }
-            connection.pause(150); // the network layer tells of progress every 100 ms at most
+            connection.pause(150); // the network layer reports progress every 100 ms at most
             connection.send(body.left(250));
         }
     });
@@ -166,7 +166,7 @@ void tst_UpdateProgressRun::run_cancel_acceptsAndTheTransferStays()
 {
     const ScriptedServer server([](ScriptedConnection &connection, const QByteArray &) {
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 7\r\n\r\n");
-        connection.pause(150); // the network layer tells of progress every 100 ms at most
+        connection.pause(150); // the network layer reports progress every 100 ms at most
         connection.send("con");
         connection.hang();
     });
@@ -176,7 +176,7 @@ void tst_UpdateProgressRun::run_cancel_acceptsAndTheTransferStays()
         QVERIFY(worker.isRunning());
         QTest::mouseClick(dialog.findChild<QPushButton *>(QStringLiteral("cancel")),
                           Qt::LeftButton);
-        QVERIFY(dialog.isVisible()); // until the thread has told that it is finished
+        QVERIFY(dialog.isVisible()); // until the thread has reported its end
     };
     QCOMPARE(run(server.url(QStringLiteral("/")), {RecordOf(QStringLiteral("file"), "content")}),
              static_cast<int>(QDialog::Accepted));

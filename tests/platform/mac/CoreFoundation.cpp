@@ -21,7 +21,7 @@ const CFAllocatorRef kCFAllocatorDefault = nullptr;
 
 CFStringRef CFSTR(const char *text)
 {
-    return As<CFStringRef>(new StandInObject{StringType, text, text, false}); // lives for ever
+    return As<CFStringRef>(new StandInObject{StringType, text, text, false}); // lives forever
 }
 
 CFBundleRef CFBundleGetMainBundle()
@@ -75,7 +75,7 @@ Boolean CFStringGetCString(CFStringRef string, char *buffer, CFIndex size,
                (encoding == kCFStringEncodingUTF8 ? "UTF-8" : "another encoding") + ")");
     const std::string &content = ObjectOf(string)->content;
     const bool fits = static_cast<CFIndex>(content.size()) < size;
-    // Of a text that does not fit, the buffer holds a part, without an end.
+    // If the text does not fit, the buffer holds a part of it, unterminated.
     const std::size_t copied = fits ? content.size() + 1 : static_cast<std::size_t>(size);
     std::memcpy(buffer, content.c_str(), copied);
     return fits ? 1 : 0;

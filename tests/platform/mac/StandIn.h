@@ -6,9 +6,9 @@
 #include <string>
 
 /// \file
-/// What the stand-ins for the frameworks share. Each writes a line a call to standard error, where
-/// the module's log lines go too, so that their order shows. A scenario sets their answers by
-/// environment variables.
+/// What the stand-ins for the frameworks share. Each writes a line per call to standard error,
+/// where the module's log lines also go, so that their order shows. A scenario sets their answers
+/// through environment variables.
 
 using CFTypeID = unsigned long;
 
@@ -17,20 +17,20 @@ struct StandInObject {
     CFTypeID type = 0;
     std::string name; ///< shown in the call lines
     std::string content;
-    bool counted = true; ///< false for what lives for ever
+    bool counted = true; ///< false for objects that live forever
     int references = 1;
 };
 
 enum StandInType : CFTypeID { OtherType = 1, DataType, StringType };
 
-/// Makes an object that the caller has to release, or to hand on.
+/// Makes an object that the caller must release or pass on.
 StandInObject *MakeStandIn(const std::string &name, CFTypeID type = OtherType,
                            const std::string &content = {});
 
-/// Gives up one reference. Ends the program when there is none left.
+/// Releases one reference. Ends the program if there is none left.
 void ReleaseStandIn(StandInObject *object);
 
-/// Returns how many references are not given up yet.
+/// Returns how many references have not been released yet.
 int LiveStandIns();
 
 /// Writes a line for a call of a framework.
