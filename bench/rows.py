@@ -70,7 +70,7 @@ def notice(here, *texts):
         here.screen_env, rounds=41))
 
 
-@row("notice-texts", "the same", "the bare QDialog with the notice's texts on it", None)
+@row("notice-texts", "the same", "the bare QDialog with the notice's texts on it", 1.10)
 def notice_texts(here):
     return notice(here, "texts")
 

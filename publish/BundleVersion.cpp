@@ -23,7 +23,7 @@ QString Numbered(const QString &version)
     return QStringLiteral("%1 (%2)").arg(version, QString::number(NumberOf(version)));
 }
 
-/// Reads what update.json says. What is missing there, or is none, counts as nothing.
+/// Reads what update.json says. Anything missing or invalid there counts as absent.
 ReleaseFault ReadAnnounced(const QString &outputDir, PublishedDescription &announced)
 {
     QByteArray content;

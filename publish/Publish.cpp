@@ -20,7 +20,7 @@ namespace {
 
 const QString Forced = QStringLiteral(" --force publishes it all the same.");
 
-/// One publishing, from the release folder to what is in sight.
+/// Publishes one release, from the release folder to the visible result.
 class Publishing {
 public:
     Publishing(const PublishOptions &options, Report &report) : m_options(options), m_report(report)
@@ -48,8 +48,8 @@ public:
     }
 
 private:
-    /// Looks at everything but the contents of files. Returns why the release must not be
-    /// published; what is odd only is warned of.
+    /// Checks everything but the contents of files. Returns why the release must not be published;
+    /// oddities are only warned about.
     QStringList lookThrough()
     {
         m_contents = ScanRelease(m_options.releaseDir);
@@ -66,7 +66,7 @@ private:
         return problems;
     }
 
-    /// Returns why the release cannot be put beside what is there.
+    /// Returns why the release cannot be put beside the existing ones.
     QStringList placeProblems(const Workspace &workspace) const
     {
         QStringList problems{workspace.nameReason(m_options.folder)};
@@ -113,7 +113,7 @@ private:
         return reason.isEmpty() ? makeManifest(std::move(records)) : reason;
     }
 
-    /// Copies, signs and shows the release. Returns why that failed, or empty text.
+    /// Copies and signs the release and makes it visible. Returns why that failed, or empty text.
     QString publishFiles()
     {
         Workspace workspace(m_options.outputDir);
@@ -160,7 +160,7 @@ private:
         m_manifest.links = m_contents.links;
         m_manifest.folders = m_contents.folders;
         m_content = ManifestContent(m_manifest);
-        // What no updater would take must not be published.
+        // What no updater would accept must not be published.
         ReleaseManifest read;
         const QString reason = ReadManifest(m_content, read);
         return reason.isEmpty() ? reason

@@ -7,6 +7,6 @@
 #include "publish/Report.h"
 #include "release/ReleaseManifest.h"
 
-/// Says what was published with \a options, or what would be, and what that changes then.
+/// Prints what was published with \a options, or would be, and what changes.
 void DescribeRelease(const PublishOptions &options, const ReleaseManifest &manifest,
                      Report &report);
