@@ -70,7 +70,7 @@ def notice(here, *texts):
         here.screen_env, rounds=41))
 
 
-@row("notice-texts", "the same", "the bare QDialog with the notice's texts on it", None)
+@row("notice-texts", "the same", "the bare QDialog with the notice's texts on it", 1.10)
 def notice_texts(here):
     return notice(here, "texts")
 
@@ -230,17 +230,26 @@ def log_line_of_the_day(here):
     return log_lines(here, "LogLinePlainOfTheDay")
 
 
-@row("publish", "publish_update, 2 GiB in 2,000 files, both cores", "cp -r, then md5sum over the same",
-     0.75)
-def publish(here):
+def publish_times(here, *sums):
     stage.make_files("release", 2000, 1 << 20)
     out = STAGE / "published"
     tool = quoted(BUILD / "publish/publish_update", "--version", "3.1.0", "--min-version",
                   "2.0.0", "--download-url", "https://www.example.com/", DATA / "release", out)
-    copy = shell(f"cp -r '{DATA}/release' '{out}/copy' && cd '{out}/copy' && "
-                 "exec md5sum -c --status ../../data/release.md5")
+    checks = " && ".join(f"{name}sum -c --status ../../data/release.{name}" for name in sums)
+    copy = shell(f"cp -r '{DATA}/release' '{out}/copy' && cd '{out}/copy' && {checks}")
     return report.times(*measure.process_times(
         [tool, copy], here.env, 5, prepare=shell(f"rm -rf '{out}' && mkdir '{out}' && sync")))
+
+
+@row("publish", "publish_update, 2 GiB in 2,000 files, both cores", "cp -r, then md5sum over the same",
+     0.75)
+def publish(here):
+    return publish_times(here, "md5")
+
+
+@row("publish-both", "the same", "cp -r, then md5sum and sha256sum over the same", 0.60)
+def publish_both(here):
+    return publish_times(here, "md5", "sha256")
 
 
 @row("durability", "inplace_update, all of 5,000 files of 8 KiB change, on the disk at the end",

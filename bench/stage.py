@@ -34,13 +34,13 @@ def manifest_text(usual):
 
 
 def make_files(name, count, size):
-    """A folder of different files, with a manifest and a list for md5sum beside it."""
-    if (DATA / f"{name}.info").exists():
+    """A folder of different files, with a manifest and lists for md5sum and sha256sum beside it."""
+    if (DATA / f"{name}.sha256").exists():
         return
     folder = DATA / name
     folder.mkdir(parents=True, exist_ok=True)
     rng = random.Random(name)
-    manifest, sums = [], []
+    manifest, sums, sums256 = [], [], []
     for number in range(count):
         content = rng.randbytes(min(size, 1 << 20)) * max(1, size >> 20)
         path = f"f{number:06}.dat"
@@ -48,8 +48,10 @@ def make_files(name, count, size):
         usual = hashlib.md5(content).hexdigest()
         manifest.append(f"{manifest_text(usual)}\t{len(content):x}\t{path}\n")
         sums.append(f"{usual}  {path}\n")
+        sums256.append(f"{hashlib.sha256(content).hexdigest()}  {path}\n")
     (DATA / f"{name}.md5").write_text("".join(sums))
     (DATA / f"{name}.info").write_text("".join(manifest))
+    (DATA / f"{name}.sha256").write_text("".join(sums256))
 
 
 def make_manifests():

@@ -68,6 +68,7 @@ class WebServer:
         out = subprocess.run(["wrk", "-t", "1", "-c", str(clients), "-d", f"{seconds}s", *options, self.url],
                              check=True, text=True, stdout=subprocess.PIPE).stdout
         failures = re.search(r"Non-2xx.*: (\d+)|Socket errors: (.*)", out)
-        if failures and not re.search(r"connect 0, read \d+, write 0, timeout 0", failures[0]):
+        # Late answers lower the rate and are no failures.
+        if failures and not re.search(r"connect 0, read \d+, write 0", failures[0]):
             raise RuntimeError(out)
         return float(re.search(r"Requests/sec:\s*([0-9.]+)", out)[1])

@@ -17,7 +17,7 @@ Decision DecideByNumber(const Candidate &candidate, const InstalledRelease &inst
     const bool isNumberOfManifest = installed.hasManifest && installed.manifest.isComplete &&
                                     installed.manifest.version == candidate.version;
     if (isNumberOfManifest && withKeys) {
-        return Decision::SameNumber; // and its bytes are others
+        return Decision::SameNumber; // but its bytes differ
     }
     if (withKeys && highest) {
         if (candidate.version < highest->number) {
@@ -28,7 +28,7 @@ Decision DecideByNumber(const Candidate &candidate, const InstalledRelease &inst
             return Decision::SameNumber;
         }
     }
-    // A bundle that no updater has put there has no manifest to compare.
+    // A bundle that was not installed by an updater has no manifest to compare.
     return number && candidate.version == *number && !isNumberOfManifest ? Decision::UpToDate
                                                                          : Decision::Install;
 }
@@ -42,7 +42,7 @@ Decision Decide(const Candidate &candidate, const InstalledRelease &installed,
         return Decision::UpToDate;
     }
     if (!candidate.manifest.isComplete) {
-        return Decision::Install; // an old manifest tells no number
+        return Decision::Install; // an old manifest has no number
     }
     const Decision decision = DecideByNumber(candidate, installed, highest, withKeys);
     return decision == Decision::Older && allowOlder ? Decision::Install : decision;

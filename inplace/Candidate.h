@@ -26,7 +26,7 @@ struct HighestNumber {
     QByteArray sha256; ///< of the manifest's bytes, in hexadecimal digits
 };
 
-/// What a candidate is to an installation.
+/// How a candidate compares with an installation.
 enum class Decision {
     Install,
     UpToDate,   ///< it is what is installed
@@ -37,20 +37,20 @@ enum class Decision {
 /// Decides by the numbers and the bytes of the manifests.
 ///
 /// \a highest     what was installed at some time, or nothing.
-/// \a withKeys    whether signatures are demanded: only then can a number be relied on so far that
-///                another release of the same number is a fraud.
+/// \a withKeys    whether signatures are demanded: only then is
+///                another release with the same number a fraud.
 /// \a allowOlder  an older one is to be installed too.
 Decision Decide(const Candidate &candidate, const InstalledRelease &installed,
                 const std::optional<HighestNumber> &highest, bool withKeys, bool allowOlder);
 
 /// Returns whether the user of an installation may not put the candidate off: it is at or below the
-/// minimum. One whose version nobody knows may.
+/// minimum. If the installed version is unknown, the user may.
 bool IsForced(const Candidate &candidate, const InstalledRelease &installed);
 
 /// Returns the identifiers that the release may have: the one that was asked for, or what the
-/// installation's property list and its installed manifest tell, either of which may be damaged.
-/// Empty when nobody knows.
+/// installation's property list and its installed manifest say, either of which may be damaged.
+/// Empty if unknown.
 QStringList WantedApplications(const QString &asked, const InstalledRelease &installed);
 
-/// Returns the digest that a manifest is known by.
+/// Returns the digest that identifies a manifest.
 QByteArray ManifestDigest(const QByteArray &content);

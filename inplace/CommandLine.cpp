@@ -80,7 +80,7 @@ void AddOptions(QCommandLineParser &parser)
     parser.addOption({{QStringLiteral("h"), HelpOption}, QStringLiteral("Show this help.")});
 }
 
-/// Returns what is wrong with the tasks that are asked for together, or empty text.
+/// Returns why the requested tasks do not go together, or empty text.
 QString ReadTask(const QCommandLineParser &parser, UpdateOptions &options)
 {
     QString first;
@@ -136,7 +136,7 @@ bool IsBaseUrl(const QString &text)
     return web && !url.host().isEmpty() && !url.hasQuery() && !url.hasFragment();
 }
 
-/// Returns what is wrong with the values that have a form, or empty text.
+/// Returns what is wrong with values that must have a certain form, or empty text.
 QString ReadValues(const QCommandLineParser &parser, UpdateOptions &options)
 {
     options.baseUrl = parser.value(BaseUrlOption);

@@ -23,15 +23,15 @@ struct UpdateOptions {
     Task task = Task::Update;
     QString baseUrl;          ///< where update.json lies; without a separator at the end
     QString install;          ///< the installation's folder
-    QString staging;          ///< the folder for files on their way, and for what is to be known
-    QString manifest;         ///< the installed manifest's own place; empty for the usual one
-    QVector<PublicKey> keys;  ///< who may sign; empty believes everybody
-    QString application;      ///< the identifier to demand; empty takes the installation's
+    QString staging;          ///< the folder for downloads, and for records between runs
+    QString manifest;         ///< where the installed manifest is; empty for the usual place
+    QVector<PublicKey> keys;  ///< who may sign; if empty, signatures are not checked
+    QString application;      ///< the identifier to demand; if empty, the installation's
     QString startProgram;     ///< started at the end; empty starts nothing
     int stallSeconds = 60;    ///< how long a server may send nothing
-    bool allowOlder = false;  ///< an older release is installed too
-    bool keepPrevious = true; ///< the former tree stays for Undo
-    bool ask = false;         ///< the notice comes first
+    bool allowOlder = false;  ///< also install an older release
+    bool keepPrevious = true; ///< keep the former tree for Undo
+    bool ask = false;         ///< show the notice first
     bool console = false;     ///< no windows; a report on standard output
 
     bool hasWindows() const { return !console && task != Task::Check; }
@@ -46,8 +46,8 @@ struct UpdateCommand {
     QString text;          ///< for Complain, to be printed
 };
 
-/// Reads the program's \a arguments, its own name first. Judges how they are written only.
-/// Needs no application object.
+/// Reads the program's \a arguments, its own name first. Checks their form only. Needs no
+/// application object.
 UpdateCommand ReadUpdateCommand(const QStringList &arguments);
 
 /// Returns the text for Help. Needs an application object.

@@ -49,7 +49,7 @@ bool SettleEntry(int folder, const char *name, const PlannedEntry &entry)
             return false;
         }
     } else if (about.st_gid != entry.group) {
-        // Who may not give it to the group keeps it as it is.
+        // Without the right to give it to the group, keep it as it is.
         (void)::fchownat(folder, name, static_cast<uid_t>(-1), entry.group, AT_SYMLINK_NOFOLLOW);
     }
     return S_ISLNK(about.st_mode) || ::fchmodat(folder, name, mode, 0) == 0;

@@ -12,7 +12,7 @@
 /// Gives the entry \a name its planned mode and owner. A file that shares its content with another
 /// tree is replaced by a copy first, when one of them must change.
 ///
-/// Only root can give files away; for others the owner is what it is.
+/// Only root can give files away; for other users the owner stays as it is.
 bool SettleEntry(int folder, const char *name, const PlannedEntry &entry);
 
 /// Returns whether a mode and owner that were found are what is planned, as far as SettleEntry()

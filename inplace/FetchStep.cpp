@@ -13,7 +13,7 @@ namespace {
 
 using Kind = ReleaseFault::Kind;
 
-/// Puts what is wrong with a published release into the user's words.
+/// Turns a fault of a published release into a text for the user.
 Problem ProblemOf(const ReleaseFault &fault, const QString &base)
 {
     const QString reason = QStringLiteral("%1/%2: %3").arg(base, fault.subject, fault.detail);

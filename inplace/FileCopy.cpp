@@ -17,7 +17,7 @@
 namespace {
 
 constexpr mode_t WhileCopying = 0600;
-constexpr auto PartName = "inplace_update#part"; // no release can have it
+constexpr auto PartName = "inplace_update#part"; // no release can contain it
 constexpr std::size_t BlockSize = 0x40000;
 
 bool WriteBlock(int to, const char *block, ssize_t length)
@@ -72,7 +72,7 @@ bool CopyFile(int fromFolder, const char *name, int toFolder, const char *newNam
 #else
     const std::array<timespec, 2> times{about.st_atim, about.st_mtim};
 #endif
-    (void)::futimens(to.number(), times.data()); // the time is no part of a release
+    (void)::futimens(to.number(), times.data()); // the time is not part of a release
     if (withMode && ::fchmod(to.number(), about.st_mode & 0777U) != 0) {
         return false;
     }
@@ -112,7 +112,7 @@ bool PutEntry(int from, int to, const char *name)
 
 bool CopyInPlace(int folder, const char *name)
 {
-    (void)::unlinkat(folder, PartName, 0); // of an interrupted run; mostly there is none
+    (void)::unlinkat(folder, PartName, 0); // left by an interrupted run; usually there is none
     return CopyFile(folder, name, folder, PartName, false) &&
            ::renameat(folder, PartName, folder, name) == 0;
 }

@@ -4,14 +4,14 @@
 #pragma once
 
 /// \file
-/// Files and links that are to stand in a second tree too. Folders are open handles, names single
-/// components. A false result leaves the reason in errno. Callable on any thread.
+/// Puts files and links into a second tree too. Folders are open handles, names single components.
+/// A false result leaves the reason in errno. Callable on any thread.
 
 /// Puts the regular file, link or special file \a name of the folder \a from into the folder \a to
 /// under the same name, where there must be none: as a hard link, or as a copy where the volume or
 /// the system refuses that.
 bool PutEntry(int from, int to, const char *name);
 
-/// Puts a copy of the regular file \a name into its own place, so that it shares its content with
-/// no other name any more. The copy has the time of the original and a mode for its owner alone.
+/// Replaces the regular file \a name by a copy of itself, so that it no longer shares its content
+/// with any other name. The copy has the time of the original and a mode for its owner alone.
 bool CopyInPlace(int folder, const char *name);

@@ -22,8 +22,8 @@ inline QByteArray NameOf(const QByteArray &path)
 
 /// Open handles of the folders on the way to the one that was asked for last, below one root.
 ///
-/// No link is followed on the way, so nobody who may change the tree leads a reader or a writer out
-/// of it. Paths asked for in sorted order open each folder once. For one thread.
+/// No link is followed, so nobody who can change the tree can lead a reader or a writer out of it.
+/// Paths asked for in sorted order open each folder once. For one thread.
 class FolderChain {
 public:
     /// \a root  absolute, as the system takes it; may be a link itself.

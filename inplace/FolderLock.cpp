@@ -28,7 +28,7 @@ bool IsHeld(const QString &path)
     return held;
 }
 
-/// Takes the lock of a folder that others hold for a moment only.
+/// Takes a folder lock that others hold only briefly.
 bool LockSoon(int folder)
 {
     constexpr int Tries = 100;
@@ -62,8 +62,8 @@ Problem FolderLock::take()
 {
     const Problem busy{End::Busy, QObject::tr("另一个升级正在使用目录%1").arg(m_folder)};
     {
-        // The system's own lock on the folder keeps the others away while remnants are judged. A
-        // volume without such locks has the lock file alone.
+        // The system's own lock on the folder keeps others away while leftovers are examined.
+        // Volumes without such locks have only the lock file.
         const Descriptor folder(
             ::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (folder.isOpen() && LockSoon(folder.number())) {
@@ -80,9 +80,9 @@ Problem FolderLock::take()
                : Problem{End::NotWritable, QObject::tr("目录%1无法写入").arg(m_folder)};
 }
 
-/// Removes what a killed run has left: its lock file, which would not count as stale while it is
-/// without content or when some other process, this one included, has got its number since; and
-/// the other names that a run takes for a moment. What another machine has left stays.
+/// Removes what a killed run left behind: its lock file, which would not count as stale while it is
+/// empty or if its process number has been reused, even by this process; and the other names that a
+/// run uses briefly. What another machine left stays.
 void FolderLock::removeRemnants()
 {
     qint64 processId = 0;

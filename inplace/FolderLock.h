@@ -9,11 +9,11 @@
 #include <QLockFile>
 #include <QString>
 
-/// Keeps other updates away from something while it lives, by a lock file in a folder, and shows
-/// that the folder can be written.
+/// Keeps other updates away while it lives, by a lock file in a folder, which also shows that the
+/// folder is writable.
 ///
-/// A process that was killed holds nothing, at whatever moment it was killed. The lock of an
-/// installation lies in the folder around it: the installation itself changes under a run's feet.
+/// A killed process holds nothing, whenever it was killed. The lock of an installation is in its
+/// parent folder, because a run replaces the installation itself.
 class FolderLock {
 public:
     /// \a name  of the lock file in \a folder.
@@ -21,7 +21,7 @@ public:
     ~FolderLock();
     Q_DISABLE_COPY(FolderLock)
 
-    /// Returns why it cannot be had, or no problem. To be called once.
+    /// Returns why the lock cannot be taken, or no problem. Call it once.
     Problem take();
 
 private:

@@ -20,13 +20,13 @@ Outcome Failed(const Problem &problem)
     return outcome;
 }
 
-/// One try, from finding the folders to letting go of them.
+/// One attempt, from finding the folders to releasing them.
 Outcome TryOnce(const UpdateOptions &options, StopSignals &stop, Conversation &conversation)
 {
     Layout layout;
     Problem problem = FindFolders(options, layout);
-    // A missing installation may be brought back.
-    if (!problem && QFileInfo::exists(layout.install)) {
+    // A missing installation may be brought back, if its former tree is there.
+    if (!problem && (QFileInfo::exists(layout.install) || !QFileInfo::exists(layout.previous))) {
         problem = InstallProblem(layout);
     }
     if (problem) {
@@ -34,7 +34,7 @@ Outcome TryOnce(const UpdateOptions &options, StopSignals &stop, Conversation &c
     }
     UpdateRun run(options, layout, stop, conversation);
     if (options.task == UpdateOptions::Task::Check) {
-        return run.attempt(); // changes nothing, so it is in nobody's way
+        return run.attempt(); // changes nothing, so it needs no lock
     }
     FolderLock installLock(QDir(layout.parent), layout.lockName);
     FolderLock stagingLock(QDir(layout.staging), QStringLiteral("inplace_update#lock"));

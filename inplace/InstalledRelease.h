@@ -8,7 +8,7 @@
 
 #include <optional>
 
-/// What is known of an installation as it stands.
+/// What is known about an installation.
 struct InstalledRelease {
     bool isBundle = false;
     QString identifier;            ///< of the bundle's property list; empty when there is none
@@ -20,13 +20,13 @@ struct InstalledRelease {
     QByteArray signature;     ///< what lies beside it; may be empty
     ReleaseManifest manifest; ///< with hasManifest
 
-    /// The highest number that one of them tells.
+    /// The highest version number among them.
     std::optional<int> number() const;
     /// The installed manifest, or null when nobody knows whose a file is.
     const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
 };
 
-/// Reads what \a layout names. What is missing or cannot be used is not known.
+/// Reads what \a layout names. Anything missing or unusable counts as unknown.
 InstalledRelease ReadInstalled(const Layout &layout);
 
 /// Returns the content of a regular file of at most \a limit bytes, or null.

@@ -13,13 +13,13 @@ struct Layout {
     QString staging;
 
     QString next;     ///< the tree being built
-    QString previous; ///< the tree of before
+    QString previous; ///< the former tree
     QString doomed;   ///< a tree that is being removed
-    QString probe;    ///< what the volume is tried with
+    QString probe;    ///< for trying out the volume
     QString lockName; ///< of the file in the parent that keeps other runs away
 
     QString fetch; ///< the worker's staging folder
-    QString state; ///< what is ready and what is to be known
+    QString state; ///< what is ready, and records between runs
 
     QString ownManifest; ///< the place that was asked for; empty for the usual one
 

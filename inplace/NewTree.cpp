@@ -19,7 +19,7 @@
 
 namespace {
 
-/// Whether nothing has come, gone or been put in the place of another.
+/// Whether nothing was added, removed or replaced.
 bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
 {
     return std::equal(one.cbegin(), one.cend(), other.cbegin(), other.cend(),

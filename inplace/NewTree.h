@@ -15,20 +15,20 @@ class TreeBuild;
 /// Main thread. All that it is made of must live as long as this.
 class NewTree {
 public:
-    /// Where files may come from that neither the installation nor an earlier run has.
+    /// Supplies files that neither the installation nor an earlier run has.
     enum class Source { Network, StagingOnly, Previous };
 
     NewTree(const UpdateOptions &options, const Layout &layout, const InstalledRelease &installed,
             const Candidate &candidate, StopSignals &stop);
 
-    /// Builds and verifies it. May be repeated, when the installation has changed meanwhile; what
-    /// is right already stays.
+    /// Builds and verifies it. Can be repeated if the installation has changed meanwhile; what is
+    /// already right stays.
     Problem make(Source source);
 
     /// Whether the user's own part of the installation is still what the tree was made from.
     bool isCurrent() const;
 
-    /// Whether the installation is just like it, file by file.
+    /// Whether the installation equals it, file by file.
     bool isAsInstalled();
 
     /// Whether the release is a bundle.

@@ -15,18 +15,18 @@ enum class End {
     Undone,
     UpToDate,
     Older,         ///< what is published is older than what is installed; nothing to do
-    Available,     ///< there is an update, and nobody asked for more than to know
+    Available,     ///< there is an update, and only that was asked
     Ready,         ///< fetched and verified, to be applied later
     Cancelled,     ///< by the user or by a signal
     Postponed,     ///< the user does not want the update now
     Network,       ///< the server cannot be reached, or answers with a failure
-    Stalled,       ///< the server sends nothing any more
+    Stalled,       ///< the server has stopped sending
     TooLong,       ///< the server sends more than is listed
     Description,   ///< update.json cannot be used
     Manifest,      ///< the manifest cannot be used
-    Signature,     ///< nobody whose key is known vouches for the release
-    Application,   ///< the release is one of another application
-    SameNumber,    ///< another release with the number of one that is known
+    Signature,     ///< no known key signed the release
+    Application,   ///< the release belongs to another application
+    SameNumber,    ///< another release with a known version number
     NoRoom,        ///< too little room on a volume
     Folders,       ///< a folder is missing, or one lies in the other
     MountPoint,    ///< the installation is a volume, or holds one
@@ -41,7 +41,7 @@ enum class End {
     Exchange,      ///< the two trees cannot be exchanged
     NothingReady,  ///< nothing complete was fetched before
     NothingToUndo, ///< there is no former tree
-    NoDisplay,     ///< windows are wanted, and there is nothing to show them on
+    NoDisplay,     ///< windows are wanted, but there is no display
 };
 
 /// What an end means.
@@ -55,21 +55,21 @@ struct EndInfo {
 /// Returns the row of \a end.
 const EndInfo &InfoOf(End end);
 
-/// What came of a run.
+/// The result of a run.
 struct Outcome {
     End end = End::UpToDate;
     QString message;
     bool update = false;   ///< the installation was changed, or can be (Available, Ready)
     bool forced = false;   ///< the update may not be put off; for Available
-    int version = 0;       ///< of the release in question; 0 when it tells none
+    int version = 0;       ///< of the release in question; 0 if it has none
     QString versionString; ///< the same as shown to people
-    qint64 files = -1;     ///< fetched, or to be fetched; -1 when nothing is to be said
+    qint64 files = -1;     ///< fetched, or to be fetched; -1 if not applicable
     qint64 bytes = -1;     ///< of these files
 
     bool isSuccess() const { return InfoOf(end).success; }
 };
 
-/// Why a step cannot be done, as a value; false when it was done.
+/// Why a step failed, as a value; false if it succeeded.
 struct Problem {
     End end = End::UpToDate;
     QString message; ///< for the user; empty when there is no problem

@@ -7,7 +7,7 @@
 #include "inplace/TreePlan.h"
 
 /// \file
-/// What must hold before a file is asked for. Each returns what stands in the way, or no problem.
+/// What must hold before any file is requested. Each function returns the obstacle, or no problem.
 
 /// The installation is there, is no volume itself, and can be replaced: it lies on a volume that
 /// can be written, in a folder that can be written, and is no copy that the system runs a new

@@ -9,7 +9,7 @@
 
 namespace {
 
-// What is a little too long, such as the page of an error, is the worker's to tell of.
+// A body that is slightly too long, such as an error page, is left for the worker to report.
 constexpr quint64 Tolerance = quint64{64} << 10U;
 
 } // namespace
@@ -27,7 +27,7 @@ SizeGuard::SizeGuard(CDownloadThread &worker, QList<tagDownloadFileInfo> listed)
 
 void SizeGuard::look(int64_t received, int64_t total)
 {
-    const int64_t bytes = qMax(received, total); // no total is -1
+    const int64_t bytes = qMax(received, total); // -1 means no total
     if (m_message.isEmpty() && bytes > 0 && static_cast<quint64>(bytes) > m_size + Tolerance) {
         m_message = tr("服务器发送的内容超过清单中的大小(%1字节)").arg(m_size);
         m_worker.quit();

@@ -8,8 +8,8 @@
 /// Ends a worker when more arrives, or is announced, than the manifest lists.
 ///
 /// The worker takes a body whole into memory and compares its size only then, so a server could
-/// fill the memory with it. The start of the first transfer is told before anybody can listen: up
-/// to the second one, the size of the largest file is the limit.
+/// fill the memory with it. The first transfer starts before anybody can listen: until the second
+/// one, the size of the largest file is the limit.
 class SizeGuard : public QObject {
     Q_OBJECT
 

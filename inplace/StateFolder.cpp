@@ -65,7 +65,7 @@ void StateFolder::removeReady() const
 {
     const QString folder = readyFolder();
     (void)QFile::remove(folder + QLatin1Char('/') + UPDATE_DESCRIBE_FILENAME);
-    (void)RemoveTree(QFile::encodeName(folder)); // what stays is written over
+    (void)RemoveTree(QFile::encodeName(folder)); // leftovers are overwritten
 }
 
 std::optional<HighestNumber> StateFolder::highest() const

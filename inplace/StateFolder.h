@@ -7,8 +7,8 @@
 
 #include <sys/types.h>
 
-/// What is written down before an exchange, so that whoever comes after an interruption knows
-/// which side of it the trees are on.
+/// What is recorded before an exchange, so that after an interruption the next run knows whether it
+/// happened.
 struct PendingExchange {
     ino_t node = 0;       ///< of the new tree's folder, which an exchange does not change
     ino_t formerNode = 0; ///< of the installation's folder of before
@@ -20,8 +20,8 @@ struct PendingExchange {
 };
 
 /// The folder `inplace_update#state`: what is known between runs. Everything in it is written
-/// durably and at one stroke. Writers return why they failed, or empty text; readers take what is
-/// missing or cannot be used for nothing.
+/// durably and atomically. Writers return why they failed, or empty text; readers treat anything
+/// missing or unusable as absent.
 class StateFolder {
 public:
     explicit StateFolder(const Layout &layout) : m_path(layout.state) {}

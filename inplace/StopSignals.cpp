@@ -78,7 +78,7 @@ void StopSignals::watch()
 {
     m_notifier = std::make_unique<QSocketNotifier>(Pipe.at(0), QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
-        m_notifier->setEnabled(false); // the byte stays: one wish is enough
+        m_notifier->setEnabled(false); // the byte stays: one request is enough
         emit wanted();
     });
 }

@@ -9,8 +9,8 @@
 
 class QSocketNotifier;
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a wish that the program looks at, as long as it lives. One
-/// at a time in a process.
+/// Turns SIGINT, SIGTERM and SIGHUP into a stop request that the program polls, as long as this
+/// object lives. One object at a time per process.
 ///
 /// Long work asks isWanted() between its pieces; event loops end on wanted(). A signal that was
 /// ignored before, as nohup does with SIGHUP, stays ignored. A file that grows past the process's
@@ -26,7 +26,7 @@ public:
     /// Whether one of the signals has come. Callable on any thread.
     static bool isWanted();
 
-    /// Has wanted() sent by the event loop. To be called once there is an application object.
+    /// Lets the event loop emit wanted(). Call it once there is an application object.
     void watch();
 
 signals:

@@ -43,7 +43,7 @@ bool Doom(const Layout &layout, const QString &tree)
            (RemoveTree(QFile::encodeName(layout.doomed)) && Move(tree, layout.doomed));
 }
 
-/// The way of volumes that know no exchange. Between the two renames there is no installation.
+/// For volumes without an exchange. Between the two renames there is no installation.
 bool RenameTwice(const Layout &layout)
 {
     if (!Doom(layout, layout.previous) || !Move(layout.install, layout.previous)) {
@@ -53,7 +53,7 @@ bool RenameTwice(const Layout &layout)
         return true;
     }
     const int error = errno;
-    (void)Move(layout.previous, layout.install); // one that stays away is brought by the next run
+    (void)Move(layout.previous, layout.install); // if this fails, the next run brings it back
     errno = error;
     return false;
 }
@@ -172,7 +172,7 @@ Problem FinishTakeover(const Layout &layout)
     }
     if (reason.isEmpty()) {
         state.removeReady();
-        (void)RemoveTree(QFile::encodeName(layout.fetch)); // nothing in it is wanted any more
+        (void)RemoveTree(QFile::encodeName(layout.fetch)); // nothing in it is needed any more
         reason = state.removePending();
     }
     (void)RemoveTree(QFile::encodeName(layout.doomed)); // what stays is removed by the next run
@@ -197,7 +197,7 @@ Problem MendTakeover(const Layout &layout, bool &happened)
     const bool isBefore =
         NodeOf(layout.next) == pending->node || NodeOf(layout.install) == pending->formerNode;
     happened = NodeOf(layout.install) == pending->node ||
-               // Another volume than before, or one that counts its folders anew.
+               // A different volume, or one that renumbers its folders.
                (!isBefore && HoldsRelease(layout, pending->manifest));
     if (happened) {
         return FinishTakeover(layout);

@@ -10,7 +10,7 @@
 /// The one instant at which a new tree takes the place of the installation, and what is to be
 /// tidied up around it, by this run or, after an interruption, by the next one.
 
-/// What is to be known besides the trees.
+/// What must be known besides the trees.
 struct Takeover {
     QByteArray manifest;  ///< of the new tree, where the tree does not hold it; may be empty
     QByteArray signature; ///< beside it; may be empty
@@ -33,8 +33,8 @@ Problem ExchangeTrees(const Layout &layout, bool &changed);
 /// put in its place, what is not needed any more is removed. May be repeated.
 Problem FinishTakeover(const Layout &layout);
 
-/// Puts right what an interrupted run left: a missing installation is brought back, an exchange
-/// that has happened is tidied up after, one that has not is forgotten.
+/// Repairs what an interrupted run left: a missing installation is brought back, a completed
+/// exchange is tidied up, one that did not happen is forgotten.
 ///
 /// \a happened  set when a new tree was found in place.
 Problem MendTakeover(const Layout &layout, bool &happened);

@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr mode_t WhileBuilding = 0700; // nobody else has a say meanwhile
+constexpr mode_t WhileBuilding = 0700; // nobody else has access meanwhile
 
 Problem Stopped()
 {

@@ -17,24 +17,24 @@ public:
     /// How files come out of a source: shared with it, or taken away from it.
     enum class Take { Share, Move };
 
-    ///  root  the folder that the tree is built as, absolute. All must live as long as this.
+    /// \a root  the folder that the tree is built as, absolute. All must live as long as this.
     TreeBuild(QByteArray root, const TreePlan &plan, HashedFiles &hashed);
 
     /// Makes the folder and the planned ones in it. Of what an interrupted run left there, files
     /// with the right content stay and everything else is removed.
     Problem prepare();
 
-    /// Puts the missing files of the release that stand in  source with the right content.
+    /// Puts the missing files of the release that stand in \a source with the right content.
     ///
-    ///  listed  what is known of the source, or null: a file that it lists with another content
+    /// \a listed  what is known of the source, or null: a file that it lists with another content
     ///            is not even read.
     Problem takeFrom(const QByteArray &source, Take take, const ReleaseManifest *listed = nullptr);
 
     /// The files of the release that are not there yet.
     const std::vector<const PlannedEntry *> &missing() const { return m_missing; }
 
-    /// Puts the links, the user's entries, which lie in  users, and modes and owners, those of
-    /// folders last. The folder itself gets them from  users too.
+    /// Puts the links, the user's entries, which lie in \a users, and modes and owners, those of
+    /// folders last. The folder itself gets them from \a users too.
     Problem finish(const QByteArray &users);
 
 private:

@@ -298,7 +298,7 @@ qint64 UpdateRun::bytesToFetch(qint64 &files) const
     return bytes;
 }
 
-/// Removes what releases have left that were given up. What stays is in nobody's way.
+/// Removes what abandoned releases left. Anything that stays is harmless.
 void UpdateRun::removeLeftovers() const
 {
     (void)RemoveTree(QFile::encodeName(m_layout.next));

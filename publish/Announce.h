@@ -13,11 +13,11 @@
 struct AnnounceOptions {
     QString outputDir;
     QString folder;
-    QVector<PublicKey> publicKeys; ///< one of them must have signed; with none, nobody must
-    bool strict = false;           ///< warnings are failures
+    QVector<PublicKey> publicKeys; ///< one of them must have signed; if empty, nobody must
+    bool strict = false;           ///< warnings count as failures
 };
 
-/// Checks the release that the options name, every file of it, and points update.json at it at one
-/// stroke. Its version may be below the announced one: that withdraws a release. Returns the
-/// program's exit code; after a failure the former announcement stands.
+/// Checks the release that the options name, every file of it, and points update.json at it
+/// atomically. Its version may be below the announced one: that withdraws a release. Returns the
+/// program's exit code; after a failure the former announcement stays.
 int Announce(const AnnounceOptions &options, Report &report);

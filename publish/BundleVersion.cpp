@@ -7,6 +7,8 @@
 #include "platform/InfoPlist.h"
 #include "publish/PublishChecks.h"
 #include "release/Formats.h"
+#include "release/ReleaseSignature.h"
+#include "release/ReleaseSource.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,6 +21,18 @@ const QString PropertyList = QStringLiteral("Contents/Info.plist");
 QString Numbered(const QString &version)
 {
     return QStringLiteral("%1 (%2)").arg(version, QString::number(NumberOf(version)));
+}
+
+/// Reads what update.json says. Anything missing or invalid there counts as absent.
+ReleaseFault ReadAnnounced(const QString &outputDir, PublishedDescription &announced)
+{
+    QByteArray content;
+    ReleaseFault fault =
+        FolderSource(outputDir).read(UPDATE_DESCRIBE_FILENAME, LongestDescription, content);
+    if (fault.isNone()) {
+        (void)DescriptionProblems(content, announced);
+    }
+    return fault;
 }
 
 } // namespace
@@ -53,20 +67,29 @@ QString OtherVersionReason(const BundleFacts &facts, const QString &version)
 
 QString NotAboveReason(const QString &outputDir, const QString &version)
 {
-    const QString path = QDir(outputDir).filePath(UPDATE_DESCRIBE_FILENAME);
-    QFile file(path);
-    if (!file.exists()) {
+    PublishedDescription announced;
+    const ReleaseFault fault = ReadAnnounced(outputDir, announced);
+    if (fault.kind == ReleaseFault::Kind::Missing) {
         return {};
     }
-    if (!file.open(QIODevice::ReadOnly)) {
-        return QStringLiteral("\"%1\" cannot be read: %2.").arg(path, file.errorString());
+    if (!fault.isNone()) {
+        return QStringLiteral("\"%1\": %2.")
+            .arg(QDir(outputDir).filePath(fault.subject), fault.detail);
     }
-    PublishedDescription announced;
-    (void)DescriptionProblems(file.readAll(), announced); // what is missing counts as 0, as ever
     if (NumberOf(version) > announced.version) {
         return {};
     }
     return QStringLiteral("Version %1 is not above the announced one, %2 (%3): users who have that "
                           "one would not be told of it.")
         .arg(Numbered(version), announced.versionString, QString::number(announced.version));
+}
+
+bool IsAnnouncedSigned(const QString &outputDir)
+{
+    PublishedDescription announced;
+    return ReadAnnounced(outputDir, announced).isNone() &&
+           FolderReason(announced.folder).isEmpty() &&
+           QFileInfo(QDir(outputDir).filePath(announced.folder) + QLatin1Char('/') +
+                     SIGNATURE_FILENAME)
+               .isFile();
 }

@@ -6,7 +6,7 @@
 #include <QString>
 
 /// \file
-/// What a release says of itself, and what is announced beside it. Callable on any thread.
+/// What a release says about itself, and what is announced beside it. Callable on any thread.
 
 /// What is read from the property list of an application bundle.
 struct BundleFacts {
@@ -18,10 +18,13 @@ struct BundleFacts {
 /// Reads Contents/Info.plist below \a releaseDir.
 BundleFacts ReadBundleFacts(const QString &releaseDir);
 
-/// Returns why hosts that installed the bundle would not take themselves for \a version, or empty
-/// text.
+/// Returns why hosts that installed the bundle would not consider themselves to be \a version, or
+/// empty text.
 QString OtherVersionReason(const BundleFacts &facts, const QString &version);
 
-/// Returns why no host would be told of the \a version published in \a outputDir next, or empty
-/// text.
+/// Returns why no host would be offered the \a version if it were published in \a outputDir next,
+/// or empty text.
 QString NotAboveReason(const QString &outputDir, const QString &version);
+
+/// Whether the release that is announced in \a outputDir has a signature.
+bool IsAnnouncedSigned(const QString &outputDir);

@@ -8,14 +8,14 @@
 #include <condition_variable>
 #include <mutex>
 
-/// Bytes that several threads may hold in memory between them. Callable on any thread.
+/// The number of bytes that several threads together may hold in memory. Callable on any thread.
 class ByteBudget {
 public:
     explicit ByteBudget(quint64 bytes) : m_bytes(bytes) {}
     Q_DISABLE_COPY(ByteBudget)
 
-    /// Waits until there is room for \a bytes beside what the others hold. What is more than the
-    /// whole budget is let through when nobody else holds anything.
+    /// Waits until there is room for \a bytes beside what the others hold. More than the whole
+    /// budget is allowed when nobody else holds anything.
     void take(quint64 bytes);
     /// Gives back what was taken.
     void giveBack(quint64 bytes);

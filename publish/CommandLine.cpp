@@ -33,12 +33,12 @@ const QStringList OptionsWithValue{VersionOption,       MinVersionOption, Downlo
                                    ListOption,          AnnounceOption,   PruneOption};
 const QStringList OptionsWithout{DryRunOption, ForceOption, StrictOption, JsonOption, HelpOption};
 
-/// A form of the command line that is no publishing, named by its option.
+/// A form of the command line other than publishing, named by its option.
 struct Form {
     QString option;
     CommandLine::Action action;
-    QStringList further; ///< options that may stand beside
-    bool takesOutput;    ///< whether OUTPUT_DIR stands behind the options
+    QStringList further; ///< options that may be combined with it
+    bool takesOutput;    ///< whether OUTPUT_DIR follows the options
 };
 
 const QVector<Form> OtherForms{
@@ -206,7 +206,7 @@ CommandLine PublishLine(const QCommandLineParser &parser)
 
 CommandLine ReadCommandLine(const QStringList &arguments)
 {
-    // Alone it asks for the program's version, else it takes the release's.
+    // Alone it asks for the program's version; otherwise it gives the release's.
     if (arguments.mid(1) == QStringList(QStringLiteral("--") + VersionOption)) {
         return Printed(CommandLine::Action::Version,
                        QStringLiteral("publish_update " PUBLISH_UPDATE_VERSION));

@@ -22,8 +22,8 @@ struct PublishOptions {
     QVector<PublicKey> publicKeys; ///< one of them must have signed
     QString releaseDir;            ///< holds the files to publish
     QString outputDir;             ///< what the update base URL stands for
-    bool force = false;            ///< publish versions that users would not be told of as expected
-    bool strict = false;           ///< warnings are failures
+    bool force = false;            ///< publish versions that users would not be offered as expected
+    bool strict = false;           ///< warnings count as failures
     bool dryRun = false;           ///< say what would be published, and write nothing
 };
 
@@ -43,8 +43,8 @@ struct CommandLine {
     QString text;                  ///< for Help, Version and Complain, to be printed
 };
 
-/// Reads the program's \a arguments, its own name first. Judges how they are written only, not
-/// whether such a release may be published.
+/// Reads the program's \a arguments, its own name first. Checks their form only, not whether such a
+/// release may be published.
 CommandLine ReadCommandLine(const QStringList &arguments);
 
 /// The options that ReadCommandLine() knows, without the dashes.

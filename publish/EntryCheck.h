@@ -17,6 +17,6 @@ qint64 LastChange(const struct stat &status);
 /// Returns why a file or folder with the \a mode of its inode must not be published, or empty text.
 QString ModeReason(mode_t mode);
 
-/// Returns why the file at \a path must not be published for the sake of what its extended
-/// attributes hold, or empty text. Does not follow a symbolic link.
+/// Returns why the file at \a path must not be published because of its extended attributes, or
+/// empty text. Does not follow a symbolic link.
 QString AttributeReason(const std::filesystem::path &path);

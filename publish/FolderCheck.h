@@ -8,7 +8,7 @@
 #include <QString>
 #include <QStringList>
 
-/// What the folder of a release is like, compared with its manifest.
+/// How the folder of a release compares with its manifest.
 struct FolderState {
     QStringList problems; ///< what is missing or not as listed; sentences, in the order of paths
     QStringList extras;   ///< what is there and not listed; sentences, in the order of paths

@@ -7,7 +7,8 @@
 #include <QSet>
 #include <QString>
 
-/// Where the links of a release lead. Paths are relative to the release, '/' between components.
+/// Checks where the links of a release lead. Paths are relative to the release, '/' between
+/// components.
 class LinkCheck {
 public:
     void addFile(const QString &path) { m_files.insert(path); }

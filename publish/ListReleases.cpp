@@ -27,7 +27,7 @@ QStringList Cells(const ListedRelease &release)
             release.isSigned ? QStringLiteral("yes") : QStringLiteral("no")};
 }
 
-/// The rows as lines with their columns below each other; numbers stand at the right.
+/// The rows as lines with aligned columns; numbers are aligned to the right.
 QString Table(const QVector<QStringList> &rows)
 {
     const auto isNumber = [](int column) { return column >= 3 && column <= 5; };

@@ -16,9 +16,7 @@
 
 namespace {
 
-constexpr qint64 LongestDescription = qint64{1} << 20;
-
-/// Finds out which version an old release is, whose manifest does not say it.
+/// Finds out the version of an old release, whose manifest does not contain it.
 void GuessVersion(const PublishedDescription &announced, ListedRelease &release)
 {
     if (release.isAnnounced) {

@@ -12,14 +12,14 @@
 #include <vector>
 
 /// \file
-/// What lies in the folder that the update base URL stands for. Callable on any thread.
+/// The contents of the folder that the update base URL stands for. Callable on any thread.
 
 /// One release in an output folder.
 struct ListedRelease {
     QString folder;
     QString version;          ///< as shown to people; the folder's name in an old release
     int number = 0;           ///< what updaters compare
-    bool hasVersion = false;  ///< whether it is known at all which version this is
+    bool hasVersion = false;  ///< whether the version is known at all
     bool isSigned = false;    ///< whether there is a signature, by whomever
     bool isAnnounced = false; ///< whether update.json names it
     QDateTime published;      ///< when its manifest was written

@@ -5,7 +5,7 @@
 
 #include <QString>
 
-/// One line on standard error that says how far the work is; nothing when that is no terminal.
+/// A progress line on standard error; nothing if that is not a terminal.
 class ProgressBar {
 public:
     ProgressBar();

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The folders of the releases to remove, the oldest first. What is left alone is warned of.
+/// The folders of the releases to remove, the oldest first. Warns about what is left alone.
 QStringList ToRemove(const OutputState &state, int keep, Report &report)
 {
     QStringList folders;

@@ -8,6 +8,6 @@
 #include <QString>
 
 /// Removes all releases from \a outputDir but the newest \a keep and the announced one, the oldest
-/// first. A release goes out of sight at one stroke. What is no release, and releases of which
-/// nobody knows how old they are, are left alone. Returns the program's exit code.
+/// first. A release disappears atomically. Releases of unknown age, and anything that is not a
+/// release, are left alone. Returns the program's exit code.
 int Prune(const QString &outputDir, int keep, Report &report);

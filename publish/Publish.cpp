@@ -5,8 +5,8 @@
 
 #include "app/FileNames.h"
 #include "publish/BundleVersion.h"
-#include "publish/DryRun.h"
 #include "publish/PublishChecks.h"
+#include "publish/PublishReport.h"
 #include "publish/ReleaseCopy.h"
 #include "publish/ReleaseScan.h"
 #include "publish/SignWith.h"
@@ -14,15 +14,13 @@
 #include "release/DurableFile.h"
 #include "release/Formats.h"
 
-#include <QDir>
-
 #include <cstdlib>
 
 namespace {
 
 const QString Forced = QStringLiteral(" --force publishes it all the same.");
 
-/// One publishing, from the release folder to what is in sight.
+/// Publishes one release, from the release folder to the visible result.
 class Publishing {
 public:
     Publishing(const PublishOptions &options, Report &report) : m_options(options), m_report(report)
@@ -45,13 +43,13 @@ public:
         if (!reason.isEmpty()) {
             return m_report.refuse({reason});
         }
-        describe();
+        DescribeRelease(m_options, m_manifest, m_report);
         return EXIT_SUCCESS;
     }
 
 private:
-    /// Looks at everything but the contents of files. Returns why the release must not be
-    /// published; what is odd only is warned of.
+    /// Checks everything but the contents of files. Returns why the release must not be published;
+    /// oddities are only warned about.
     QStringList lookThrough()
     {
         m_contents = ScanRelease(m_options.releaseDir);
@@ -68,7 +66,7 @@ private:
         return problems;
     }
 
-    /// Returns why the release cannot be put beside what is there.
+    /// Returns why the release cannot be put beside the existing ones.
     QStringList placeProblems(const Workspace &workspace) const
     {
         QStringList problems{workspace.nameReason(m_options.folder)};
@@ -88,6 +86,10 @@ private:
                                          "forced to update."));
         }
         if (m_options.signCommand.isEmpty()) {
+            if (!m_options.dryRun && IsAnnouncedSigned(m_options.outputDir)) {
+                m_report.warn(QStringLiteral("the announced release is signed, this one is not: "
+                                             "who demands a signature will not take it."));
+            }
             return;
         }
         if (m_options.publicKeys.isEmpty()) {
@@ -111,7 +113,7 @@ private:
         return reason.isEmpty() ? makeManifest(std::move(records)) : reason;
     }
 
-    /// Copies, signs and shows the release. Returns why that failed, or empty text.
+    /// Copies and signs the release and makes it visible. Returns why that failed, or empty text.
     QString publishFiles()
     {
         Workspace workspace(m_options.outputDir);
@@ -158,7 +160,7 @@ private:
         m_manifest.links = m_contents.links;
         m_manifest.folders = m_contents.folders;
         m_content = ManifestContent(m_manifest);
-        // What no updater would take must not be published.
+        // What no updater would accept must not be published.
         ReleaseManifest read;
         const QString reason = ReadManifest(m_content, read);
         return reason.isEmpty() ? reason
@@ -177,43 +179,6 @@ private:
     {
         return {m_manifest.version, m_manifest.versionString, m_manifest.folder,
                 m_manifest.minVersion, m_manifest.page};
-    }
-
-    void describe()
-    {
-        quint64 size = 0;
-        for (const ManifestFile &file : m_manifest.files) {
-            size += file.size;
-        }
-        const int files = static_cast<int>(m_manifest.files.size());
-        const int links = static_cast<int>(m_manifest.links.size());
-        const bool isSigned = !m_options.signCommand.isEmpty();
-        m_report.add(QStringLiteral("version"), m_manifest.version);
-        m_report.add(QStringLiteral("versionString"), m_manifest.versionString);
-        m_report.add(QStringLiteral("folder"), m_manifest.folder);
-        m_report.add(QStringLiteral("application"), m_manifest.application);
-        m_report.add(QStringLiteral("files"), files);
-        m_report.add(QStringLiteral("links"), links);
-        m_report.add(QStringLiteral("bytes"), static_cast<double>(size));
-        m_report.add(QStringLiteral("signed"), isSigned);
-        m_report.add(QStringLiteral("published"), !m_options.dryRun);
-        if (m_options.dryRun) {
-            DescribeDifference(m_options.outputDir, m_manifest, m_report);
-        }
-        QStringList what{QStringLiteral("%1 files").arg(files)};
-        if (links > 0) {
-            what.append(QStringLiteral("%1 links").arg(links));
-        }
-        what.append(QStringLiteral("%1 bytes").arg(size));
-        if (isSigned) {
-            what.append(QStringLiteral("signed"));
-        }
-        m_report.say(QStringLiteral("%1 version %2 (%3): %4, in \"%5\".")
-                         .arg(m_options.dryRun ? QStringLiteral("Would publish")
-                                               : QStringLiteral("Published"),
-                              m_options.version, QString::number(m_manifest.version),
-                              what.join(QStringLiteral(", ")),
-                              QDir(m_options.outputDir).filePath(m_options.folder)));
     }
 
     const PublishOptions &m_options;

@@ -7,5 +7,5 @@
 #include "publish/Report.h"
 
 /// Publishes the release that \a options describe, or changes nothing; a dry run only says what
-/// would change. Says what was done and what is wrong. Returns the program's exit code.
+/// would change. Prints what was done and what is wrong. Returns the program's exit code.
 int Publish(const PublishOptions &options, Report &report);

@@ -26,7 +26,7 @@ QStringList VersionProblems(const QString &version, bool force)
     return {};
 }
 
-/// What is wrong with a text that stands in a field of the manifest's lines.
+/// What is wrong with a text for a field of the manifest's lines.
 QStringList FieldProblems(const QString &option, const QString &text)
 {
     for (const QChar character : text) {
@@ -37,7 +37,7 @@ QStringList FieldProblems(const QString &option, const QString &text)
     return {};
 }
 
-/// The path without links, also of what does not exist yet.
+/// The path without links, even if it does not exist yet.
 QString Canonical(const QString &path)
 {
     const QFileInfo info(path);

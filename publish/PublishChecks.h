@@ -8,10 +8,10 @@
 #include <QStringList>
 
 /// \file
-/// What must be right before a release is looked through. Callable on any thread.
+/// What must be right before a release is scanned. Callable on any thread.
 
 /// Returns what is wrong with the options by themselves and with the folders they name.
 QStringList OptionProblems(const PublishOptions &options);
 
-/// The number that an updater compares, made of a version's text.
+/// The number that an updater compares, made from a version's text.
 int NumberOf(const QString &version);

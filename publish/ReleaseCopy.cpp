@@ -77,8 +77,8 @@ public:
 
     void readFiles() { forEachFile(m_toRead, &ReleaseCopy::readFile); }
 
-    /// Waits until the copies will survive a loss of power. To be called when all are made: a file
-    /// that was copied first is mostly on the disk by then, and one wait serves many.
+    /// Waits until the copies will survive a power loss. Call it when all are made: the first
+    /// copies are mostly on the disk by then, and one wait serves many.
     void syncFiles() { forEachFile(m_toSync, &ReleaseCopy::syncFile); }
 
     void show(ProgressBar &bar) const
@@ -159,7 +159,7 @@ private:
     {
         qint64 size = 0;
         std::array<char, BlockSize> block; // NOLINT(*-member-init): read() fills it
-        while (size <= file.size) {        // a file that grows for ever must come to an end too
+        while (size <= file.size) {        // a file that grows forever must come to an end too
             const ssize_t length = ::read(source, block.data(), block.size());
             if (length == 0) {
                 break;
@@ -183,8 +183,8 @@ private:
     }
 
     const QVector<ReleaseFile> &m_files;
-    // Texts that paths are put behind: QDir fills a cache when it is first asked for an absolute
-    // path, which the threads must not do at once.
+    // Prefixes of paths: QDir fills a cache when first asked for an absolute path, which threads
+    // must not do concurrently.
     const QString m_source;
     const QString m_target;
     std::vector<ManifestFile> m_records; // one element is one thread's

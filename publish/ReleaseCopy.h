@@ -12,15 +12,15 @@
 
 /// \file
 /// Reading the files of a release: each once, on as many threads as there are cores, with a
-/// progress bar on a terminal. A file that is no regular one any more, has another size or was
-/// written to since it was found makes that fail.
+/// progress bar on a terminal. That fails if a file is no longer regular, has another size or was
+/// written to since it was found.
 ///
 /// \a records  gets one record for each file, in their order, on success only.
 /// Both return why they failed, or empty text.
 
 /// Copies the \a files from \a releaseDir to the empty folder \a targetDir and makes their manifest
-/// records on the way. The copies survive a loss of power once their folders are synced. After a
-/// failure \a targetDir holds rubbish.
+/// records on the way. The copies survive a power loss once their folders are synced. After a
+/// failure the contents of \a targetDir are undefined.
 QString CopyRelease(const QVector<ReleaseFile> &files, const QString &releaseDir,
                     const QString &targetDir, std::vector<ManifestFile> &records);
 

@@ -26,7 +26,7 @@ struct ReleaseDifference {
 };
 
 /// Compares two releases. A file is changed when its content or its mode is; content is compared by
-/// SHA-256, and by the MD5 text where \a former is an old manifest, which tells nothing of modes,
+/// SHA-256, and by the MD5 text where \a former is an old manifest, which says nothing about modes,
 /// links and folders.
 ReleaseDifference CompareReleases(const ReleaseManifest &former, const ReleaseManifest &next);
 

@@ -22,8 +22,8 @@ namespace {
 constexpr int PermissionBits = 07777;
 constexpr int UsualFolderMode = 0755;
 
-// The standard library walks here, not the toolkit: that one passes over names that are not UTF-8
-// without a word, and the release would lack them.
+// The standard library walks here, not Qt: Qt silently skips names that are not UTF-8, and the
+// release would lack them.
 
 QString Text(const fs::path &path)
 {
@@ -35,7 +35,7 @@ QString Text(const std::error_code &error)
     return QString::fromStdString(error.message());
 }
 
-/// One look through a release.
+/// One scan of a release.
 class Scan {
 public:
     explicit Scan(const QString &folder) : m_root(folder.toStdString()) {}

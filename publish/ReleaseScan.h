@@ -27,8 +27,8 @@ struct ReleaseContents {
     QStringList problems;                ///< one text for each thing that must not be published
 };
 
-/// Looks through \a folder, hidden files included, without following symbolic links. Everything
-/// that must not be published, or cannot be looked at, becomes a problem.
+/// Scans \a folder, hidden files included, without following symbolic links. Everything that must
+/// not be published, or cannot be read, becomes a problem.
 ReleaseContents ScanRelease(const QString &folder);
 
 /// Whether both are the same files, links and folders, with the same modes, none of which was

@@ -7,8 +7,8 @@
 #include <QString>
 #include <QStringList>
 
-/// What one run of the program has to tell: in words while it goes on, or as one JSON object at its
-/// end, with the words on standard error. To be used on one thread.
+/// What one run of the program reports: as text while it runs, or as one JSON object at its end,
+/// with the text on standard error. For use on one thread.
 class Report {
 public:
     enum class Form { Words, Json };
@@ -16,11 +16,11 @@ public:
     explicit Report(Form form = Form::Words);
     Q_DISABLE_COPY(Report)
 
-    /// Says \a text, which may have several lines, as a result of the run.
+    /// Prints \a text, which may have several lines, as a result of the run.
     void say(const QString &text) const;
-    /// Says and remembers a warning of one line.
+    /// Prints and remembers a one-line warning.
     void warn(const QString &text);
-    /// Says and remembers the \a problems that made the run fail. Returns the exit code of that.
+    /// Prints and remembers the \a problems that made the run fail. Returns the exit code of that.
     int refuse(const QStringList &problems);
 
     /// Adds a value to the JSON object.

@@ -33,7 +33,7 @@ void PassOn(int signal)
     errno = error;
 }
 
-/// Takes signals in hand for as long as it lives.
+/// Handles signals for as long as it lives.
 class SignalGuard {
 public:
     SignalGuard(const std::array<int, 2> &numbers, void (*handler)(int)) : m_numbers(numbers)
@@ -59,8 +59,8 @@ private:
     std::array<struct sigaction, 2> m_before{};
 };
 
-/// Gives the terminal back as it was: a command that asks for a pass phrase and is interrupted
-/// leaves it without an echo.
+/// Restores the terminal: a command that is interrupted while asking for a pass phrase leaves it
+/// without echo.
 class TerminalGuard {
 public:
     TerminalGuard() : m_isTerminal(::tcgetattr(STDIN_FILENO, &m_before) == 0) {}

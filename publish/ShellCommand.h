@@ -5,8 +5,8 @@
 
 #include <QString>
 
-/// Runs \a command by the shell, with \a argument put behind it as one word, and waits for its end.
-/// It gets the terminal and the standard streams of this program; a terminal's interrupt ends the
+/// Runs \a command in the shell, with \a argument appended as one word, and waits for it to end. It
+/// gets the terminal and the standard streams of this program; a terminal's interrupt ends the
 /// command and not this program, and other requests to end are passed on to it.
 ///
 /// \a outputToErrors  whether its standard output goes to this program's standard error.

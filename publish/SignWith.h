@@ -11,7 +11,7 @@
 
 /// How a release is signed.
 struct Signing {
-    QString command;         ///< for the shell; the manifest's path is put behind it
+    QString command;         ///< for the shell; the manifest's path is appended
     QVector<PublicKey> keys; ///< one of them must have signed; with none, the form is not checked
     bool outputToErrors = false; ///< whether what the command prints goes to standard error
 };
@@ -20,7 +20,7 @@ struct Signing {
 /// what it leaves: a signature that is accepted, and everything else as it was, byte for byte.
 ///
 /// \a manifest, \a content  the manifest that was written there.
-/// Returns why the release must not be published, or empty text. The signature will survive a loss
-/// of power once its folder is synced.
+/// Returns why the release must not be published, or empty text. The signature will survive a power
+/// loss once its folder is synced.
 QString SignRelease(const QString &releaseDir, const ReleaseManifest &manifest,
                     const QByteArray &content, const Signing &signing);

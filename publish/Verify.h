@@ -19,13 +19,13 @@ struct VerifyTimeouts {
 struct VerifyOptions {
     QUrl baseUrl;                  ///< where the world fetches from; empty for \a outputDir
     QString outputDir;             ///< a folder that a base URL stands for
-    QVector<PublicKey> publicKeys; ///< one of them must have signed; with none, nobody must
-    bool strict = false;           ///< warnings are failures
+    QVector<PublicKey> publicKeys; ///< one of them must have signed; if empty, nobody must
+    bool strict = false;           ///< warnings count as failures
     VerifyTimeouts timeouts;
 };
 
-/// Reads update.json, the manifest and every file that are published, the way an updater does, and
-/// says what is wrong. Returns the program's exit code: 0 only when everything is right.
+/// Reads the published update.json, manifest and files the way an updater does, and prints what is
+/// wrong. Returns the program's exit code: 0 only when everything is right.
 ///
 /// Blocks in local event loops; the application object must exist.
 int Verify(const VerifyOptions &options, Report &report);

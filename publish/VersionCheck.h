@@ -9,8 +9,8 @@
 /// dots.
 QString NotAVersionReason(const QString &version);
 
-/// Returns what the number made of the \a version loses of it, or empty text when nothing is lost.
+/// Returns what is lost when the \a version becomes a number, or empty text if nothing is lost.
 ///
 /// The number of the host application is made the same way, so that a version which loses something
-/// may compare equal to an older or a newer one. The text is taken to be a version.
+/// may compare equal to an older or a newer one. The text must be a version.
 QString LossyVersionReason(const QString &version);

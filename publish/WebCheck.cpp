@@ -13,8 +13,8 @@
 
 namespace {
 
-constexpr int FewestConnections = 4;       // the way there takes its time, on one core too
-constexpr quint64 BytesAtOnce = 0x4000000; // of bodies, each of which is held twice on its way
+constexpr int FewestConnections = 4;       // latency matters even on one core
+constexpr quint64 BytesAtOnce = 0x4000000; // of bodies, each of which is held twice for a while
 constexpr quint64 OneDay = 86400;
 constexpr quint64 SlowestBytesPerSecond = 0x10000;
 

@@ -114,7 +114,7 @@ QString Workspace::makeOutput()
     for (const QString &folder : qAsConst(missing)) {
         if (MakeFolder(folder)) {
             m_made.prepend(folder);
-        } else if (errno != EEXIST) { // another publisher may have been quicker
+        } else if (errno != EEXIST) { // another publisher may have been faster
             return QStringLiteral("The folder \"%1\" cannot be created: %2.")
                 .arg(folder, SystemError());
         }
@@ -151,7 +151,7 @@ QString Workspace::removeLeftovers()
 {
     const QString leftover =
         QStringLiteral("The leftover \"%1\" cannot be removed.").arg(m_work.path());
-    if (QFileInfo(m_work.path()).isSymLink()) { // not ours, and nor is what it points at
+    if (QFileInfo(m_work.path()).isSymLink()) { // not ours, and neither is what it points to
         return QFile::remove(m_work.path()) ? QString() : leftover;
     }
     // A run that ended between its two strokes left a release that nothing announces yet. Only

@@ -16,7 +16,7 @@ QNetworkReply *BoundedManager::createRequest(Operation operation, const QNetwork
     QNetworkReply *reply = QNetworkAccessManager::createRequest(operation, request, outgoingData);
     m_reply = reply;
     m_body = Body::Pending;
-    m_isLengthTold = false;
+    m_isEndKnown = false;
     QObject::connect(
         reply, &QNetworkReply::downloadProgress, this,
         [this, reply](qint64 received, qint64 total) { look(reply, qMax(received, total)); });
@@ -41,5 +41,6 @@ void BoundedManager::end(const QNetworkReply *reply)
     const bool isShort = told.isValid() && told.toLongLong() != reply->bytesAvailable();
     const bool isBroken = isShort || reply->error() != QNetworkReply::NoError;
     m_body = isBroken ? Body::BrokenOff : Body::Whole;
-    m_isLengthTold = told.isValid(); // chunks may be broken in ways that nobody notices
+    m_isEndKnown =
+        told.isValid() || reply->attribute(QNetworkRequest::Http2WasUsedAttribute).toBool();
 }

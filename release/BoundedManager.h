@@ -21,8 +21,9 @@ public:
     /// How the body of the last request came, or that it is still under way.
     Body body() const { return m_body; }
 
-    /// Whether the server said how long the last body is.
-    bool isLengthTold() const { return m_isLengthTold; }
+    /// Whether a last body that broke off would have been noticed: the server said how long it is,
+    /// or the protocol marks its end. Chunks do not count: a missing last one is passed over.
+    bool isEndKnown() const { return m_isEndKnown; }
 
 protected:
     QNetworkReply *createRequest(Operation operation, const QNetworkRequest &request,
@@ -34,6 +35,6 @@ private:
 
     qint64 m_limit = 0;
     Body m_body = Body::Pending;
-    bool m_isLengthTold = false;
+    bool m_isEndKnown = false;
     QPointer<QNetworkReply> m_reply; // what comes from earlier ones does not count
 };

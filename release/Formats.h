@@ -20,6 +20,9 @@ constexpr qint64 TooLargeSize = (qint64{1} << 31) - 64;
 /// That size in words, to stand behind what has it.
 const QString TooLargeText = QStringLiteral("of almost 2 GiB (2,147,483,584 bytes) and more");
 
+/// How many bytes an update.json may have; a longer one is refused unread.
+constexpr qint64 LongestDescription = qint64{1} << 20;
+
 /// What the names of the publisher's own files beside the releases begin with.
 const QString WorkspacePrefix = QStringLiteral(".publish_update");
 

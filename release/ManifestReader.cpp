@@ -3,8 +3,8 @@
 
 #include "release/ManifestReader.h"
 
-#include "release/Formats.h"
 #include "release/LinkWalk.h"
+#include "release/ManifestHead.h"
 #include "release/ReleasePaths.h"
 
 #include <algorithm>
@@ -120,45 +120,22 @@ const ManifestReader::KnownLine *ManifestReader::Find(Bytes name)
 QString ManifestReader::readRelease()
 {
     m_manifest.isComplete = true;
-    QString reason = ReadNumber(m_fields[1], m_manifest.version);
-    if (reason.isEmpty()) {
-        reason = ReadText(m_fields[2], m_manifest.folder);
-    }
-    if (reason.isEmpty()) {
-        reason = ReadText(m_fields[3], m_manifest.versionString);
-    }
-    if (!reason.isEmpty()) {
-        return lost(reason);
-    }
-    const QString folder = FolderReason(m_manifest.folder);
-    return folder.isEmpty()
-               ? folder
-               : lost(QStringLiteral("folder \"%1\": %2").arg(m_manifest.folder, folder));
+    return lost(ReadReleaseFields(m_fields[1], m_fields[2], m_fields[3], m_manifest));
 }
 
 QString ManifestReader::readApplication()
 {
-    const QString reason = ReadText(m_fields[1], m_manifest.application);
-    if (!reason.isEmpty()) {
-        return lost(reason);
-    }
-    return m_fields[1].empty() ? lost(QStringLiteral("the application has no identifier"))
-                               : QString();
+    return lost(ReadApplication(m_fields[1], m_manifest.application));
 }
 
 QString ManifestReader::readMinimum()
 {
-    const QString reason = ReadNumber(m_fields[1], m_manifest.minVersion);
-    return reason.isEmpty() ? reason : lost(reason);
+    return lost(ReadNumber(m_fields[1], m_manifest.minVersion));
 }
 
 QString ManifestReader::readPage()
 {
-    QString reason = ReadText(m_fields[1], m_manifest.page);
-    if (reason.isEmpty()) {
-        reason = DownloadUrlReason(m_manifest.page);
-    }
-    return reason.isEmpty() ? reason : lost(reason);
+    return lost(ReadPage(m_fields[1], m_manifest.page));
 }
 
 /// Reads a line of three fields and the one that follows it.
@@ -265,7 +242,7 @@ QString ManifestReader::readFolder()
 
 QString ManifestReader::lost(const QString &reason) const
 {
-    return AtLine(m_number, reason);
+    return reason.isEmpty() ? reason : AtLine(m_number, reason);
 }
 
 QString ManifestReader::added(ManifestTree::Kind kind, Bytes path, bool isEmpty)

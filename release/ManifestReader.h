@@ -44,6 +44,7 @@ private:
     QString readLoneFileLine();
     QString readLink();
     QString readFolder();
+    /// What is wrong, with the number of the line; nothing for nothing.
     QString lost(const QString &reason) const;
     QString added(ManifestTree::Kind kind, Bytes path, bool isEmpty = false);
 

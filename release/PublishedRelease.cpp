@@ -9,8 +9,6 @@ namespace {
 
 using Kind = ReleaseFault::Kind;
 
-constexpr qint64 LongestDescription = qint64{1} << 20;
-
 ReleaseFault ReadDescription(ReleaseSource &source, PublishedRelease &release)
 {
     QByteArray content;
@@ -70,8 +68,12 @@ ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey
         !fault.isNone()) {
         return fault;
     }
-    if (!source.isKnownWhole() && !release.manifestContent.endsWith('\n')) {
-        return {Kind::Network, name, QStringLiteral("it is cut off: its last line has no end")};
+    // A signature tells a part from the whole. Without one, files that a part does not list would
+    // be taken for files that the release no longer has.
+    if (keys.isEmpty() && !source.isKnownWhole()) {
+        return {Kind::Network, name,
+                QStringLiteral("the server does not say how long it is, so that a part of it could "
+                               "pass for the whole")};
     }
     if (!keys.isEmpty()) { // before anything else is made of the manifest
         ReleaseFault fault = CheckSignature(source, folder + SIGNATURE_FILENAME, keys, release);

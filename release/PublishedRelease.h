@@ -26,7 +26,7 @@ struct PublishedRelease {
 ///
 /// With keys, nothing unsigned decides anything: update.json only says where to look. A complete
 /// manifest must be of the version and the folder that update.json names, with keys or without. An
-/// old manifest is refused with keys.
+/// old manifest is refused with keys, and one that may have been cut off unnoticed without any.
 ///
 /// Returns what is wrong; what \a release holds then means nothing. Takes as long as \a source.
 ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey> &keys,

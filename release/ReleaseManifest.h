@@ -62,8 +62,9 @@ QByteArray ManifestContent(const ReleaseManifest &manifest);
 /// are passed over, unknown ones that begin with "@!" refused. An old one is read as ParseMd5File()
 /// does, and its paths and sizes are checked.
 ///
-/// Returns why the content is refused, or empty text. The text names the line: `line 7: ...`. What
-/// \a manifest holds after a failure means nothing.
+/// Returns why the content is refused, or empty text. The text names the line, `line 7: ...`, but
+/// for a file of an old one, which it names by its path. What \a manifest holds after a failure
+/// means nothing.
 QString ReadManifest(const QByteArray &content, ReleaseManifest &manifest);
 
 /// Returns the record of a \a file as ParseMd5File() gives it.

@@ -119,7 +119,7 @@ ReleaseFault WebSource::read(const QString &name, qint64 limit, QByteArray &cont
 
 bool WebSource::isKnownWhole() const
 {
-    return m_manager->isLengthTold();
+    return m_manager->isEndKnown();
 }
 
 FolderSource::FolderSource(QString folder) : m_folder(std::move(folder)) {}

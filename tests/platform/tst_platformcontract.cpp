@@ -34,7 +34,10 @@ struct Implementation {
 
 QList<Implementation> Implementations()
 {
-    QList<Implementation> list{{"portable", QStringLiteral(PORTABLE_DRIVER)}};
+    QList<Implementation> list;
+#ifdef PORTABLE_DRIVER
+    list.append({"portable", QStringLiteral(PORTABLE_DRIVER)});
+#endif
 #ifdef MAC_DRIVER
     list.append({"macOS", QStringLiteral(MAC_DRIVER)});
 #endif

@@ -13,13 +13,13 @@
 
 #include <unistd.h>
 
-ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper)
+ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper, int seconds)
 {
     const QStringList command = wrapper + QStringList{PublishProgram()} + arguments;
     QProcess process;
     process.start(command.constFirst(), command.mid(1));
     ToolRun run;
-    if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit) {
+    if (process.waitForFinished(seconds * 1000) && process.exitStatus() == QProcess::NormalExit) {
         run.exitCode = process.exitCode();
     }
     run.output = process.readAllStandardOutput();

@@ -19,9 +19,9 @@ struct ToolRun {
     QByteArray errors;
 };
 
-/// Runs publish_update with \a arguments to its end, in one minute at most. A \a wrapper is a
+/// Runs publish_update with \a arguments to its end, in \a seconds at most. A \a wrapper is a
 /// command that the program's own command line is put behind.
-ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper = {});
+ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper = {}, int seconds = 60);
 
 /// The path of the program.
 QString PublishProgram();

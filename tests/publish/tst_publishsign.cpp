@@ -24,6 +24,9 @@ private slots:
     void sign_withoutAKey_isWarnedOf();
     void sign_withoutAnIdentifier_isWarnedOf();
     void sign_signature_canBeReadByEverybody();
+    void sign_comment_hasALimit_data();
+    void sign_comment_hasALimit();
+    void unsigned_afterASignedOne_isWarnedOf();
     void sign_command_runsWhereTheCallerIs();
     void sign_command_getsAnyPath();
     void sign_command_hasTheTerminal();
@@ -129,6 +132,41 @@ void tst_PublishSign::sign_signature_canBeReadByEverybody()
     struct stat status {};
     QCOMPARE(::stat(signature().toUtf8().constData(), &status), 0);
     QCOMPARE(int(status.st_mode & 07777), 0644);
+}
+
+void tst_PublishSign::sign_comment_hasALimit_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::addColumn<bool>("isTaken");
+    QTest::newRow("500 bytes") << 500 << true;
+    QTest::newRow("10 kB") << 10000 << false;
+    QTest::newRow("longer than any signature has to be") << 0x4000 << false;
+}
+
+void tst_PublishSign::sign_comment_hasALimit()
+{
+    QFETCH(int, length);
+    QFETCH(bool, isTaken);
+    WriteFile(m_folder->filePath("comment"), QByteArray(length, 'c'));
+    const ToolRun run = publishBy("eval \"$sign\" '\"$1\"'\n"
+                                  "{ printf 'untrusted comment: '; cat ../../../comment; echo\n"
+                                  "tail -n 3 \"$1.minisig\"; } > \"$TMPDIR/s\"\n"
+                                  "mv \"$TMPDIR/s\" \"$1.minisig\"\n");
+    QVERIFY2(run.exitCode == (isTaken ? 0 : 1), run.errors.constData());
+}
+
+void tst_PublishSign::unsigned_afterASignedOne_isWarnedOf()
+{
+    QCOMPARE(publish(m_key.command(), keyOption()).exitCode, 0);
+    QStringList arguments = PublishArguments(m_release, m_output);
+    arguments.replace(1, "3.10.26");
+    QCOMPARE(RunPublish(arguments + QStringList("--strict")).exitCode, 1);
+    QVERIFY(!QFileInfo::exists(m_output + "/3.10.26"));
+    const ToolRun run = RunPublish(arguments);
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.errors,
+             QByteArray("publish_update: warning: the announced release is signed, this "
+                        "one is not: who demands a signature will not take it.\n"));
 }
 
 void tst_PublishSign::sign_command_runsWhereTheCallerIs()

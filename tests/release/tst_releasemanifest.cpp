@@ -236,6 +236,8 @@ void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_dat
     row("folder deeper", "3.10.25", "a/b", "line 1: folder \"a/b\": it is a path, not a name");
     row("version text not UTF-8", "\t3.10.25\n", "\t3\xFF\n",
         "line 1: \"3\uFFFD\" does not come unchanged through UTF-8");
+    row("version text with the mark of lost letters", "\t3.10.25\n", "\t3\xEF\xBF\xBD\n",
+        "line 1: \"3\uFFFD\" does not come unchanged through UTF-8");
     row("@application with one field", "@application\tcom.example.sample", "@application",
         "line 2: @application has 1 fields instead of 2");
     row("@application without a name", "com.example.sample", "",

@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: The updater authors
+# SPDX-License-Identifier: MIT
+#
+# bare.sh [COMMAND...]: makes the smallest Debian 12 there is in build/bare, copies this checkout into it and runs
+# ./run and ./check there, or each COMMAND instead. Needs root and debootstrap; takes the packages from where this
+# machine's come from. The root is removed when all went well.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$PWD/build/bare
+
+if [ "${BARE_NAMESPACE-}" != entered ]; then
+  [ "$(id -u)" = 0 ] || { echo "bare.sh: only root can make a root of its own" >&2; exit 1; }
+  # Mounts and processes of its own: nothing of either is left behind.
+  BARE_NAMESPACE=entered exec unshare --mount --pid --fork --kill-child --propagation private "$0" "$@"
+fi
+
+archive() { # where this machine's packages of the release come from
+  apt-get indextargets --format '$(REPO_URI)' 'Codename: bookworm' 'Created-By: Packages' 'Component: main' | head -n 1
+}
+
+make_root() {
+  rm -rf "$root"
+  mkdir -p "$root"
+  debootstrap --variant=minbase bookworm "$root" "$(archive)" >build/bare.log ||
+    { cat build/bare.log "$root/debootstrap/debootstrap.log" >&2; exit 1; }
+  mkdir "$root/updater"
+  tar --exclude=./build --exclude=./.git -cf - . | tar -C "$root/updater" -xf -
+}
+
+mount_surroundings() {
+  mount -t proc proc "$root/proc"
+  mount -t sysfs -o ro sysfs "$root/sys"
+  mount --rbind /dev "$root/dev"
+  mount -t tmpfs -o mode=1777 tmpfs "$root/dev/shm"
+  cp /etc/resolv.conf "$root/etc/resolv.conf"
+}
+
+[ $# -gt 0 ] || set -- ./run ./check
+make_root
+mount_surroundings
+for command in "$@"; do
+  echo "In a bare Debian 12: $command"
+  env -i HOME=/root PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
+    chroot "$root" /bin/bash -c "cd /updater && $command"
+done
+umount -R "$root/dev" "$root/sys" "$root/proc"
+rm -rf "$root"
