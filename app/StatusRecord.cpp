@@ -3,6 +3,8 @@
 
 #include "app/StatusRecord.h"
 
+#include "platform/ForkedMemory.h"
+
 #include <QtEndian>
 
 namespace {
@@ -33,9 +35,13 @@ bool StatusRecord::claim()
 {
     if (m_segment.attach(QSharedMemory::ReadWrite) ||
         m_segment.error() == QSharedMemory::AlreadyExists) {
+        KeepFromChildren(m_segment.data(), RecordSize);
         return false;
     }
     (void)m_segment.create(RecordSize, QSharedMemory::ReadWrite); // may fail: see the header
+    // A child that cannot become the host application may end after this process, and would leave
+    // the segment behind.
+    KeepFromChildren(m_segment.data(), RecordSize);
     write({false, false});
     return true;
 }

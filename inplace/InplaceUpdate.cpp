@@ -25,8 +25,8 @@ Outcome TryOnce(const UpdateOptions &options, StopSignals &stop, Conversation &c
 {
     Layout layout;
     Problem problem = FindFolders(options, layout);
-    // A missing installation may be brought back.
-    if (!problem && QFileInfo::exists(layout.install)) {
+    // A missing installation may be brought back, if its former tree is there.
+    if (!problem && (QFileInfo::exists(layout.install) || !QFileInfo::exists(layout.previous))) {
         problem = InstallProblem(layout);
     }
     if (problem) {

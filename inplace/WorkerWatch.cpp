@@ -55,7 +55,7 @@ void WorkerWatch::note()
         return;
     }
     const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (status != 200) {
+    if (status != 200 || m_reply->error() != QNetworkReply::NoError) { // or broken off
         m_networkFailure =
             QStringLiteral("%1,status=%2,%3")
                 .arg(m_reply->url().toString(), QString::number(status), m_reply->errorString());

@@ -23,8 +23,8 @@ public:
     /// Whether the server was silent for too long.
     bool hasStalled() const { return m_hasStalled; }
 
-    /// Whether the worker failed over an answer that was none, or not of status 200; then what it
-    /// was, with its address.
+    /// What was wrong with the answer that the worker failed over, with its address, when there was
+    /// none, it broke off or it was not of status 200; empty otherwise.
     QString networkFailure() const { return m_networkFailure; }
 
 protected:

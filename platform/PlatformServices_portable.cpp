@@ -22,8 +22,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t homePathSize = 512;
-std::array<char, homePathSize + 1> home_path; // the last byte stays zero: a full text ends there
+constexpr std::size_t HomePathSize = 512;
+std::array<char, HomePathSize + 1> home_path; // the last byte stays zero: a full text ends there
 bool init_home_path = false;
 
 fs::path InfoPlistPath()
@@ -80,7 +80,7 @@ const char *ApplicationHomePath()
     }
     (void)std::fprintf(stderr, "not sandboxed:path=%s,writable=%d\n", path.c_str(),
                        access(path.c_str(), W_OK) == 0 ? 1 : 0);
-    std::strncpy(home_path.data(), path.c_str(), homePathSize);
+    std::strncpy(home_path.data(), path.c_str(), HomePathSize);
     init_home_path = true;
     return home_path.data();
 }

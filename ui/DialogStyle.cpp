@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr qreal cornerRadius = 5;
-constexpr QColor accent(0x2f, 0x8f, 0x9d);
-constexpr QColor track(0xd5, 0xe4, 0xe7);
+constexpr qreal CornerRadius = 5;
+constexpr QColor Accent(0x2f, 0x8f, 0x9d);
+constexpr QColor Track(0xd5, 0xe4, 0xe7);
 
 struct ButtonColors {
     QColor fill;
@@ -21,25 +21,25 @@ struct ButtonColors {
     QColor pressed;
     QColor edge;
 };
-constexpr ButtonColors defaultButton{
-    {0xcf, 0xe9, 0xea}, {0xbf, 0xe0, 0xe2}, {0xab, 0xd4, 0xd7}, accent};
-constexpr ButtonColors otherButton{
+constexpr ButtonColors DefaultButton{
+    {0xcf, 0xe9, 0xea}, {0xbf, 0xe0, 0xe2}, {0xab, 0xd4, 0xd7}, Accent};
+constexpr ButtonColors OtherButton{
     {0xff, 0xff, 0xff}, {0xee, 0xf5, 0xf6}, {0xdc, 0xe9, 0xec}, {0xb4, 0xc6, 0xcb}};
 
-bool isDefault(const QStyleOption &option)
+bool IsDefault(const QStyleOption &option)
 {
     const auto *button = qstyleoption_cast<const QStyleOptionButton *>(&option);
     return button && button->features.testFlag(QStyleOptionButton::DefaultButton);
 }
 
 /// On the keyboard's way through the buttons; a focus that nobody moved is not shown.
-bool showsFocus(const QStyleOption &option)
+bool ShowsFocus(const QStyleOption &option)
 {
     return option.state.testFlag(QStyle::State_HasFocus) &&
            option.state.testFlag(QStyle::State_KeyboardFocusChange);
 }
 
-QColor fillOf(const QStyleOption &option, const ButtonColors &colors)
+QColor FillOf(const QStyleOption &option, const ButtonColors &colors)
 {
     if (option.state.testFlag(QStyle::State_Sunken)) {
         return colors.pressed;
@@ -47,23 +47,23 @@ QColor fillOf(const QStyleOption &option, const ButtonColors &colors)
     return option.state.testFlag(QStyle::State_MouseOver) ? colors.hovered : colors.fill;
 }
 
-void paintButton(const QStyleOption &option, QPainter &painter)
+void PaintButton(const QStyleOption &option, QPainter &painter)
 {
-    const ButtonColors &colors = isDefault(option) ? defaultButton : otherButton;
-    const bool focused = showsFocus(option);
+    const ButtonColors &colors = IsDefault(option) ? DefaultButton : OtherButton;
+    const bool focused = ShowsFocus(option);
     const qreal edge = focused ? 2 : 1;
     const qreal inset = edge / 2;
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(focused ? accent : colors.edge, edge));
-    painter.setBrush(fillOf(option, colors));
+    painter.setPen(QPen(focused ? Accent : colors.edge, edge));
+    painter.setBrush(FillOf(option, colors));
     painter.drawRoundedRect(QRectF(option.rect).adjusted(inset, inset, -inset, -inset),
-                            cornerRadius - inset, cornerRadius - inset);
+                            CornerRadius - inset, CornerRadius - inset);
     painter.restore();
 }
 
 /// Where the bar is filled; empty until it has begun, and never narrower than high from then on.
-QRectF filledPart(const QStyleOptionProgressBar &bar)
+QRectF FilledPart(const QStyleOptionProgressBar &bar)
 {
     const QRectF whole(bar.rect);
     const qint64 range = qint64{bar.maximum} - bar.minimum;
@@ -78,16 +78,16 @@ QRectF filledPart(const QStyleOptionProgressBar &bar)
     return {left, whole.top(), width, whole.height()};
 }
 
-void paintBar(const QStyleOptionProgressBar &bar, QPainter &painter)
+void PaintBar(const QStyleOptionProgressBar &bar, QPainter &painter)
 {
     const qreal radius = bar.rect.height() / 2.0;
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(track);
+    painter.setBrush(Track);
     painter.drawRoundedRect(QRectF(bar.rect), radius, radius);
-    painter.setBrush(accent);
-    painter.drawRoundedRect(filledPart(bar), radius, radius);
+    painter.setBrush(Accent);
+    painter.drawRoundedRect(FilledPart(bar), radius, radius);
     painter.restore();
 }
 
@@ -99,12 +99,12 @@ void CDialogStyle::drawControl(ControlElement element, const QStyleOption *optio
                                QPainter *painter, const QWidget *widget) const
 {
     if (element == CE_PushButtonBevel) {
-        paintButton(*option, *painter);
+        PaintButton(*option, *painter);
         return;
     }
     const auto *bar = qstyleoption_cast<const QStyleOptionProgressBar *>(option);
     if (element == CE_ProgressBar && bar) {
-        paintBar(*bar, *painter);
+        PaintBar(*bar, *painter);
         return;
     }
     QProxyStyle::drawControl(element, option, painter, widget);

@@ -17,12 +17,12 @@
 
 namespace {
 
-constexpr int longestLine = 300;   // characters; more than a dialog has room for
-constexpr int longestTip = 1000;   // characters; enough to fill the tip
-constexpr int tipWidth = 460;      // pixels of text, so about 480 with the edge
-constexpr int tipMargin = 16;      // pixels; of the tip's own edge, and to the edge of the screen
-constexpr int smallestTip = 80;    // pixels
-constexpr QPoint tipOffset(2, 16); // where the toolkit puts a tip, from the position it is given
+constexpr int LongestLine = 300;   // characters; more than a dialog has room for
+constexpr int LongestTip = 1000;   // characters; enough to fill the tip
+constexpr int TipWidth = 460;      // pixels of text, so about 480 with the edge
+constexpr int TipMargin = 16;      // pixels; of the tip's own edge, and to the edge of the screen
+constexpr int SmallestTip = 80;    // pixels
+constexpr QPoint TipOffset(2, 16); // where the toolkit puts a tip, from the position it is given
 
 QString Beginning(const QString &text, int length)
 {
@@ -46,7 +46,7 @@ QStringList TipLines(const QString &text, qreal height)
     layout.beginLayout();
     QStringList lines;
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-        line.setLineWidth(tipWidth);
+        line.setLineWidth(TipWidth);
         height -= line.height();
         if (height < 0 && !lines.isEmpty()) {
             lines.last() += QChar(0x2026);
@@ -80,7 +80,7 @@ bool CLabelLine::eventFilter(QObject *watched, QEvent *event)
 /// What the label has room for; its own text where that fits.
 QString CLabelLine::line() const
 {
-    const QString start = Beginning(m_label.text(), longestLine);
+    const QString start = Beginning(m_label.text(), LongestLine);
     const QString text = HasLineBreak(start) ? start.simplified() : start;
     return m_label.fontMetrics().elidedText(text, Qt::ElideRight, m_label.contentsRect().width());
 }
@@ -108,15 +108,15 @@ bool CLabelLine::showToolTip() const
         return false;
     }
     const QPoint below = m_label.mapToGlobal(m_label.rect().bottomLeft() + QPoint(0, 2));
-    const int room = m_label.screen()->geometry().bottom() - below.y() - tipMargin;
-    const int height = qMax(room, smallestTip); // for which the toolkit finds another place
+    const int room = m_label.screen()->geometry().bottom() - below.y() - TipMargin;
+    const int height = qMax(room, SmallestTip); // for which the toolkit finds another place
     // Rich text keeps the lines as they are; the text in it is escaped: markup shows as letters.
-    QStringList lines = TipLines(Beginning(m_label.text(), longestTip).simplified(), height);
+    QStringList lines = TipLines(Beginning(m_label.text(), LongestTip).simplified(), height);
     for (QString &text : lines) {
         text = text.toHtmlEscaped();
     }
     // It belongs to the window: with the label it would take the label's black text, on any colour.
-    QToolTip::showText(below - tipOffset,
+    QToolTip::showText(below - TipOffset,
                        QLatin1String("<p style='white-space:pre'>") +
                            lines.join(QLatin1String("<br>")) + QLatin1String("</p>"),
                        m_label.window());

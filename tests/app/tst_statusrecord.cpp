@@ -8,6 +8,10 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <memory>
+#include <sys/wait.h>
+#include <unistd.h>
+
 /// Keys lie below temporary folders, so that no two runs share a segment.
 class tst_StatusRecord : public QObject {
     Q_OBJECT
@@ -21,6 +25,8 @@ private slots:
     void read_bytes_countOnlyTheLowestBit();
     void write_success_setsByteZero();
     void record_withoutSegment_readsFalseAndDropsWrites();
+    void claim_segment_isNotInheritedByChildren_data();
+    void claim_segment_isNotInheritedByChildren();
 
 private:
     QString folder() const { return m_folder.path() + QLatin1Char('/'); }
@@ -125,6 +131,49 @@ void tst_StatusRecord::record_withoutSegment_readsFalseAndDropsWrites()
     QVERIFY(claimed);
     QCOMPARE(status.success, false);
     QCOMPARE(status.update, false);
+}
+
+namespace {
+
+bool IsAttachedToAnything()
+{
+    QFile maps(QStringLiteral("/proc/self/maps"));
+    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("/SYSV");
+}
+
+} // namespace
+
+void tst_StatusRecord::claim_segment_isNotInheritedByChildren_data()
+{
+    QTest::addColumn<bool>("isRunning");
+    QTest::newRow("by the session that made it") << false;
+    QTest::newRow("by a session that is refused") << true;
+}
+
+// A host application that cannot be started is a child that ends on its own time: still attached,
+// it would leave the segment behind.
+void tst_StatusRecord::claim_segment_isNotInheritedByChildren()
+{
+    QFETCH(bool, isRunning);
+    std::unique_ptr<QSharedMemory> running;
+    if (isRunning) {
+        running = std::make_unique<QSharedMemory>(key());
+        QVERIFY(running->create(2));
+    }
+    StatusRecord record(folder());
+    QCOMPARE(record.claim(), !isRunning);
+    running.reset();
+    if (!IsAttachedToAnything()) {
+        QSKIP("this toolkit or system does not share memory by System V segments");
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(IsAttachedToAnything() ? EXIT_FAILURE : EXIT_SUCCESS);
+    }
+    int status = -1;
+    QCOMPARE(::waitpid(child, &status, 0), child);
+    QVERIFY(WIFEXITED(status));
+    QCOMPARE(WEXITSTATUS(status), EXIT_SUCCESS);
 }
 
 QTEST_APPLESS_MAIN(tst_StatusRecord)

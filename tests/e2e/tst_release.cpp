@@ -101,11 +101,8 @@ void tst_Release::compareWithRelease() const
     Files installed = FilesBelow(path("installation"));
     QVERIFY(installed.remove(QStringLiteral("update_md5.info")) == 1);
     Files expected = NewRelease;
+    // Nobody knows whose it is: what was installed had no manifest.
     expected.insert(QStringLiteral("dropped"), "dropped");
-    for (const char *replaced : {"bin/kestrel", "资源/图 片.dat", "z/large"}) {
-        const QString name = QString::fromUtf8(replaced);
-        expected.insert(name + QStringLiteral(".old"), OldRelease.value(name));
-    }
     QCOMPARE(installed.keys(), expected.keys());
     for (auto file = expected.cbegin(); file != expected.cend(); ++file) {
         QVERIFY2(installed.value(file.key()) == file.value(), qPrintable(file.key()));
@@ -130,8 +127,8 @@ void tst_Release::update_overWebServer_bringsTheRelease()
     QVERIFY(update->waitForFinished());
     QCOMPARE(update->exitCode(), 0);
     if (console) {
-        QCOMPARE(update->readAllStandardOutput().trimmed(),
-                 QByteArray(R"({"errormsg":"更新成功","success":true,"update":true})"));
+        const QByteArray report = update->readAllStandardOutput();
+        QVERIFY2(report.contains(R"("code":"updated")"), report.constData());
     }
     compareWithRelease();
 }
@@ -140,7 +137,7 @@ void tst_Release::update_brokenInTheMiddle_isResumed()
 {
     QVERIFY(m_server->start(500000)); // some four seconds for the large file
     const auto broken = startUpdate({QStringLiteral("--console")}, nullptr);
-    const QString staged = path("staging") + QStringLiteral("/bin/kestrel");
+    const QString staged = path("staging") + QStringLiteral("/inplace_update#fetch/bin/kestrel");
     QVERIFY(QTest::qWaitFor([&] { return QFile::exists(staged); }, 10000));
     QByteArray said;
     QVERIFY(QTest::qWaitFor(

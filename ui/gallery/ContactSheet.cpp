@@ -14,11 +14,11 @@
 
 namespace {
 
-constexpr QSize cell(556, 341);
-constexpr int gap = 14;
-constexpr int head = 28;
+constexpr QSize Cell(556, 341);
+constexpr int Gap = 14;
+constexpr int Head = 28;
 
-bool writePage(const QDir &folder)
+bool WritePage(const QDir &folder)
 {
     QFile file(folder.filePath(QStringLiteral("index.html")));
     if (!file.open(QIODevice::WriteOnly)) {
@@ -46,24 +46,24 @@ bool writePage(const QDir &folder)
     return file.flush();
 }
 
-bool writeSheet(const QDir &folder)
+bool WriteSheet(const QDir &folder)
 {
     const QList<Look> &looks = AllLooks();
     const QList<Scene> &scenes = AllScenes();
-    QImage sheet(gap + looks.size() * (cell.width() + gap),
-                 head + scenes.size() * (cell.height() + head), QImage::Format_RGB32);
+    QImage sheet(Gap + looks.size() * (Cell.width() + Gap),
+                 Head + scenes.size() * (Cell.height() + Head), QImage::Format_RGB32);
     sheet.fill(QColor(0xc9, 0xcd, 0xd1));
     QPainter painter(&sheet);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     bool complete = true;
     for (int row = 0; row < scenes.size(); ++row) {
         for (int column = 0; column < looks.size(); ++column) {
-            const QPoint corner(gap + column * (cell.width() + gap),
-                                head + row * (cell.height() + head));
+            const QPoint corner(Gap + column * (Cell.width() + Gap),
+                                Head + row * (Cell.height() + Head));
             const QImage image(folder.filePath(
                 PictureName(QLatin1String(looks[column].name), QLatin1String(scenes[row].name))));
             complete = complete && !image.isNull();
-            painter.drawImage(QRect(corner, cell), image);
+            painter.drawImage(QRect(corner, Cell), image);
             painter.drawText(corner - QPoint(0, 8),
                              QStringLiteral("%1, %2").arg(QString::fromUtf8(scenes[row].title),
                                                           QString::fromUtf8(looks[column].title)));
@@ -82,5 +82,5 @@ QString PictureName(const QString &look, const QString &scene)
 
 bool WriteContactSheet(const QDir &folder)
 {
-    return writePage(folder) && writeSheet(folder);
+    return WritePage(folder) && WriteSheet(folder);
 }
