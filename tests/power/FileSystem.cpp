@@ -32,17 +32,25 @@ int Run(const QStringList &command, const QString &image, QString &errors)
 
 FileSystem FileSystemNamed(const QString &name)
 {
-    // Two disks of one btrfs or xfs may not be mounted at once, nor one that looks like another.
+    // One checksum covers all sectors of the block that ext4 and btrfs begin with: torn, it is
+    // mended from its copies, as a machine does at its start. Two disks of one btrfs or xfs may not
+    // be mounted at once, nor one that looks like another.
     const FileSystem all[] = {
         {"ext4",
          128 * MiB,
          {"mkfs.ext4", "-q", "-F", "-E", "nodiscard,lazy_itable_init=0,lazy_journal_init=0"},
          "commit=1",
          "",
-         // Its own first block fills two sectors, and one checksum covers both.
-         {"e2fsck", "-f", "-y"}},
-        {"xfs", 300 * MiB, {"mkfs.xfs", "-q", "-f", "-K"}, "", "nouuid", {}},
-        {"btrfs", 256 * MiB, {"mkfs.btrfs", "-q", "-f", "-K"}, "commit=1", "", {}},
+         {"e2fsck", "-f", "-y"},
+         1},
+        {"xfs", 300 * MiB, {"mkfs.xfs", "-q", "-f", "-K"}, "", "nouuid", {}, 0},
+        {"btrfs",
+         256 * MiB,
+         {"mkfs.btrfs", "-q", "-f", "-K"},
+         "commit=1",
+         "",
+         {"btrfs", "rescue", "super-recover", "-y"},
+         2},
     };
     for (const FileSystem &one : all) {
         if (one.name == name) {
@@ -69,5 +77,6 @@ QString Format(const FileSystem &fileSystem, const QString &image)
 bool Repair(const FileSystem &fileSystem, const QString &image)
 {
     QString errors;
-    return !fileSystem.repair.isEmpty() && Run(fileSystem.repair, image, errors) == 1;
+    return !fileSystem.repair.isEmpty() &&
+           Run(fileSystem.repair, image, errors) == fileSystem.repaired;
 }

@@ -12,7 +12,8 @@ struct FileSystem {
     QStringList make;      ///< the command that makes one in the file that is its last argument
     QByteArray recording;  ///< options to mount it with while it is recorded: soon on the disk
     QByteArray afterwards; ///< options to mount it with when the power is back
-    QStringList repair;    ///< the command that a machine runs at its start, followed by the disk
+    QStringList repair;    ///< the command that mends its first block, followed by the disk
+    int repaired = 0;      ///< the exit code by which the command says that it did
 };
 
 /// Returns the file system of this name; one without a name when it is not known.
@@ -21,5 +22,6 @@ FileSystem FileSystemNamed(const QString &name);
 /// Makes it in the image, over everything that is there. Returns why that failed, or empty text.
 QString Format(const FileSystem &fileSystem, const QString &image);
 
-/// Runs the repair command, where there is one, on the image. Returns whether it mended something.
+/// Runs the repair command, where there is one, on the image that could not be mounted. Returns
+/// whether it mended something.
 bool Repair(const FileSystem &fileSystem, const QString &image);

@@ -197,7 +197,8 @@ std::vector<PowerCut> PowerCuts::choose(int count, quint32 seed) const
             add(writes[random.bounded(static_cast<quint32>(writes.size()))] + 1, false);
         } else {
             const auto span = random.bounded(static_cast<quint32>(flushes.size() - 1));
-            add(random.bounded(flushes[span], flushes[span + 1]) + 1, false);
+            const int from = flushes[span];
+            add(random.bounded(from, qMax(from + 1, flushes[span + 1])) + 1, false);
         }
     }
     std::stable_sort(cuts.begin(), cuts.end(),

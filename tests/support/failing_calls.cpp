@@ -305,6 +305,15 @@ int syncfs(int descriptor) noexcept
     return Fails("sync", PathOf(descriptor)) ? -1 : Next(&::syncfs, "syncfs")(descriptor);
 }
 
+int sync_file_range(int descriptor, off64_t from, off64_t length, unsigned flags)
+{
+    // One that only begins to write promises nothing.
+    const bool isWait = flags != SYNC_FILE_RANGE_WRITE;
+    return isWait && Fails("sync", PathOf(descriptor))
+               ? -1
+               : Next(&::sync_file_range, "sync_file_range")(descriptor, from, length, flags);
+}
+
 int rename(const char *from, const char *to) noexcept
 {
     return FailsForBoth("rename", PathOf(AT_FDCWD, from), PathOf(AT_FDCWD, to))
