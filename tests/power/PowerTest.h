@@ -19,9 +19,12 @@ struct PowerTally {
     int images = 0;
     int losses = 0;
     int repaired = 0;     ///< images that the file system's own repair had to look at first
+    int gone = 0;         ///< images whose file system could not be brought back; not in the others
     QStringList findings; ///< the first few
 
     void add(const QString &finding);
+    /// No losses, and hardly ever a file system that was gone.
+    bool isClean() const;
     /// One line for the page, and the findings.
     QString text() const;
 };
