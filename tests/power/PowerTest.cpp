@@ -167,12 +167,15 @@ int ChosenImages(int otherwise)
     return given ? images : otherwise;
 }
 
-void AddLibrariesWithoutSyncs()
+void AddLibrariesWithoutSyncs(bool ofFolders)
 {
     QTest::addColumn<QString>("preloaded");
     QTest::newRow("without syncs") << NO_SYNC;
-    if (ChosenImages(0) >= ManyImages) {
+    const bool hasMany = ChosenImages(0) >= ManyImages;
+    if (hasMany) {
         QTest::newRow("without syncs of files") << NO_FILE_SYNC;
+    }
+    if (hasMany && ofFolders) {
         QTest::newRow("without syncs of folders") << NO_FOLDER_SYNC;
     }
 }

@@ -48,8 +48,9 @@ FileSystem ChosenFileSystem();
 int ChosenImages(int otherwise);
 
 /// Adds a column "preloaded" with a row for each library that takes syncs out of a program: all of
-/// them, and with many images those of files and of folders too.
-void AddLibrariesWithoutSyncs();
+/// them, and with many images those of files too, and of folders alone when \a ofFolders says that
+/// a program is seen to lose something without these.
+void AddLibrariesWithoutSyncs(bool ofFolders);
 
 /// Gives the process mounts, a network and shared memory of its own, and a folder in memory for the
 /// images. To be called before there is a second thread. \a reason says why tests of this kind

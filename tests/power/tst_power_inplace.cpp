@@ -200,7 +200,7 @@ void tst_PowerInplace::update_powerFails_installationIsWholeAndMends()
 
 void tst_PowerInplace::update_withoutSyncs_isSeenToLose_data()
 {
-    AddLibrariesWithoutSyncs();
+    AddLibrariesWithoutSyncs(true);
 }
 
 void tst_PowerInplace::update_withoutSyncs_isSeenToLose()
