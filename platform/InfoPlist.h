@@ -8,8 +8,7 @@
 #include <string>
 
 /// \file
-/// Reads a bundle's property list where the system has no reader of its own. Callable on any
-/// thread.
+/// Reads a bundle's property list. Callable on any thread.
 
 /// What is read from a property list. A text ends at its first NUL.
 struct InfoPlist {

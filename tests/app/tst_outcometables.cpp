@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The columns that a page tells about an outcome, and how it words them.
+/// The columns in which a page describes an outcome, and their wording.
 struct Page {
     const char *path;
     const char *heading;
@@ -18,7 +18,7 @@ struct Page {
     int host;               ///< the columns, from the left, from 0 on
     int marker;
     int exitCode;
-    int window; ///< -1: the page does not tell
+    int window; ///< -1: the page has no such column
 };
 
 constexpr Page Readme{"README.md", "## Outcomes", "windowed", "%1 (windowed %2)", 4, 5, 6, 3};
@@ -57,8 +57,8 @@ QString Number(const char *marker)
     return pattern.match(QString::fromUtf8(marker)).captured(1);
 }
 
-/// An outcome that is told twice, once for each mode, has a row for each: the one of console mode
-/// never starts the host, the one of the windows offers a retry.
+/// An outcome that is listed twice, once per mode, has a row for each: the one for console mode
+/// never starts the host, the one for windows offers a retry.
 bool IsWindowedAlone(const SessionOutcomeInfo &info)
 {
     return info.retry;
@@ -92,7 +92,7 @@ bool WindowFits(const QString &window, const SessionOutcomeInfo &info)
 
 Q_DECLARE_METATYPE(Page)
 
-/// What the pages tell about the outcomes is what the code has.
+/// What the pages say about the outcomes matches the code.
 class tst_OutcomeTables : public QObject {
     Q_OBJECT
 

@@ -415,7 +415,7 @@ void tst_Session::log_afterTheClosingMarker_isSilent()
     QVERIFY2(m_bundle->log().last().startsWith(QStringLiteral("I ----------------更新程序关闭")),
              qPrintable(m_bundle->log().join(QLatin1Char('\n'))));
     const QByteArray errors = ReadFile(m_bundle->path(QStringLiteral("records/stderr")));
-    QVERIFY(errors.contains("the application object ends")); // it was said, and not written
+    QVERIFY(errors.contains("the application object ends")); // it was printed, and not logged
 }
 
 QTEST_GUILESS_MAIN(tst_Session)

@@ -19,7 +19,7 @@ QString Marker(const char *number)
         .arg(QLatin1String(number));
 }
 
-/// A segment as another session of the same folder would have it.
+/// A segment like that of another session in the same folder.
 class RunningSession {
 public:
     explicit RunningSession(const QString &folder)
@@ -36,8 +36,8 @@ private:
 
 } // namespace
 
-/// Which host a session starts, from where and whether at all, by sessions with a user built in who
-/// gives up at every dialog.
+/// Which host a session starts, from where and whether at all, tested by sessions with a built-in
+/// user who gives up at every dialog.
 class tst_SessionHost : public QObject {
     Q_OBJECT
 
@@ -140,7 +140,7 @@ void tst_SessionHost::emptyName_everyOutcome_startsNoProcess()
     QCOMPARE(m_bundle->hostStarts(), QStringList());
 }
 
-// A failed start is a process, too: so the count above sees what it is meant to see.
+// A failed start is a process too, so the count above includes it.
 void tst_SessionHost::missingHost_isTriedOnce()
 {
     m_bundle->writeConfig("ExeName=Missing\n");
@@ -166,7 +166,7 @@ void tst_SessionHost::folderNamedBin_keepsItsOwnConfigurationHostAndGuard()
     m_bundle->writeConfig("ExeName=Right\n");
     WriteFile(m_bundle->path(QStringLiteral("app/system.cfg")), "ExeName=Wrong\n");
 
-    // A guard of the folder above is another one's.
+    // A guard of the parent folder belongs to another installation.
     const RunningSession above(m_bundle->path(QStringLiteral("app")));
     run();
     QCOMPARE(m_bundle->log().last(), Marker("3"));

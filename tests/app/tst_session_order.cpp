@@ -6,7 +6,7 @@
 
 #include <QtTest>
 
-/// In which order a session does what can be seen from outside.
+/// The order of everything a session does that is visible from outside.
 class tst_SessionOrder : public QObject {
     Q_OBJECT
 
@@ -33,7 +33,7 @@ QByteArray Newer(const QByteArray &downloadUrl)
     return R"({"Version":9000000,"VersionString":"9","DownloadUrl":")" + downloadUrl + "\"}";
 }
 
-/// The log of a session from the first line that is about more than itself.
+/// The log of a session from the first line after its start-up.
 QStringList Run(const QByteArray &body, const QStringList &arguments,
                 const QMap<QString, QString> &variables)
 {
@@ -48,7 +48,7 @@ QStringList Run(const QByteArray &body, const QStringList &arguments,
     if (!session->waitForFinished() || session->exitStatus() != QProcess::NormalExit) {
         return {QStringLiteral("the session did not end well")};
     }
-    // What it asks for and gets is not of interest here.
+    // What it requests and receives does not matter here.
     QStringList log;
     const QStringList lines = bundle.log();
     for (const QString &line : lines) {

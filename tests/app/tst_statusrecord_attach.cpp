@@ -14,7 +14,7 @@ QSharedMemory::SharedMemoryError AttachError = QSharedMemory::NoError;
 
 } // namespace
 
-// Stand before the toolkit's functions in this program.
+// Replace the toolkit's functions in this program.
 bool QSharedMemory::attach(AccessMode)
 {
     return false;

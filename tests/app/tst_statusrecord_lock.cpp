@@ -29,7 +29,7 @@ void Step(const char *what, const QByteArray &put)
 
 } // namespace
 
-// Stand before the toolkit's functions in this program.
+// Replace the toolkit's functions in this program.
 bool QSharedMemory::lock()
 {
     if (Onlooker && !Onlooker->isAttached()) {

@@ -8,8 +8,8 @@
 #include <QNetworkReply>
 #include <QPointer>
 
-/// One call of GetFileByUrl() whose arguments a test sets one by one. The out-parameters begin with
-/// contents of their own, so that a test sees which of them were touched.
+/// One call of GetFileByUrl() whose arguments a test sets one by one. The out-parameters start with
+/// known contents, so that a test sees which of them were changed.
 struct FetchCall {
     qint32 timeout = 20;
     QMap<QByteArray, QByteArray> headers;

@@ -6,7 +6,7 @@
 
 #include <QtTest>
 
-/// What GetFileByUrl() makes of an answer that arrived.
+/// How GetFileByUrl() treats a response that arrived.
 class tst_HttpFetchAnswer : public QObject {
     Q_OBJECT
 

@@ -6,7 +6,7 @@
 
 #include <QtTest>
 
-/// What GetFileByUrl() makes of connections that fail or end early, and of the time it waits.
+/// How GetFileByUrl() treats connections that fail or end early, and how long it waits.
 class tst_HttpFetchConnection : public QObject {
     Q_OBJECT
 

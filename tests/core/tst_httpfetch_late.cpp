@@ -62,7 +62,7 @@ void tst_HttpFetchLate::getFileByUrl_timedOut_leavesTheReplyRunningUntilItIsDele
     QVERIFY(!call.run(manager, server.url("/")));
     QVERIFY(manager.reply());
     QVERIFY(manager.reply()->isRunning());
-    QCOMPARE(manager.reply()->error(), QNetworkReply::NoError); // an aborted one says so
+    QCOMPARE(manager.reply()->error(), QNetworkReply::NoError); // an aborted reply would say so
     DeleteDeferred();
     QVERIFY(!manager.reply());
 }
@@ -100,7 +100,7 @@ void tst_HttpFetchLate::getFileByUrl_managerGoneAfterTheTimeout_takesTheReplyAlo
     manager.reset();
     QVERIFY(!reply);
     timedOut = true;
-    QTest::qWait(50); // gives a late answer the chance to do harm
+    QTest::qWait(50); // gives a late response the chance to do harm
     QVERIFY(call.successOutputsUntouched());
 }
 

@@ -14,8 +14,8 @@ private slots:
     static void getFileByUrl_noReplyObject_failsAtOnceWithItsText();
 };
 
-// Stands in for the toolkit's function in this program. A manager whose createRequest() gives no
-// reply does not do: the toolkit's own function would use the null pointer.
+// Replaces the toolkit's function in this program. A manager whose createRequest() gives no reply
+// would not do: the toolkit's own function would use the null pointer.
 QNetworkReply *QNetworkAccessManager::sendCustomRequest(const QNetworkRequest &, const QByteArray &,
                                                         const QByteArray &)
 {

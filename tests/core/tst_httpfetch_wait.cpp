@@ -14,7 +14,7 @@ QList<QEventLoop::ProcessEventsFlags> Waits;
 
 } // namespace
 
-// Stands before the toolkit's function in this program, and passes on to it.
+// Replaces the toolkit's function in this program, and passes the call on to it.
 int QEventLoop::exec(ProcessEventsFlags flags)
 {
     if (thread() == QCoreApplication::instance()->thread()) {

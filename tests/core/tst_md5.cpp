@@ -101,7 +101,7 @@ void tst_Md5::checkFileMd5_readOnlyFile_isReadAndLeftAlone()
     QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x4044)));
     const QDateTime modified = QFileInfo(path).lastModified();
     {
-        const OrdinaryUser user; // whom permissions bind
+        const OrdinaryUser user; // to whom permissions apply
         QVERIFY(CheckFileMd5(path, Abc));
     }
     QCOMPARE(QFileInfo(path).lastModified(), modified);
@@ -142,7 +142,7 @@ void tst_Md5::strupr_andStrlwr_changeLettersInPlace_data()
 void tst_Md5::strupr_andStrlwr_changeLettersInPlace()
 {
     QFETCH(QByteArray, text);
-    std::setlocale(LC_CTYPE, "C"); // the classification decides what a letter is
+    std::setlocale(LC_CTYPE, "C"); // the locale decides what a letter is
 
     QByteArray upper = text;
     QCOMPARE(static_cast<void *>(strupr(upper.data())), static_cast<void *>(upper.data()));

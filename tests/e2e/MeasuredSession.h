@@ -11,7 +11,7 @@
 
 #include <memory>
 
-/// Returns a description of 4,000 bytes by which no update is needed.
+/// Returns a description of 4,000 bytes that needs no update.
 QByteArray MeasuredDescription();
 
 /// How a console session ended: message and success of its report, closing marker and exit code.
@@ -21,16 +21,16 @@ struct SessionEnd {
     QString marker;
     int exitCode = -1;
 
-    /// All of it in one text, to be compared.
+    /// All of it in one text, for comparison.
     QString text() const;
 };
 
 /// The end of a session when no description arrives, with the fetch's \a error.
 SessionEnd FetchFailed(const QString &error);
-/// The end of a session that \a body arrives at; it is either MeasuredDescription() or not valid.
+/// The end of a session that receives \a body, which is either MeasuredDescription() or invalid.
 SessionEnd Arrived(const QByteArray &body);
 
-/// A console session in a bundle of its own, with the time and the memory that it takes.
+/// A console session in a bundle of its own, with its time and memory.
 class MeasuredSession {
 public:
     /// Installs \a updater and starts it, with \a more in its environment.
@@ -43,7 +43,7 @@ public:
     /// Milliseconds from its start to its end.
     qint64 lifetime() const { return m_lifetime; }
     double peakMebibytes() const { return m_memory.mebibytes(); }
-    /// Prints what it took.
+    /// Prints its time and memory.
     void report(const QString &what) const;
     const HostBundle &bundle() const { return m_bundle; }
 

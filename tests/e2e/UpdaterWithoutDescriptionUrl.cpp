@@ -5,7 +5,7 @@
 
 #include <QString>
 
-/// The updater with a base URL that is valid alone and not together with the description's name.
+/// The updater with a base URL that is valid alone, but not with the description's name appended.
 int main(int argc, char *argv[])
 {
     return RunUpdateSession(argc, argv, QStringLiteral("x:"), QStringLiteral("/["));

@@ -18,12 +18,12 @@ constexpr int QuickMs = 14000;         // before the time-out
 constexpr int ShortestLimitMs = 14000; // of a coarse timer of 15 seconds
 constexpr int LongestLimitMs = 25000;
 constexpr int DeadlineMs = 30000;
-constexpr int MostRequests = 4;        // the network layer asks again where nothing has arrived
+constexpr int MostRequests = 4;        // the network layer repeats a request if nothing has arrived
 constexpr double AllowedMebibytes = 8; // above those of a good answer
 
 const QString Updater = QStringLiteral(UPDATER);
 
-/// A session that its answer keeps waiting.
+/// A session that waits for its response.
 struct Waiting {
     FaultyAnswer answer;
     std::unique_ptr<MeasuredSession> session;
@@ -31,8 +31,8 @@ struct Waiting {
 
 } // namespace
 
-/// How the real program's session ends, and how much memory it takes, when the server or what lies
-/// between them fails.
+/// How the real program's session ends, and how much memory it takes, if the server or the network
+/// fails.
 class tst_Faults : public QObject {
     Q_OBJECT
 
@@ -136,7 +136,7 @@ void tst_Faults::answer_withoutEnd_isWaitedForAsLongAsTheLimit()
     QVERIFY(waiting.session->lifetime() > ShortestLimitMs);
     QVERIFY(waiting.session->lifetime() < LongestLimitMs);
     QByteArray arrives = answer.arrives;
-    if (answer.quick >= 0 && !arrives.isNull()) { // as much as came in the time
+    if (answer.quick >= 0 && !arrives.isNull()) { // as much as arrived in time
         const QString begin = Arrived("").message;
         arrives.truncate(end.message.size() - begin.size());
         QVERIFY2(!arrives.isEmpty() && arrives.size() <= 16, qPrintable(end.text()));

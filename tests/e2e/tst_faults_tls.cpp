@@ -41,7 +41,7 @@ private:
     qint64 m_whole = 0; // bytes that a server sends for a description
 };
 
-/// Finds out how much a whole answer is.
+/// Finds out the size of a whole response.
 void tst_FaultsTls::initTestCase()
 {
     AdoptDescendants();

@@ -139,7 +139,7 @@ void tst_Guard::second_windowed_startsTheHost()
     const QString record = m_bundle->path(QStringLiteral("records/dialogs"));
     environment.insert(QStringLiteral("PUPPET_RECORD"), record);
 
-    // The one with a user built in, in the same place as the one that runs.
+    // The one with a built-in user, in the same place as the running one.
     const QString running = m_bundle->updaterPath() + QStringLiteral(".running");
     QVERIFY(QFile::rename(m_bundle->updaterPath(), running));
     QVERIFY(QFile::copy(QStringLiteral(SESSION_PUPPET), m_bundle->updaterPath()));
@@ -246,7 +246,7 @@ void tst_Guard::pairs_startedAtOnce_endByTheTable()
                              QByteArray(Running).replace("\"success\":false", "\"success\":true"),
                      output.constData());
         }
-        // A refusal needs somebody who was there before.
+        // A refusal needs an earlier session.
         QVERIFY2(outputs.contains(NoUpdate), "both were refused");
         QCOMPARE(one->exitCode(), 1);
         QCOMPARE(two->exitCode(), 1);

@@ -34,7 +34,7 @@ int NumberFromEnvironment(const char *name, int otherwise)
     return qEnvironmentVariableIsSet(name) ? qEnvironmentVariableIntValue(name) : otherwise;
 }
 
-/// In nanoseconds, of no meaning but for differences.
+/// In nanoseconds; only differences have a meaning.
 qint64 Now()
 {
     return QDeadlineTimer::current().deadlineNSecs();
@@ -69,14 +69,14 @@ QByteArray End(QProcess &session)
 
 void Kill(QProcess &session)
 {
-    session.kill(); // nothing if it was quicker
+    session.kill(); // does nothing if it has already ended
     QVERIFY(session.state() == QProcess::NotRunning || session.waitForFinished(10000));
 }
 
 } // namespace
 
 /// Sessions of one installation that start together or are killed at random moments. UPDATER_PAIRS
-/// and UPDATER_KILLS say how many, UPDATER_SEED repeats a run's moments.
+/// and UPDATER_KILLS set how many, UPDATER_SEED repeats the moments of a run.
 class tst_GuardStorm : public QObject {
     Q_OBJECT
 
@@ -130,7 +130,7 @@ void tst_GuardStorm::initTestCase()
         [this](ScriptedConnection &connection, const QByteArray &) {
             m_lastRequest = Now();
             m_together += ++m_asking > 1 ? 1 : 0;
-            connection.pause(4); // as a server further away would
+            connection.pause(4); // like a more distant server
             --m_asking;
             connection.send(ScriptedServer::answer("200 OK", "{}"));
         },
@@ -141,7 +141,7 @@ void tst_GuardStorm::initTestCase()
     }
 }
 
-/// One session from its start to its end, by which the moments of the others are chosen.
+/// One complete session, used to choose the moments of the others.
 QByteArray tst_GuardStorm::live()
 {
     StartingShot shot;
@@ -215,7 +215,7 @@ void tst_GuardStorm::pairs_startedAtOnce_areNotBothRefused()
         }
         cleanup();
     }
-    // Between finding no record and making one there is a moment for the other session.
+    // The other session can come between finding no record and making one.
     qInfo("%d pairs, of %d of which both were served, %d of them at the same time; %d left a "
           "semaphore",
           pairs, bothServed, m_together.load(), semaphoresLeft);
@@ -287,8 +287,8 @@ void tst_GuardStorm::killed_twoWhileAThirdStarts_refuseAtMostOneMore()
     goOn();
 }
 
-/// What a kill between two neighbouring system calls leaves. That is how the toolkit is made;
-/// whoever makes it better may turn this test round.
+/// What a kill between two consecutive system calls leaves behind. The toolkit is made that way; if
+/// that is fixed one day, invert this test.
 void tst_GuardStorm::semaphore_leftHalfMade_stopsSessionsUntilItIsRemoved()
 {
     if (!HasOwnIpc) {

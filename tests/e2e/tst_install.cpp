@@ -23,7 +23,7 @@ QStringList FilesBelow(const QString &folder)
 
 } // namespace
 
-/// What `cmake --install` lays down, run from where it lies.
+/// What `cmake --install` installs, run from where it was installed.
 class tst_Install : public QObject {
     Q_OBJECT
 

@@ -28,8 +28,8 @@ QStringList LogNames()
 
 } // namespace
 
-/// Sessions of the real program that find what a loss of power, or a full disk, left in the data
-/// directory. Whatever it is, the session goes its way.
+/// Sessions of the real program that find what a power loss or a full disk left in the data
+/// directory. Whatever it is, the session works.
 class tst_Leftovers : public QObject {
     Q_OBJECT
 
@@ -71,7 +71,7 @@ QString tst_Leftovers::data(const QString &name) const
     return QDir(m_bundle->dataDir()).filePath(name);
 }
 
-/// Runs a session in each mode and compares what is seen of them from outside.
+/// Runs a session in each mode and compares their visible behaviour.
 void tst_Leftovers::runAndCompare(const QStringList &wrapper)
 {
     for (const QStringList &arguments : {QStringList(), QStringList{QStringLiteral("console")}}) {
@@ -175,7 +175,7 @@ void tst_Leftovers::path_readOnly_changesNothing()
         WriteFile(data(file), "kept\n");
         QVERIFY(QFile::setPermissions(data(file), QFile::Permissions(0x4044)));
     }
-    // Permissions bind everybody but root.
+    // Permissions apply to everybody but root.
     QStringList wrapper;
     if (::geteuid() == 0) {
         for (const char *name : {"", "work", "records", "run"}) {

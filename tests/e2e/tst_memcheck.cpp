@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int PatienceMs = 120000; // under memcheck a session takes many times as long
+constexpr int PatienceMs = 120000; // sessions are many times slower under memcheck
 
 const QStringList Console{QStringLiteral("console")};
 const QString Notice = QStringLiteral("CUpdateNotice");
@@ -32,7 +32,7 @@ QString Marker(const char *number)
 
 } // namespace
 
-/// One session of each kind under memcheck, which finds nothing.
+/// One session of each kind under memcheck, which must find nothing.
 class tst_Memcheck : public QObject {
     Q_OBJECT
 
@@ -107,7 +107,7 @@ bool tst_Memcheck::answer(const QString &title, const QString &key)
     return true;
 }
 
-/// Waits for the session's end, which is the usual one and leaves nothing to report.
+/// Waits for the session's usual end, with nothing to report.
 void tst_Memcheck::end(QProcess &session, int exitCode, const char *marker)
 {
     QVERIFY(session.waitForFinished(PatienceMs));

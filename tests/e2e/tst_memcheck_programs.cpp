@@ -12,11 +12,11 @@
 
 namespace {
 
-constexpr int PatienceMs = 120000; // under memcheck a run takes many times as long
+constexpr int PatienceMs = 120000; // runs are many times slower under memcheck
 
 } // namespace
 
-/// The programs around the updater under memcheck, which finds nothing.
+/// The programs around the updater under memcheck, which must find nothing.
 class tst_MemcheckPrograms : public QObject {
     Q_OBJECT
 

@@ -44,7 +44,7 @@ QByteArray Json(const QByteArray &version)
            "\"DownloadUrl\":\"https://example.com/down?a=1&b=2\"}";
 }
 
-/// What the toolkit offers unasked: Qt 6 more than Qt 5.
+/// What the toolkit offers by itself: Qt 6 more than Qt 5.
 QByteArray OfferedEncodings()
 {
     const ScriptedServer server(ScriptedServer::always(ScriptedServer::answer("200 OK", "")));

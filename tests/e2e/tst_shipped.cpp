@@ -86,7 +86,7 @@ void tst_Shipped::initTestCase()
     QVERIFY(m_desktop.isUp());
     QVERIFY(m_trusted.isValid());
     QVERIFY(m_unknown.isValid());
-    // Nothing else says whom to trust.
+    // Nothing else decides whom to trust.
     QVERIFY(!qEnvironmentVariableIsSet("SSL_CERT_FILE"));
     QVERIFY(!qEnvironmentVariableIsSet("SSL_CERT_DIR"));
 
@@ -213,7 +213,7 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
     AdoptDescendants();
-    Desktop desktop; // found by its socket's path, which is no part of what becomes the test's own
+    Desktop desktop; // found by its socket's path, which the namespaces below do not change
     HasOwnSurroundings = EnterOwnNamespaces(OwnMounts | OwnNetwork);
     tst_Shipped test(desktop);
     return QTest::qExec(&test, argc, argv);

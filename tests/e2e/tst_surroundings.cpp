@@ -112,12 +112,12 @@ void tst_Surroundings::streams_closedOrGone_changeNothing()
     QCOMPARE(m_bundle->log().last(), LastLine);
 }
 
-// Our choice: what is closed is opened on the null device.
+// Our choice: closed streams are opened on the null device.
 void tst_Surroundings::streams_closed_areTheNullDevice()
 {
     m_hold = true;
     const int before = m_server->requests().size();
-    ChildProcess session; // the shell gives its place to the updater
+    ChildProcess session; // the shell executes the updater in its place
     session.setProcessEnvironment(m_bundle->environment());
     session.start(QStringLiteral("sh"),
                   {QStringLiteral("-c"),
@@ -198,7 +198,7 @@ void tst_Surroundings::home_dataDirIsFile_usesDottedPath()
 
 void tst_Surroundings::home_cannotHoldDataDir_usesWorkingDirectory()
 {
-    // Nobody, root included, can make a folder below a file.
+    // Nobody, not even root, can make a folder below a file.
     const QString home = m_bundle->path(QStringLiteral("home-is-a-file"));
     WriteFile(home, "mine");
     QProcessEnvironment environment = m_bundle->environment();

@@ -49,7 +49,7 @@ private:
     std::unique_ptr<ScriptedServer> m_server;
     std::unique_ptr<HostBundle> m_bundle;
     ScriptedAnswers m_answers;
-    std::atomic<int> m_failures{0}; // so many requests fail before the answer is given
+    std::atomic<int> m_failures{0}; // this many requests fail before one is answered
 };
 
 void tst_Windows::initTestCase()
@@ -111,7 +111,7 @@ void tst_Windows::notice_forced_hasNoSkipButton()
     const QString window = m_desktop->waitForWindow(Notice);
     QVERIFY(!window.isEmpty());
     m_desktop->click(window, RightButton);
-    // Had the click been an answer, this key would come too late.
+    // If the click had been an answer, this key would come too late.
     m_desktop->press(window, QStringLiteral("Return"));
     QVERIFY(session->waitForFinished());
     QVERIFY(AwaitDescendants({m_desktop->processId()}));

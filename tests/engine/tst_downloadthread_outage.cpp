@@ -53,7 +53,7 @@ private:
     const QList<tagDownloadFileInfo> m_file{RecordOf(QStringLiteral("file"), m_content)};
 };
 
-/// Finds out how much a whole answer is.
+/// Finds out the size of a whole response.
 void tst_DownloadThreadOutage::initTestCase()
 {
     QVERIFY(m_trusted.isValid() && m_unknown.isValid());
