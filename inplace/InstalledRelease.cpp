@@ -34,7 +34,8 @@ std::optional<int> InstalledRelease::number() const
     return listNumber ? qMax(*listNumber, manifest.version) : manifest.version;
 }
 
-InstalledRelease ReadInstalled(const Layout &layout)
+InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content,
+                               const ReleaseManifest &manifest)
 {
     InstalledRelease installed;
     installed.isBundle = IsBundle(layout.install);
@@ -44,8 +45,13 @@ InstalledRelease ReadInstalled(const Layout &layout)
     const QString path = layout.manifestPath(installed.isBundle);
     installed.content = ReadSmall(path, TooLargeManifest);
     installed.signature = ReadSmall(SignaturePath(path), TooLargeSignature);
-    installed.hasManifest = !installed.content.isEmpty() &&
-                            ReadManifest(installed.content, installed.manifest).isEmpty();
+    if (!content.isEmpty() && installed.content == content) {
+        installed.manifest = manifest;
+        installed.hasManifest = true;
+    } else {
+        installed.hasManifest = !installed.content.isEmpty() &&
+                                ReadManifest(installed.content, installed.manifest).isEmpty();
+    }
     if (installed.hasManifest && installed.versionString.isEmpty()) {
         installed.versionString = installed.manifest.versionString;
     }

@@ -5,18 +5,14 @@
 
 #include "app/FileNames.h"
 #include "inplace/Dialogs.h"
+#include "inplace/FetchEstimate.h"
 #include "inplace/Preconditions.h"
-#include "inplace/TreeHash.h"
 #include "inplace/TreeRemove.h"
-#include "release/Descriptor.h"
 #include "release/DurableFile.h"
 #include "release/SystemCalls.h"
 
 #include <QFileInfo>
-#include <QHash>
 #include <QObject>
-
-#include <fcntl.h>
 
 namespace {
 
@@ -50,7 +46,7 @@ Outcome UpdateRun::attempt()
     return update();
 }
 
-/// Puts right what was interrupted, and learns what is installed.
+/// Puts right what was interrupted.
 Problem UpdateRun::begin()
 {
     if (m_options.task != Task::Check) {
@@ -60,11 +56,7 @@ Problem UpdateRun::begin()
             return problem;
         }
     }
-    const Problem problem = InstallProblem(m_layout);
-    if (!problem) {
-        m_installed = ReadInstalled(m_layout);
-    }
-    return problem;
+    return InstallProblem(m_layout);
 }
 
 Outcome UpdateRun::update()
@@ -73,6 +65,7 @@ Outcome UpdateRun::update()
                           ? ReadCandidate(m_state.readyFolder(), m_options, m_candidate)
                           : FetchCandidate(m_options, m_candidate);
     m_conversation.page = m_candidate.page;
+    m_installed = ReadInstalled(m_layout, m_candidate.content, m_candidate.manifest);
     if (!problem) {
         problem = CandidateProblem(m_candidate, m_options, m_installed);
     }
@@ -124,7 +117,9 @@ Outcome UpdateRun::check()
         outcome(End::Available, QObject::tr("发现新版本：%1").arg(m_candidate.versionString));
     found.update = true;
     found.forced = IsForced(m_candidate, m_installed);
-    found.bytes = bytesToFetch(found.files);
+    const FetchEstimate estimate = EstimateFetch(m_layout.install, m_candidate, m_installed);
+    found.files = estimate.files;
+    found.bytes = estimate.bytes;
     return found;
 }
 
@@ -226,6 +221,7 @@ Outcome UpdateRun::undo()
     if (!QFileInfo(previous).isDir() || QFileInfo(previous).isSymLink()) {
         return outcome({End::NothingToUndo, QObject::tr("没有可恢复的上一个版本")});
     }
+    m_installed = ReadInstalled(m_layout);
     const bool isBundle = IsBundle(previous);
     const bool isInside = m_layout.isManifestInside(isBundle);
     const QString inside = previous + QLatin1Char('/') + LOCAL_MD5_FILENAME;
@@ -266,36 +262,6 @@ Outcome UpdateRun::undoWhole()
     Takeover back = takeover(IsBundle(m_layout.next));
     back.keepPrevious = false; // once
     return exchange(back, End::Undone);
-}
-
-/// Tells what is still to be fetched, as far as names, sizes and the installed manifest tell it.
-qint64 UpdateRun::bytesToFetch(qint64 &files) const
-{
-    QHash<QString, QByteArray> known;
-    if (m_installed.hasManifest) {
-        for (const ManifestFile &file : m_installed.manifest.files) {
-            known.insert(file.path, file.md5 + file.sha256);
-        }
-    }
-    qint64 bytes = 0;
-    files = 0;
-    const QString install = m_layout.install + QLatin1Char('/');
-    for (const ManifestFile &file : m_candidate.manifest.files) {
-        const QFileInfo there(install + file.path);
-        const bool isThere = there.isFile() && static_cast<quint64>(there.size()) == file.size;
-        const bool isListed = known.contains(file.path);
-        bool isRight = isThere && isListed && known.value(file.path) == file.md5 + file.sha256;
-        if (isThere && !isListed) {
-            const Descriptor open(::open(QFile::encodeName(there.filePath()).constData(),
-                                         O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-            isRight = open.isOpen() && HasContent(open.number(), file);
-        }
-        if (!isRight) {
-            ++files;
-            bytes += static_cast<qint64>(file.size);
-        }
-    }
-    return bytes;
 }
 
 /// Removes what abandoned releases left. Anything that stays is harmless.

@@ -40,7 +40,6 @@ private:
     Outcome exchange(const Takeover &takeover, End end);
     Takeover takeover(bool isBundle) const;
 
-    qint64 bytesToFetch(qint64 &files) const;
     void removeLeftovers() const;
     Outcome outcome(End end, const QString &message) const;
     Outcome outcome(const Problem &problem) const;

@@ -19,9 +19,12 @@ struct PowerTally {
     int images = 0;
     int losses = 0;
     int repaired = 0;     ///< images that the file system's own repair had to look at first
+    int gone = 0;         ///< images whose file system could not be brought back; not in the others
     QStringList findings; ///< the first few
 
     void add(const QString &finding);
+    /// No losses, and hardly ever a file system that was gone.
+    bool isClean() const;
     /// One line for the page, and the findings.
     QString text() const;
 };
@@ -45,8 +48,9 @@ FileSystem ChosenFileSystem();
 int ChosenImages(int otherwise);
 
 /// Adds a column "preloaded" with a row for each library that takes syncs out of a program: all of
-/// them, and with many images those of files and of folders too.
-void AddLibrariesWithoutSyncs();
+/// them, and with many images those of files too, and of folders alone when \a ofFolders says that
+/// a program is seen to lose something without these.
+void AddLibrariesWithoutSyncs(bool ofFolders);
 
 /// Gives the process mounts, a network and shared memory of its own, and a folder in memory for the
 /// images. To be called before there is a second thread. \a reason says why tests of this kind

@@ -190,12 +190,13 @@ void tst_PowerPublish::output_powerFails_servesAWholeRelease()
     const PowerTally tally =
         CutPower(QStringLiteral("publish_update, ") + QLatin1String(QTest::currentDataTag()),
                  ChosenImages(24) / share, [&](int) { return scene(before, commands[action]); });
-    QVERIFY2(tally.losses == 0, qPrintable(tally.text()));
+    QVERIFY2(tally.isClean(), qPrintable(tally.text()));
 }
 
 void tst_PowerPublish::output_withoutSyncs_isSeenToLose_data()
 {
-    AddLibrariesWithoutSyncs();
+    // A folder is mostly on the disk with the next file that is synced.
+    AddLibrariesWithoutSyncs(false);
 }
 
 void tst_PowerPublish::output_withoutSyncs_isSeenToLose()
