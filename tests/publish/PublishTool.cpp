@@ -65,7 +65,7 @@ QString Quoted(const QString &path)
     return QLatin1Char('"') + path + QLatin1Char('"');
 }
 
-QMap<QString, QByteArray> Tree(const QString &folder)
+QMap<QString, QByteArray> FilesBelow(const QString &folder)
 {
     QMap<QString, QByteArray> tree;
     QDirIterator at(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,

@@ -43,4 +43,4 @@ QStringList WithoutRootsRights();
 QString Quoted(const QString &path);
 
 /// Returns the files below \a folder with their contents, and its folders with the content "/".
-QMap<QString, QByteArray> Tree(const QString &folder);
+QMap<QString, QByteArray> FilesBelow(const QString &folder);

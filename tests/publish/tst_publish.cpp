@@ -67,7 +67,7 @@ void tst_Publish::init()
 
 QJsonObject tst_Publish::description() const
 {
-    return QJsonDocument::fromJson(Tree(m_output).value("update.json")).object();
+    return QJsonDocument::fromJson(FilesBelow(m_output).value("update.json")).object();
 }
 
 void tst_Publish::publish_release_isCopiedWithItsManifest()
@@ -79,9 +79,9 @@ void tst_Publish::publish_release_isCopiedWithItsManifest()
                  Quoted(m_output + "/3.10.25") + ".\n");
     QCOMPARE(run.exitCode, 0);
 
-    QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    QMap<QString, QByteArray> published = FilesBelow(m_output + "/3.10.25");
     const QByteArray manifest = published.take("update_md5.info");
-    QCOMPARE(published, Tree(m_release));
+    QCOMPARE(published, FilesBelow(m_release));
     QCOMPARE(manifest, HeadLines() + FileLines(".hidden", QByteArray(100000, 'h')) +
                            FileLines("Contents/MacOS/Host", "host", "0755") +
                            FileLines("资源/a b.txt", {}));
@@ -92,7 +92,7 @@ void tst_Publish::publish_release_isCopiedWithItsManifest()
 void tst_Publish::publish_release_isWhatAnUpdaterExpects()
 {
     QCOMPARE(RunPublish(PublishArguments(m_release, m_output)).exitCode, 0);
-    const QByteArray manifest = Tree(m_output).value("3.10.25/update_md5.info");
+    const QByteArray manifest = FilesBelow(m_output).value("3.10.25/update_md5.info");
     const QMap<QString, tagDownloadFileInfo> records = ParseMd5File(manifest);
     QCOMPARE(records.size(), 3);
     QVERIFY(CheckMd5(records, m_folder->filePath("none"), QDir(m_output + "/3.10.25")).isEmpty());
@@ -143,7 +143,7 @@ void tst_Publish::publish_modes_letAWebServerRead()
         struct stat status {};
         return ::stat(path.toUtf8().constData(), &status) == 0 ? int(status.st_mode & 07777) : -1;
     };
-    const QStringList paths = Tree(m_output).keys();
+    const QStringList paths = FilesBelow(m_output).keys();
     QVERIFY(paths.size() >= 9);
     for (const QString &path : paths) {
         const bool isFolder = QFileInfo(m_output + "/" + path).isDir();
@@ -156,13 +156,13 @@ void tst_Publish::publish_modes_letAWebServerRead()
 void tst_Publish::publish_secondVersion_standsBesideTheFirst()
 {
     QCOMPARE(RunPublish(PublishArguments(m_release, m_output)).exitCode, 0);
-    const QMap<QString, QByteArray> first = Tree(m_output + "/3.10.25");
+    const QMap<QString, QByteArray> first = FilesBelow(m_output + "/3.10.25");
     WriteFile(m_release + "/.hidden", "new");
     QStringList arguments = PublishArguments(m_release, m_output);
     arguments.replace(1, "3.11.0");
     QCOMPARE(RunPublish(arguments).exitCode, 0);
-    QCOMPARE(Tree(m_output + "/3.10.25"), first);
-    QCOMPARE(Tree(m_output).value("3.11.0/.hidden"), QByteArray("new"));
+    QCOMPARE(FilesBelow(m_output + "/3.10.25"), first);
+    QCOMPARE(FilesBelow(m_output).value("3.11.0/.hidden"), QByteArray("new"));
     QCOMPARE(description().value("Folder").toString(), QString("3.11.0"));
     QCOMPARE(description().value("Version").toInt(), 3110000);
 }
@@ -179,7 +179,7 @@ void tst_Publish::publish_linksAndFolders_areInTheManifestOnly()
     QCOMPARE(run.errors, QByteArray());
     QCOMPARE(run.exitCode, 0);
     QVERIFY2(run.output.contains("4 files, 2 links, 100004 bytes"), run.output.constData());
-    const QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    const QMap<QString, QByteArray> published = FilesBelow(m_output + "/3.10.25");
     const QByteArray manifest = published.value("update_md5.info");
     QVERIFY(manifest.contains("\n@link\tMacOS\t-\tContents/Current\n"));
     QVERIFY(manifest.contains("\n@link\tContents/Current/Host\t-\t.host\n"));
@@ -194,7 +194,7 @@ void tst_Publish::publish_hardLinks_areFiles()
     const QByteArray host = (m_release + "/Contents/MacOS/Host").toUtf8();
     QCOMPARE(::link(host.constData(), (host + " again").constData()), 0);
     QCOMPARE(RunPublish(PublishArguments(m_release, m_output)).exitCode, 0);
-    const QByteArray manifest = Tree(m_output).value("3.10.25/update_md5.info");
+    const QByteArray manifest = FilesBelow(m_output).value("3.10.25/update_md5.info");
     QVERIFY(manifest.contains(FileLines("Contents/MacOS/Host again", "host", "0755")));
     QCOMPARE(QFileInfo(m_output + "/3.10.25/Contents/MacOS/Host again").size(), 4);
     struct stat status {};
@@ -214,7 +214,7 @@ void tst_Publish::publish_sameRelease_hasTheSameManifestAnywhere()
     QVERIFY(QFile::setPermissions(copy + "/Contents/MacOS/Host", QFile::Permissions(0x7755)));
     const QString other = m_folder->filePath("other");
     QCOMPARE(RunPublish(PublishArguments(copy, other), {"env", "LC_ALL=C"}).exitCode, 0);
-    QCOMPARE(Tree(other), Tree(m_output));
+    QCOMPARE(FilesBelow(other), FilesBelow(m_output));
 }
 
 void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay_data()
@@ -250,9 +250,9 @@ void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay()
         {"sh", "-c", R"(cd "$0" && exec "$@")", m_folder->path() + QLatin1Char('/') + folder});
     QCOMPARE(run.errors, QByteArray());
     QCOMPARE(run.exitCode, 0);
-    QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    QMap<QString, QByteArray> published = FilesBelow(m_output + "/3.10.25");
     const QByteArray manifest = published.take("update_md5.info");
-    QCOMPARE(published, Tree(m_release));
+    QCOMPARE(published, FilesBelow(m_release));
     QCOMPARE(ParseMd5File(manifest).keys(),
              QStringList({".hidden", "Contents/MacOS/Host", QStringLiteral("资源/a b.txt")}));
 }
@@ -270,9 +270,9 @@ void tst_Publish::publish_noThreads_doesItsWorkAllTheSame()
                                    ::geteuid() == 0 ? nobody + wrapper : wrapper);
     QCOMPARE(run.errors, QByteArray());
     QCOMPARE(run.exitCode, 0);
-    QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    QMap<QString, QByteArray> published = FilesBelow(m_output + "/3.10.25");
     QVERIFY(published.remove("update_md5.info"));
-    QCOMPARE(published, Tree(m_release));
+    QCOMPARE(published, FilesBelow(m_release));
 }
 
 void tst_Publish::publish_minVersionAbove_isWarnedOf()
@@ -288,8 +288,8 @@ void tst_Publish::publish_otherLocale_writesUtf8AllTheSame()
 {
     const ToolRun run = RunPublish(PublishArguments(m_release, m_output), {"env", "LC_ALL=C"});
     QCOMPARE(run.exitCode, 0);
-    QVERIFY(Tree(m_output).contains(QStringLiteral("3.10.25/资源/a b.txt")));
-    QVERIFY(Tree(m_output).value("3.10.25/update_md5.info").contains("资源/a b.txt"));
+    QVERIFY(FilesBelow(m_output).contains(QStringLiteral("3.10.25/资源/a b.txt")));
+    QVERIFY(FilesBelow(m_output).value("3.10.25/update_md5.info").contains("资源/a b.txt"));
 }
 
 void tst_Publish::publish_terminal_showsProgress()

@@ -38,7 +38,7 @@ private slots:
 
 private:
     QStringList arguments() const { return PublishArguments(m_release, m_output); }
-    QMap<QString, QByteArray> tree() const { return Tree(m_output); }
+    QMap<QString, QByteArray> tree() const { return FilesBelow(m_output); }
     bool publishedWhole() const;
     void verifyOldInSight() const;
 
@@ -194,12 +194,12 @@ void tst_PublishAtomic::leftovers_ofAPublishedRelease_doNotTakeItBack()
     using Files = QMap<QString, QByteArray>;
     QFETCH(Files, left);
     QCOMPARE(RunPublish(arguments()).exitCode, 0);
-    const QMap<QString, QByteArray> published = Tree(m_output + "/3.10.25");
+    const QMap<QString, QByteArray> published = FilesBelow(m_output + "/3.10.25");
     for (auto file = left.cbegin(); file != left.cend(); ++file) {
         WriteFile(m_output + file.key(), file.value());
     }
     QCOMPARE(RunPublish(arguments()).exitCode, 1);
-    QCOMPARE(Tree(m_output + "/3.10.25"), published);
+    QCOMPARE(FilesBelow(m_output + "/3.10.25"), published);
     QVERIFY(!tree().contains(Work));
 }
 
@@ -208,12 +208,12 @@ void tst_PublishAtomic::leftovers_behindALink_areLeftAlone()
     const QString elsewhere = m_folder->filePath("elsewhere");
     WriteFile(elsewhere + "/name", "3.9.0");
     WriteFile(elsewhere + "/update.json", "");
-    const QMap<QString, QByteArray> before = Tree(elsewhere);
+    const QMap<QString, QByteArray> before = FilesBelow(elsewhere);
     QVERIFY(QFile::link(elsewhere, m_output + "/.publish_update"));
     const ToolRun run = RunPublish(arguments());
     QCOMPARE(run.errors, QByteArray());
     QCOMPARE(run.exitCode, 0);
-    QCOMPARE(Tree(elsewhere), before);
+    QCOMPARE(FilesBelow(elsewhere), before);
     QVERIFY(publishedWhole());
     QVERIFY(tree().contains("3.9.0/update_md5.info"));
     QVERIFY(!QFileInfo(m_output + "/.publish_update").isSymLink());

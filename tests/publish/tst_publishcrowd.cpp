@@ -96,13 +96,13 @@ void tst_PublishCrowd::volume_full_isSaid()
     const SmallVolume volume(m_output, 2);
     WriteFile(m_output + "/update.json", R"({"Version":1})");
     volume.fillAllBut(pages);
-    QMap<QString, QByteArray> before = Tree(m_output);
+    QMap<QString, QByteArray> before = FilesBelow(m_output);
     const ToolRun run = publish();
     QCOMPARE(run.exitCode, pages == 200 ? 0 : 1);
     QCOMPARE(run.output.contains("Published"), pages == 200);
     if (pages < 200) {
         QVERIFY2(run.errors.contains("No space left on device"), run.errors.constData());
-        QCOMPARE(Tree(m_output), before);
+        QCOMPARE(FilesBelow(m_output), before);
         volume.makeRoom();
         QCOMPARE(publish().exitCode, 0);
     }

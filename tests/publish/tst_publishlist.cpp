@@ -93,7 +93,7 @@ QString tst_PublishList::announced() const
 
 void tst_PublishList::list_releases_newestFirst()
 {
-    const QMap<QString, QByteArray> before = Tree(m_output);
+    const QMap<QString, QByteArray> before = FilesBelow(m_output);
     const ToolRun list = run({"--list", m_output});
     QCOMPARE(list.errors, QByteArray());
     QCOMPARE(list.exitCode, 0);
@@ -102,7 +102,7 @@ void tst_PublishList::list_releases_newestFirst()
                             "*  3.11.0  三        3110000      2     11  no\n"
                             "   3.10.0  3.10.0   3100000      2     11  yes\n"
                             "   3.9.0   3.9.0    3090000      2     11  no\n"));
-    QCOMPARE(Tree(m_output), before);
+    QCOMPARE(FilesBelow(m_output), before);
 }
 
 void tst_PublishList::list_json_saysTheSame()
@@ -255,12 +255,12 @@ void tst_PublishList::announce_unfit_isRefused()
     QFETCH(QString, command);
     QFETCH(QByteArray, message);
     QCOMPARE(QProcess::execute("sh", {"-c", "cd \"$0\" && " + command, m_output}), 0);
-    const QMap<QString, QByteArray> before = Tree(m_output);
+    const QMap<QString, QByteArray> before = FilesBelow(m_output);
     const ToolRun run = RunPublish({"--announce", folder, m_output});
     QCOMPARE(run.exitCode, 1);
     QVERIFY2(run.errors.contains(message), run.errors.constData());
     QCOMPARE(run.output, QByteArray());
-    QCOMPARE(Tree(m_output), before);
+    QCOMPARE(FilesBelow(m_output), before);
 }
 
 void tst_PublishList::announce_withAnExtraFile_isWarnedOf()
@@ -350,7 +350,7 @@ void tst_PublishList::prune_killed_isFinishedByTheNextRun()
 
 void tst_PublishList::output_inUse_isRefused()
 {
-    const QMap<QString, QByteArray> before = Tree(m_output);
+    const QMap<QString, QByteArray> before = FilesBelow(m_output);
     const int other = ::open(qPrintable(m_output), O_RDONLY);
     QCOMPARE(::flock(other, LOCK_EX | LOCK_NB), 0);
     for (const QStringList &arguments :
@@ -361,7 +361,7 @@ void tst_PublishList::output_inUse_isRefused()
     }
     QCOMPARE(run({"--list", m_output}).exitCode, 0); // only looks
     QCOMPARE(::close(other), 0);
-    QCOMPARE(Tree(m_output), before);
+    QCOMPARE(FilesBelow(m_output), before);
 }
 
 QTEST_GUILESS_MAIN(tst_PublishList)

@@ -56,9 +56,9 @@ void tst_PublishRefusal::init()
 /// Runs the program, checks that it refused and changed nothing, and returns its messages.
 QStringList tst_PublishRefusal::refusal(const QStringList &arguments, const QStringList &wrapper)
 {
-    const QMap<QString, QByteArray> before = Tree(m_output);
+    const QMap<QString, QByteArray> before = FilesBelow(m_output);
     const ToolRun run = RunPublish(arguments, wrapper);
-    if (run.exitCode != 1 || !run.output.isEmpty() || Tree(m_output) != before) {
+    if (run.exitCode != 1 || !run.output.isEmpty() || FilesBelow(m_output) != before) {
         return {QStringLiteral("Not refused: ") + QString::fromUtf8(run.output + run.errors)};
     }
     QStringList messages;
@@ -137,7 +137,7 @@ void tst_PublishRefusal::options_lossyVersion_isPublishedByForce()
     QStringList arguments = PublishArguments(m_release, m_output) + QStringList("--force");
     arguments.replace(1, version);
     QCOMPARE(RunPublish(arguments).exitCode, 0);
-    QVERIFY(Tree(m_output).value("update.json").contains(R"("Version": )" + number + ","));
+    QVERIFY(FilesBelow(m_output).value("update.json").contains(R"("Version": )" + number + ","));
 }
 
 void tst_PublishRefusal::release_unsafeFile_isRefused_data()
@@ -309,11 +309,11 @@ void tst_PublishRefusal::output_insideTheRelease_isRefused()
 {
     QFETCH(QString, output);
     QVERIFY(QFile::link(m_release, m_folder->filePath("link")));
-    const QMap<QString, QByteArray> before = Tree(m_release);
+    const QMap<QString, QByteArray> before = FilesBelow(m_release);
     const QString path = m_folder->filePath(output);
     QCOMPARE(refusal(PublishArguments(m_release, path)),
              QStringList(Quoted(path) + " lies in the release itself."));
-    QCOMPARE(Tree(m_release), before);
+    QCOMPARE(FilesBelow(m_release), before);
 }
 
 void tst_PublishRefusal::release_wholeDisk_isRefused()

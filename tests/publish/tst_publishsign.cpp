@@ -271,13 +271,13 @@ void tst_PublishSign::signature_notGood_showsNothing()
     QFETCH(QByteArray, script);
     QFETCH(QByteArray, message);
     WriteFile(m_output + "/update.json", "as before");
-    const QMap<QString, QByteArray> before = Tree(m_output);
+    const QMap<QString, QByteArray> before = FilesBelow(m_output);
     const ToolRun run = publishBy(script);
     QCOMPARE(run.exitCode, 1);
     QVERIFY(!run.output.contains("Published"));
     QVERIFY2(run.errors.contains("publish_update: ") && run.errors.contains(message),
              run.errors.constData());
-    QCOMPARE(Tree(m_output), before);
+    QCOMPARE(FilesBelow(m_output), before);
     QCOMPARE(publishBy("eval \"$sign\" '\"$1\"'\n").exitCode, 0); // all that was missing
 }
 
@@ -341,7 +341,7 @@ void tst_PublishSign::command_interrupted_showsNothing()
     QFETCH(bool, toAll);
     QFETCH(QByteArray, message);
     WriteFile(m_output + "/update.json", "as before");
-    const QMap<QString, QByteArray> before = Tree(m_output);
+    const QMap<QString, QByteArray> before = FilesBelow(m_output);
     QProcess process; // leads a session of its own
     process.start("setsid", QStringList{PublishProgram(), "--sign-with", "exec sleep 60 #",
                                         "--application", "a.b.c"} +
@@ -358,7 +358,7 @@ void tst_PublishSign::command_interrupted_showsNothing()
     const QByteArray errors = process.readAllStandardError();
     QVERIFY2(errors.contains("The signing command failed: it was ended by " + message),
              errors.constData());
-    QCOMPARE(Tree(m_output), before);
+    QCOMPARE(FilesBelow(m_output), before);
 }
 
 QTEST_GUILESS_MAIN(tst_PublishSign)

@@ -101,7 +101,7 @@ void tst_PublishVerify::initTestCase()
     WriteFile(release + QStringLiteral("/资源/a b+c.txt"), "text");
     const QString output = m_folder.filePath("output");
     QCOMPARE(RunPublish(PublishArguments(release, output)).exitCode, 0);
-    const QMap<QString, QByteArray> tree = Tree(output);
+    const QMap<QString, QByteArray> tree = FilesBelow(output);
     for (auto file = tree.cbegin(); file != tree.cend(); ++file) {
         const QUrl url("http://h" + Base + "/" + file.key());
         m_pages.insert(url.toEncoded().mid(8), Page(file.value()));

@@ -62,9 +62,9 @@ QStringList tst_PublishVersion::arguments(const QString &version, const QStringL
 /// A dry run, which must not write anything.
 ToolRun tst_PublishVersion::dryRun(const QString &version, const QStringList &options) const
 {
-    const QMap<QString, QByteArray> before = Tree(m_folder->path());
+    const QMap<QString, QByteArray> before = FilesBelow(m_folder->path());
     const ToolRun run = RunPublish(arguments(version, QStringList("--dry-run") + options));
-    return Tree(m_folder->path()) == before ? run : ToolRun();
+    return FilesBelow(m_folder->path()) == before ? run : ToolRun();
 }
 
 void tst_PublishVersion::version_ofTheBundle_isCompared_data()
@@ -125,7 +125,7 @@ void tst_PublishVersion::version_notAboveTheAnnounced_isRefused()
     QFETCH(bool, isRefused);
     QVERIFY(QFile::remove(m_release + "/Contents/Info.plist"));
     QCOMPARE(RunPublish(arguments("3.10.24")).exitCode, 0);
-    const QMap<QString, QByteArray> before = Tree(m_output);
+    const QMap<QString, QByteArray> before = FilesBelow(m_output);
     const QStringList next = arguments(version, {"--folder", "next"});
     const ToolRun run = RunPublish(next);
     QCOMPARE(run.exitCode, isRefused ? 1 : 0);
@@ -134,7 +134,7 @@ void tst_PublishVersion::version_notAboveTheAnnounced_isRefused()
                                      "who have that one would not be told of it. --force "
                                      "publishes it all the same."),
                  run.errors.constData());
-        QCOMPARE(Tree(m_output), before);
+        QCOMPARE(FilesBelow(m_output), before);
         QCOMPARE(RunPublish(next + QStringList("--force")).exitCode, 0);
     }
     QVERIFY(ReadFile(m_output + "/update.json").contains(R"("Folder": "next")"));
