@@ -91,7 +91,7 @@ QString Output(const QStringList &tops)
 QString Missed(const Served &served, const QString &output, bool done)
 {
     const QString announcement = QStringLiteral("update.json");
-    const QMap<QString, QByteArray> tree = Tree(output);
+    const QMap<QString, QByteArray> tree = FilesBelow(output);
     const QByteArray description = tree.value(announcement);
     const bool isAfter = description == served.after.value(announcement);
     if (!isAfter && (done || description != served.before.value(announcement))) {
@@ -145,9 +145,9 @@ PowerScene tst_PowerPublish::scene(const QList<Command> &before, const Command &
         Run(one, model);
     }
     Served served;
-    served.before = Tree(model);
+    served.before = FilesBelow(model);
     Run(command, model);
-    served.after = Tree(model);
+    served.after = FilesBelow(model);
 
     PowerScene scene;
     scene.prepare = [=](const QStringList &tops) {
