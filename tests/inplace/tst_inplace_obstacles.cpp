@@ -73,6 +73,7 @@ private slots:
     void user_updatesWhatIsTheirs();
     void user_foldersKeepTheirGroup();
     void user_filesOfOthers_areReplacedByCopies();
+    void copiedFile_changedMeanwhile_isCopiedAgain();
     void special_filesAtListedPaths_hangNothing();
     void immutable_file_isNoObstacleBeforeTheExchange();
     void lock_ofTheFileSystem_isNotNeeded();
@@ -385,6 +386,34 @@ void tst_InplaceObstacles::immutable_file_isNoObstacleBeforeTheExchange()
     QCOMPARE(QProcess::execute(chattr, {QStringLiteral("-i"), now}), 0);
     QCOMPARE(code, QStringLiteral("updated"));
     QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());
+}
+
+/// A file that may only be appended to cannot be linked, so the new tree has a copy of it.
+void tst_InplaceObstacles::copiedFile_changedMeanwhile_isCopiedAgain()
+{
+    const QString path = m_stage->install + QStringLiteral("/mine");
+    WriteFile(path, "before");
+    const QString chattr = QStringLiteral("chattr");
+    if (::geteuid() != 0 || QProcess::execute(chattr, {QStringLiteral("+a"), path}) != 0) {
+        QSKIP("No file can be made append-only here.");
+    }
+    FailingCalls calls(m_stage->parent + QStringLiteral("/.Sample#new"), {QStringLiteral("sync")});
+    InplaceProgram program(m_stage->arguments());
+    program.prefix(calls.signalBefore(3, SIGSTOP)); // two for the manifest, then the whole tree
+    program.start();
+    const QString state = QStringLiteral("/proc/%1/stat").arg(program.processId());
+    QTRY_VERIFY_WITH_TIMEOUT(ReadFile(state).contains(") T "), 20000);
+    const bool isCopied = QFile::exists(m_stage->parent + QStringLiteral("/.Sample#new/mine"));
+    QFile file(path);
+    const bool isWritten = file.open(QIODevice::Append) && file.write(" and after") > 0;
+    file.close();
+    QVERIFY(program.send(SIGCONT));
+    QVERIFY(program.waitForEnd());
+    const QString former = m_stage->parent + QStringLiteral("/.Sample#previous/mine");
+    QCOMPARE(QProcess::execute(chattr, {QStringLiteral("-a"), former}), 0);
+    QVERIFY(isCopied && isWritten);
+    QCOMPARE(program.code(), QStringLiteral("updated"));
+    QCOMPARE(ReadFile(path), QByteArray("before and after"));
 }
 
 void tst_InplaceObstacles::lock_ofTheFileSystem_isNotNeeded()
