@@ -5,6 +5,7 @@
 
 #include "inplace/VolumeCalls.h"
 #include "release/Descriptor.h"
+#include "release/SystemCalls.h"
 
 #include <array>
 #include <cerrno>
@@ -20,23 +21,6 @@ constexpr mode_t WhileCopying = 0600;
 constexpr auto PartName = "inplace_update#part"; // no release can contain it
 constexpr std::size_t BlockSize = 0x40000;
 
-bool WriteBlock(int to, const char *block, ssize_t length)
-{
-    // Continue after a short write so that the error surfaces.
-    while (length > 0) {
-        const ssize_t written = ::write(to, block, static_cast<std::size_t>(length));
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            return false;
-        }
-        block += written;
-        length -= written;
-    }
-    return true;
-}
-
 bool CopyContent(int from, int to)
 {
     if (CloneContent(from, to)) {
@@ -48,8 +32,10 @@ bool CopyContent(int from, int to)
         if (length == 0) {
             return true;
         }
-        if ((length < 0 && errno != EINTR) ||
-            (length > 0 && !WriteBlock(to, block.data(), length))) {
+        if (length < 0 && errno == EINTR) {
+            continue;
+        }
+        if (length < 0 || !WriteAll(to, block.data(), static_cast<std::size_t>(length))) {
             return false;
         }
     }
