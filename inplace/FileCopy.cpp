@@ -5,6 +5,7 @@
 
 #include "inplace/VolumeCalls.h"
 #include "release/Descriptor.h"
+#include "release/FileCalls.h"
 
 #include <array>
 #include <cerrno>
@@ -67,11 +68,7 @@ bool CopyFile(int fromFolder, const char *name, int toFolder, const char *newNam
         !CopyContent(from.number(), to.number())) {
         return false;
     }
-#ifdef __APPLE__
-    const std::array<timespec, 2> times{about.st_atimespec, about.st_mtimespec};
-#else
-    const std::array<timespec, 2> times{about.st_atim, about.st_mtim};
-#endif
+    const std::array<timespec, 2> times{AccessTime(about), ModificationTime(about)};
     (void)::futimens(to.number(), times.data()); // the time is not part of a release
     if (withMode && ::fchmod(to.number(), about.st_mode & 0777U) != 0) {
         return false;

@@ -22,7 +22,3 @@ bool Move(const QString &from, const QString &to);
 /// Writes a whole block to an open file. Returns whether that went well; SystemError() says why
 /// not.
 bool WriteAll(int descriptor, const char *block, std::size_t length);
-
-/// Has the system begin to write what is in an open file to the disk, where it can, and does not
-/// wait.
-void StartWriting(int descriptor);
