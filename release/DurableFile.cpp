@@ -26,13 +26,13 @@ QString WriteReason(const QString &path)
     return QStringLiteral("\"%1\" cannot be written: %2").arg(path, SystemError());
 }
 
-/// Whether a folder's \a sync succeeded, or there was nothing to wait for.
+/// Returns whether the \a sync of a folder succeeded or was not needed.
 bool IsFolderSynced(bool sync)
 {
     return sync || errno == EINVAL; // a file system that syncs no folders
 }
 
-/// Opens a file or folder for nothing but to be synced.
+/// Opens a file or folder only to sync it.
 int OpenToSync(const char *path, int flags)
 {
     return ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | flags);
@@ -51,7 +51,7 @@ bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
            SyncThroughDisk(file.number()) && file.close();
 }
 
-/// Syncs one entry of a tree, which may be anything.
+/// Syncs one entry of a tree, of whatever type.
 bool SyncEntry(const fs::directory_entry &entry)
 {
     std::error_code error;
@@ -62,7 +62,7 @@ bool SyncEntry(const fs::directory_entry &entry)
     }
     const bool isFolder = type == fs::file_type::directory;
     if (!isFolder && type != fs::file_type::regular) {
-        return true; // a link is synced with the folder that it stands in
+        return true; // a link is synced with its folder
     }
     const Descriptor here(
         OpenToSync(entry.path().c_str(), O_NOFOLLOW | (isFolder ? O_DIRECTORY : 0)));
@@ -109,6 +109,7 @@ QString SyncTree(const QString &folder)
     if (!top.isOpen()) {
         return reason(folder, SystemError());
     }
+    // Earlier write errors are only reported file by file, below.
     if (!SyncVolume(top.number())) {
         return reason(folder, SystemError());
     }
@@ -122,7 +123,7 @@ QString SyncTree(const QString &folder)
     if (error) {
         return reason(folder, QString::fromStdString(error.message()));
     }
-    // The last one empties the disk's cache for all of them.
+    // This last sync empties the disk's cache for all of them.
     return IsFolderSynced(SyncThroughDisk(top.number())) ? QString()
                                                          : reason(folder, SystemError());
 }

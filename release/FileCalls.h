@@ -9,29 +9,28 @@
 #include <sys/types.h>
 
 /// \file
-/// What each system does in its own way with files. Free of Qt. A false or negative result leaves
-/// the reason in errno. Callable on any thread.
+/// Calls for files that differ between systems. Free of Qt. A false or negative result leaves the
+/// reason in errno. Callable on any thread.
 
-/// Waits until what was written to an open file or folder will survive a loss of power: the disk
-/// empties its own cache too.
+/// Waits until an open file or folder will survive a power loss: the disk empties its own cache
+/// too.
 bool SyncThroughDisk(int descriptor);
 
-/// Writes all of a volume at once where the system can, which is far quicker than file by file.
+/// Writes a whole volume at once if the system can, which is far faster than file by file.
 ///
 /// \a descriptor  anything open on the volume.
-/// True where the system has no such call. What failed before is only told by SyncInTree().
+/// True if the system has no such call. Earlier write errors are only reported by SyncInTree().
 bool SyncVolume(int descriptor);
 
 /// Waits until one open file or folder has been written, after SyncVolume(). The disk may keep it
 /// in its own cache until SyncThroughDisk().
 bool SyncInTree(int descriptor);
 
-/// Has the system begin to write what is in an open file to the disk, where it can, and does not
-/// wait.
+/// Asks the system, where possible, to begin writing an open file to the disk, and does not wait.
 void StartWriting(int descriptor);
 
-/// Lists the names of the extended attributes of an entry, each ended by a NUL; a symbolic link is
-/// not followed. Returns how many bytes that are; with a null \a names only that.
+/// Lists the names of the extended attributes of a path, each ended by a NUL. Does not follow a
+/// symbolic link. Returns their size in bytes; a null \a names asks only for that.
 ssize_t ListAttributes(const char *path, char *names, std::size_t size);
 
 /// The times of an inode.

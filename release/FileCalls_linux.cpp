@@ -21,8 +21,8 @@ bool SyncVolume(int descriptor)
 
 bool SyncInTree(int descriptor)
 {
-    // Everything has been written by now. What is left to learn is whether this entry was written
-    // well: without fsync(), which would have the disk empty its cache for each of them.
+    // The whole volume has been written by now, and the only question left is whether writing this
+    // entry failed. fsync() would make the disk empty its cache for every entry.
     if (::sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WAIT_BEFORE) == 0) {
         return true;
     }

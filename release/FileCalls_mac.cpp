@@ -9,7 +9,7 @@
 
 bool SyncThroughDisk(int descriptor)
 {
-    // fsync() leaves the disk its cache. Not every volume knows the other call.
+    // fsync() does not empty the disk's cache. Not every volume supports the other call.
     return ::fcntl(descriptor, F_FULLFSYNC) == 0 || ::fsync(descriptor) == 0;
 }
 
