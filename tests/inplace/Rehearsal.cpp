@@ -57,14 +57,14 @@ void Rehearsal::putBack() const
           {m_master, stage->parent, stage->staging});
 }
 
-QString Rehearsal::mixture() const
+Rehearsal::State Rehearsal::state() const
 {
-    return isNew() ? QString() : stage->differences(former);
+    const bool isNew = stage->differences(release).isEmpty();
+    return {isNew, isNew ? QString() : stage->differences(former)};
 }
 
-QString Rehearsal::mend() const
+QString Rehearsal::mend(bool wasNew) const
 {
-    const bool wasNew = isNew();
     const QString code = stage->run();
     if (code != QLatin1String("updated") && !(wasNew && code == QLatin1String("up-to-date"))) {
         return QString::fromUtf8(stage->program().errors());

@@ -18,12 +18,18 @@ public:
     /// Puts the installation and the staging folder back to before the update.
     void putBack() const;
 
-    /// The installation is wholly the old or wholly the new release: empty, or what is wrong.
-    QString mixture() const;
-    bool isNew() const { return stage->differences(release).isEmpty(); }
+    /// What the installation is, compared entry by entry.
+    struct State {
+        bool isNew = false; ///< wholly the new release
+        QString mixture;    ///< how it differs from the old one, if it is not the new one
+    };
+    State state() const;
+    bool isNew() const { return state().isNew; }
 
     /// Has the next run complete what was stopped. Empty, or what is wrong then.
-    QString mend() const;
+    ///
+    /// \a wasNew  the installation was the new release before.
+    QString mend(bool wasNew) const;
 
     TestRelease former;
     TestRelease release;
