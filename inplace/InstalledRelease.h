@@ -19,6 +19,7 @@ struct InstalledRelease {
     QByteArray content;       ///< of the installed manifest, and
     QByteArray signature;     ///< what lies beside it; may be empty
     ReleaseManifest manifest; ///< with hasManifest
+    QString unreadable;       ///< why something that is there could not be read; usually empty
 
     /// The highest version number among them.
     std::optional<int> number() const;
@@ -26,7 +27,8 @@ struct InstalledRelease {
     const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
 };
 
-/// Reads what \a layout names. Anything missing or unusable counts as unknown.
+/// Reads what \a layout names. Anything missing or unusable counts as unknown, but not what the
+/// system fails to read: then the result tells of it, and nothing may be concluded from it.
 ///
 /// \a content, \a manifest  a manifest that was read already, or nothing: it is not read again if
 /// it is the installed one, which saves half the time when there is nothing to do.

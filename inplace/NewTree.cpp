@@ -44,6 +44,9 @@ Problem NewTree::make(Source source)
 {
     const QByteArray install = QFile::encodeName(m_layout.install);
     const QByteArray next = QFile::encodeName(m_layout.next);
+    if (!m_installed.unreadable.isEmpty()) {
+        return {End::Storage, m_installed.unreadable}; // or files would be taken for the user's
+    }
     const QString reason = ListTree(install, m_there);
     if (!reason.isEmpty()) {
         return {End::Storage, reason};

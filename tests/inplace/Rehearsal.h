@@ -12,8 +12,13 @@ QStringList AllChanges();
 /// the third. The installation was updated once before, so that there is a former tree already.
 class Rehearsal {
 public:
-    /// \a isApart  the staging folder is on another volume, for which there must be one.
-    Rehearsal(int entries, bool isApart);
+    enum class Scene {
+        OneVolume,
+        TwoVolumes, ///< the staging folder is on another volume, for which there must be one
+        PlainFolder ///< the installation is no bundle, and holds its manifest
+    };
+
+    Rehearsal(int entries, Scene scene);
 
     /// Puts the installation and the staging folder back to before the update.
     void putBack() const;
@@ -42,3 +47,5 @@ private:
     std::unique_ptr<QTemporaryDir> m_apart;
     QString m_master;
 };
+
+Q_DECLARE_METATYPE(Rehearsal::Scene)

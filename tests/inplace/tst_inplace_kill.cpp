@@ -15,6 +15,11 @@ namespace {
 /// Whoever started the tests may have had them ignore the signal.
 const QStringList Attentive{QStringLiteral("env"), QStringLiteral("--default-signal=INT")};
 
+Rehearsal::Scene SceneOf(bool isApart)
+{
+    return isApart ? Rehearsal::Scene::TwoVolumes : Rehearsal::Scene::OneVolume;
+}
+
 } // namespace
 
 /// Updates that are stopped somewhere: at each moment the installation is wholly the old or wholly
@@ -76,7 +81,7 @@ void tst_InplaceKill::stop_atAChange_isWholeAndMends()
     if (isApart && OtherVolume().isEmpty()) {
         QSKIP("There is no other volume.");
     }
-    const Rehearsal rehearsal(Setting("UPDATER_FILES", 60), isApart);
+    const Rehearsal rehearsal(Setting("UPDATER_FILES", 60), SceneOf(isApart));
     const QStringList arguments = rehearsal.stage->arguments();
     FailingCalls calls(atStaging ? rehearsal.stagingSide() : rehearsal.installSide(), AllChanges());
     InplaceProgram whole(arguments);
@@ -84,7 +89,7 @@ void tst_InplaceKill::stop_atAChange_isWholeAndMends()
     QCOMPARE(whole.run(), 0);
     const int count = calls.count();
     QVERIFY(count > 20);
-    const int tries = Setting("UPDATER_KILLS", 12);
+    const int tries = Setting("UPDATER_KILLS", 10);
     const int step = tries == 0 ? 1 : qMax(1, count / tries);
     m_stillOld = m_alreadyNew = 0;
     for (int number = 1 + (count - 1) % step; number <= count; number += step) {
@@ -122,7 +127,7 @@ void tst_InplaceKill::stop_atARandomMoment_isWholeAndMends()
     if (isApart && OtherVolume().isEmpty()) {
         QSKIP("There is no other volume.");
     }
-    const Rehearsal rehearsal(Setting("UPDATER_RANDOM_FILES", 60), isApart);
+    const Rehearsal rehearsal(Setting("UPDATER_RANDOM_FILES", 60), SceneOf(isApart));
     InplaceProgram whole(rehearsal.stage->arguments());
     QCOMPARE(whole.run(), 0);
     const int longest = static_cast<int>(whole.milliseconds());

@@ -13,8 +13,9 @@
 ///
 /// The kinds: "open" (for writing, or creating), "write" (pwrite, ftruncate and copy_file_range
 /// too), "sync" (fsync, fdatasync, syncfs), "rename", "link", "symlink", "mkdir", "chmod", "chown".
-/// Counted only when they are chosen: "unlink" (rmdir too), "open-to-read", "read". What the
-/// standard streams of C write is not seen.
+/// Counted only when they are chosen: "unlink" (rmdir too), "open-to-read", "read", "stat" (access
+/// and readlink too), "list" (opendir and readdir). What the standard streams of C write is not
+/// seen.
 ///
 ///     FailingCalls calls(outputDir);
 ///     run(calls.letThrough() + command);
