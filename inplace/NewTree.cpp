@@ -31,6 +31,15 @@ bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
                       });
 }
 
+/// A volume that fills up meanwhile shows in other ways first.
+Problem OrNoRoom(const Problem &problem, const Layout &layout,
+                 const std::vector<const PlannedEntry *> &fetched)
+{
+    const bool isSuspect = problem.end == End::Download || problem.end == End::Verification;
+    const Problem room = isSuspect && !fetched.empty() ? RoomProblem(layout, fetched) : Problem();
+    return room ? room : problem;
+}
+
 } // namespace
 
 NewTree::NewTree(const UpdateOptions &options, const Layout &layout,
@@ -72,7 +81,10 @@ Problem NewTree::make(Source source)
     if (!problem) {
         problem = build.finish(install);
     }
-    return problem ? problem : VerifyTree(next, m_plan, isInside, m_hashed);
+    if (!problem) {
+        problem = VerifyTree(next, m_plan, isInside, m_hashed);
+    }
+    return OrNoRoom(problem, m_layout, build.missing());
 }
 
 /// Brings the files of the release, from the nearest place first.
