@@ -139,7 +139,8 @@ void tst_InplaceLarge::file_large_isReplaced()
     QCOMPARE(ReadDigests(installed, DigestKinds::Sha256AndMd5, found), QString());
     QCOMPARE(found.sha256, digests.sha256);
     if (PeakMemory::isComparable()) {
-        QVERIFY(program.peakMiB() <= (size >> 20) + MiBBesides);
+        // Qt keeps a body in pieces, which cost up to a tenth more.
+        QVERIFY(program.peakMiB() <= (size >> 20) * 11 / 10 + MiBBesides);
     }
 }
 
