@@ -8,14 +8,14 @@
 /// All kinds of calls that change something, for FailingCalls.
 QStringList AllChanges();
 
-/// The same update again and again: from the second edition of a bundle with every kind of entry to
-/// the third. The installation was updated once before, so that there is a former tree already.
+/// The same update, repeatable: from the second edition of a bundle with every kind of entry to the
+/// third. The installation was updated once before, so that there is a previous tree already.
 class Rehearsal {
 public:
     enum class Scene {
         OneVolume,
-        TwoVolumes, ///< the staging folder is on another volume, for which there must be one
-        PlainFolder ///< the installation is no bundle, and holds its manifest
+        TwoVolumes, ///< the staging folder is on another volume, which must exist
+        PlainFolder ///< the installation is not a bundle, and holds its manifest
     };
 
     Rehearsal(int entries, Scene scene);
@@ -25,21 +25,22 @@ public:
 
     /// What the installation is, compared entry by entry.
     struct State {
-        bool isNew = false; ///< wholly the new release
-        QString mixture;    ///< how it differs from the old one, if it is not the new one
+        bool isNew = false; ///< entirely the new release
+        QString mixture;    ///< how it differs from the old release, if it is not the new one
     };
     State state() const;
     bool isNew() const { return state().isNew; }
 
-    /// Has the next run complete what was stopped. Empty, or what is wrong then.
+    /// Lets the next run complete what was stopped. Returns what is wrong then, or empty text.
     ///
-    /// \a wasNew  the installation was the new release before.
+    /// \a wasNew  whether the installation was the new release already.
     QString mend(bool wasNew) const;
 
     TestRelease former;
     TestRelease release;
     std::unique_ptr<InplaceStage> stage;
-    /// Around everything on the volume of the installation, and around the staging folder.
+    /// The folder around everything on the installation's volume, and the one around the staging
+    /// folder.
     QString installSide() const { return stage->temporary.path(); }
     QString stagingSide() const { return m_apart ? m_apart->path() : installSide(); }
 
