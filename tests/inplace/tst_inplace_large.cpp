@@ -32,8 +32,10 @@ TestRelease SmallFiles(int count, int version)
     release.version = version * 1000000;
     release.versionString = QString::number(version);
     for (int number = 0; number < count; ++number) {
-        release.tree.insert(QStringLiteral("folder %1/file %2").arg(number / 500).arg(number),
-                            File(QByteArray::number(number * version)));
+        release.tree.insert(
+            QStringLiteral("folder %1/file %2")
+                .arg(QString::number(number / 500), QString::number(number)),
+            File(release.versionString.toUtf8() + '/' + QByteArray::number(number)));
     }
     return release;
 }
