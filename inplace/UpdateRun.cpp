@@ -62,7 +62,7 @@ Problem UpdateRun::begin()
 {
     if (m_options.task != Task::Check) {
         bool happened = false;
-        const Problem problem = MendTakeover(m_layout, happened);
+        Problem problem = MendTakeover(m_layout, happened);
         if (problem) {
             return problem;
         }
