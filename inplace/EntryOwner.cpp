@@ -37,7 +37,7 @@ bool SettleEntry(int folder, const char *name, const PlannedEntry &entry)
     if (::fstatat(folder, name, &about, AT_SYMLINK_NOFOLLOW) != 0) {
         return false;
     }
-    if (IsSettled(about, entry) && (HasOwner(about, entry) || about.st_nlink > 1)) {
+    if (NeedsNothing(about, entry)) {
         return true;
     }
     const mode_t mode = WantedMode(about, entry);
@@ -53,6 +53,11 @@ bool SettleEntry(int folder, const char *name, const PlannedEntry &entry)
         (void)::fchownat(folder, name, static_cast<uid_t>(-1), entry.group, AT_SYMLINK_NOFOLLOW);
     }
     return S_ISLNK(about.st_mode) || ::fchmodat(folder, name, mode, 0) == 0;
+}
+
+bool NeedsNothing(const struct stat &about, const PlannedEntry &entry)
+{
+    return IsSettled(about, entry) && (HasOwner(about, entry) || about.st_nlink > 1);
 }
 
 bool IsSettled(const struct stat &about, const PlannedEntry &entry)

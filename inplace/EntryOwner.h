@@ -15,6 +15,9 @@
 /// Only root can give files away; for other users the owner stays as it is.
 bool SettleEntry(int folder, const char *name, const PlannedEntry &entry);
 
+/// Returns whether SettleEntry() would leave an entry alone that was found so.
+bool NeedsNothing(const struct stat &about, const PlannedEntry &entry);
+
 /// Returns whether a mode and owner that were found are what is planned, as far as SettleEntry()
 /// can bring that about.
 bool IsSettled(const struct stat &about, const PlannedEntry &entry);

@@ -34,8 +34,7 @@ std::optional<int> InstalledRelease::number() const
     return listNumber ? qMax(*listNumber, manifest.version) : manifest.version;
 }
 
-InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content,
-                               const ReleaseManifest &manifest)
+InstalledRelease FindInstalled(const Layout &layout)
 {
     InstalledRelease installed;
     installed.isBundle = IsBundle(layout.install);
@@ -45,6 +44,12 @@ InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content,
     const QString path = layout.manifestPath(installed.isBundle);
     installed.content = ReadSmall(path, TooLargeManifest);
     installed.signature = ReadSmall(SignaturePath(path), TooLargeSignature);
+    return installed;
+}
+
+void ReadInstalledManifest(InstalledRelease &installed, const QByteArray &content,
+                           const ReleaseManifest &manifest)
+{
     if (!content.isEmpty() && installed.content == content) {
         installed.manifest = manifest;
         installed.hasManifest = true;
@@ -55,7 +60,6 @@ InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content,
     if (installed.hasManifest && installed.versionString.isEmpty()) {
         installed.versionString = installed.manifest.versionString;
     }
-    return installed;
 }
 
 QByteArray ReadSmall(const QString &path, qint64 limit)

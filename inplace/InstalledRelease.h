@@ -26,12 +26,16 @@ struct InstalledRelease {
     const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
 };
 
-/// Reads what \a layout names. Anything missing or unusable counts as unknown.
+/// Reads what \a layout names. Anything missing or unusable counts as unknown. What the installed
+/// manifest says is still unknown then.
+InstalledRelease FindInstalled(const Layout &layout);
+
+/// Reads what the installed manifest says.
 ///
-/// \a content, \a manifest  a manifest that was read already, or nothing: it is not read again if
-/// it is the installed one, which saves half the time when there is nothing to do.
-InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content = QByteArray(),
-                               const ReleaseManifest &manifest = ReleaseManifest());
+/// \a content, \a manifest  one that was read already, or nothing: it is not read again if it is
+/// the installed one.
+void ReadInstalledManifest(InstalledRelease &installed, const QByteArray &content = QByteArray(),
+                           const ReleaseManifest &manifest = ReleaseManifest());
 
 /// Returns the content of a regular file of at most \a limit bytes, or null.
 QByteArray ReadSmall(const QString &path, qint64 limit);

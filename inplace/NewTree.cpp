@@ -7,6 +7,7 @@
 #include "inplace/Preconditions.h"
 #include "inplace/Staging.h"
 #include "inplace/TreeBuild.h"
+#include "inplace/TreeSettle.h"
 #include "inplace/TreeVerify.h"
 #include "inplace/Worker.h"
 #include "release/DurableFile.h"
@@ -33,10 +34,9 @@ bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
 
 } // namespace
 
-NewTree::NewTree(const UpdateOptions &options, const Layout &layout,
-                 const InstalledRelease &installed, const Candidate &candidate, StopSignals &stop)
-    : m_options(options), m_layout(layout), m_installed(installed), m_candidate(candidate),
-      m_stop(stop)
+NewTree::NewTree(const RunParts &parts)
+    : m_options(parts.options), m_layout(parts.layout), m_installed(parts.installed),
+      m_candidate(parts.candidate), m_stop(parts.stop)
 {
 }
 
@@ -67,7 +67,7 @@ Problem NewTree::make(Source source)
         problem = putManifest();
     }
     if (!problem) {
-        problem = build.finish(install);
+        problem = SettleTree(next, m_plan, install, m_hashed);
     }
     return problem ? problem : VerifyTree(next, m_plan, isInside, m_hashed);
 }
@@ -80,8 +80,7 @@ Problem NewTree::fill(TreeBuild &build, Source source)
         problem = build.takeFrom(QFile::encodeName(m_layout.previous), TreeBuild::Take::Share);
     }
     if (!problem) {
-        problem = build.takeFrom(QFile::encodeName(m_layout.install), TreeBuild::Take::Share,
-                                 m_installed.known());
+        problem = build.takeInstalled(QFile::encodeName(m_layout.install), m_installed.known());
     }
     if (!problem) {
         problem = PruneStaging(m_layout.fetch, build.missing());

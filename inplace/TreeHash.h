@@ -12,10 +12,12 @@
 /// file that was not touched since need not be read again.
 class HashedFiles {
 public:
-    /// Whether the file of this plan entry was found right and stands as it did.
+    /// Whether the file at \a path was found right, is the very same and stands as it did: any
+    /// write to it, by whatever name, would show in its times, which nobody can set back.
     bool isKnown(const QByteArray &path, const struct stat &about) const;
+    /// How the file stood that was found right, or null.
+    const struct stat *find(const QByteArray &path) const;
     void remember(const QByteArray &path, const struct stat &about);
-    void forget(const QByteArray &path) { m_files.remove(path); }
 
 private:
     QHash<QByteArray, struct stat> m_files;
@@ -25,12 +27,12 @@ private:
 /// compares their contents with the release: by SHA-256, or by MD5 where an old manifest has
 /// nothing else.
 ///
-/// \a known  files in it are passed over; those that are right are added.
+/// \a right  gets those that are right.
 /// Returns the entries that are not right, in the same order. Ends early, with whatever it has,
 /// when a stop is wanted. Calls nothing of the event loop.
 std::vector<const PlannedEntry *> WrongFiles(const QByteArray &root,
                                              const std::vector<const PlannedEntry *> &entries,
-                                             HashedFiles &known);
+                                             HashedFiles &right);
 
 /// Returns whether the open file of \a descriptor has the content of \a file.
 bool HasContent(int descriptor, const ManifestFile &file);

@@ -15,9 +15,10 @@ struct PublishedRelease {
     PublishedDescription description;
     QStringList descriptionProblems; ///< what DescriptionProblems() said of update.json
     QByteArray manifestContent;
-    QByteArray signature; ///< empty when no key was given
-    ReleaseManifest manifest;
-    bool isSigned = false; ///< one of the keys made the signature
+    QByteArray signature;     ///< empty when no key was given
+    ReleaseManifest manifest; ///< of a known one, what stands before the paths
+    bool isKnown = false;     ///< the manifest is the one that the caller had
+    bool isSigned = false;    ///< one of the keys made the signature
 };
 
 /// Reads update.json, the manifest of the release that it leads to and, when there are \a keys, the
@@ -28,6 +29,9 @@ struct PublishedRelease {
 /// manifest must be of the version and the folder that update.json names, with keys or without. An
 /// old manifest is refused with keys, and one that may have been cut off unnoticed without any.
 ///
+/// \a known  the content of a manifest that was judged before, or nothing: when it is the published
+///          one its paths are not read again, which is most of the work.
 /// Returns what is wrong; what \a release holds then means nothing. Takes as long as \a source.
 ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey> &keys,
-                                  PublishedRelease &release);
+                                  PublishedRelease &release,
+                                  const QByteArray &known = QByteArray());
