@@ -78,7 +78,7 @@ Outcome ExchangeFor(const RunParts &parts, const Takeover &takeover, End end)
     if (!problem) {
         problem = FinishTakeover(parts.layout);
     } else if (!isChanged) {
-        (void)state.removePending(); // one that stays is judged by the next run
+        (void)state.removePending(); // the next run checks one that stays
     }
     Outcome outcome = problem ? OutcomeOf(parts.candidate, problem)
                               : OutcomeOf(parts.candidate, end, DoneText(end));

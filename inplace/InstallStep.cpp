@@ -14,7 +14,7 @@ namespace {
 
 using Task = UpdateOptions::Task;
 
-constexpr int MostPasses = 3; // over an installation whose user is busy in it
+constexpr int MostPasses = 3; // while the user keeps changing files in the installation
 
 Outcome LeaveReady(const RunParts &parts)
 {

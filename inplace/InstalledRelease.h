@@ -8,26 +8,26 @@
 
 #include <optional>
 
-/// What is known about an installation.
+/// The known facts about an installation.
 struct InstalledRelease {
     bool isBundle = false;
     QString identifier;            ///< of the bundle's property list; empty when there is none
     std::optional<int> listNumber; ///< the property list's version as a number
     QString versionString;         ///< as shown to people; may be empty
 
-    bool hasManifest = false; ///< the installed manifest is there and can be read
-    QByteArray content;       ///< of the installed manifest, and
-    QByteArray signature;     ///< what lies beside it; may be empty
+    bool hasManifest = false; ///< the installed manifest exists and can be read
+    QByteArray content;       ///< of the installed manifest
+    QByteArray signature;     ///< beside it; may be empty
     ReleaseManifest manifest; ///< with hasManifest
 
-    /// The highest version number among them.
+    /// The higher of the two version numbers, if any is known.
     std::optional<int> number() const;
-    /// The installed manifest, or null when nobody knows whose a file is.
+    /// The installed manifest, or null if it is unknown which files are the release's.
     const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
 };
 
-/// Reads what \a layout names. Anything missing or unusable counts as unknown. What the installed
-/// manifest says is still unknown then.
+/// Reads what \a layout names. Anything missing or unusable counts as unknown. Of the installed
+/// manifest only the bytes are read; ReadInstalledManifest() does the rest.
 InstalledRelease FindInstalled(const Layout &layout);
 
 /// Reads what the installed manifest says.

@@ -8,7 +8,7 @@
 
 class TreeBuild;
 
-/// The whole new tree of a release beside an installation, at layout.next.
+/// The complete new tree of a release beside an installation, at layout.next.
 ///
 /// Main thread.
 class NewTree {
@@ -19,14 +19,15 @@ public:
     /// \a parts  must live as long as this.
     explicit NewTree(const RunParts &parts);
 
-    /// Builds and verifies it. Can be repeated if the installation has changed meanwhile; what is
-    /// already right stays.
+    /// Builds and verifies the tree. Can be repeated if the installation has changed meanwhile;
+    /// what is already right is kept.
     Problem make(Source source);
 
-    /// Whether the user's own part of the installation is still what the tree was made from.
+    /// Whether the installation, and so the user's part of it, is still what the tree was made
+    /// from.
     bool isCurrent() const;
 
-    /// Whether the installation equals it, file by file.
+    /// Whether the installation equals the tree, file by file.
     bool isAsInstalled();
 
     /// Whether the release is a bundle.

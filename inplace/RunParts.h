@@ -22,5 +22,5 @@ struct RunParts {
 Outcome OutcomeOf(const Candidate &candidate, End end, const QString &message);
 Outcome OutcomeOf(const Candidate &candidate, const Problem &problem);
 
-/// Removes what abandoned releases left. Anything that stays is harmless.
+/// Removes what abandoned updates left. Anything that stays is harmless.
 void RemoveLeftovers(const Layout &layout);

@@ -28,7 +28,7 @@ bool IsLike(mode_t mode, off_t size, const PlannedEntry &entry)
     return S_ISREG(mode) && static_cast<quint64>(size) == entry.file->size;
 }
 
-/// Whether what an interrupted run left can be a part of the planned tree.
+/// Whether a leftover of an interrupted run can be part of the planned tree.
 bool Fits(const TreeEntry &left, const PlannedEntry *planned)
 {
     if (!planned || planned->kind != left.kind) {
@@ -50,7 +50,7 @@ bool IsLikeIn(FolderChain &source, const PlannedEntry &entry)
            IsLike(about.st_mode, about.st_size, entry);
 }
 
-/// Brings one file of the release out of a source.
+/// Takes one file of the release from a source.
 bool Place(FolderChain &source, FolderChain &target, const PlannedEntry &entry,
            TreeBuild::Take take)
 {
@@ -115,7 +115,7 @@ Problem TreeBuild::makeRoot() const
 Problem TreeBuild::prune()
 {
     TreeEntries left;
-    if (!ListTree(m_root, left).isEmpty()) { // folders of a mode that lets nobody in
+    if (!ListTree(m_root, left).isEmpty()) { // the mode of a folder may forbid it
         const Problem problem = RemoveTree(m_root) ? makeRoot() : BuildProblem(m_root, {});
         if (problem) {
             return problem;
@@ -163,8 +163,7 @@ Problem TreeBuild::makeFolders() const
     return {};
 }
 
-/// Reads placed files and removes those that are not right. What is known to be right is not
-/// missing any more.
+/// Reads placed files and removes those that are not right; the others are no longer missing.
 Problem TreeBuild::keepRight(const std::vector<const PlannedEntry *> &placed)
 {
     const std::vector<const PlannedEntry *> wrong = WrongFiles(m_root, placed, m_hashed);
@@ -204,7 +203,7 @@ Problem TreeBuild::put(const QByteArray &source, Take take, const MayBeThere &ma
     FolderChain from(source);
     FolderChain to(m_root);
     if (from.open({}) < 0) {
-        return {}; // it holds nothing
+        return {}; // it contains nothing
     }
     std::vector<const PlannedEntry *> placed;
     for (const PlannedEntry *entry : m_missing) {

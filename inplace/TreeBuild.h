@@ -11,42 +11,42 @@
 
 class FolderChain;
 
-/// Fills a tree by its plan with folders and the files of the release, in a folder of its own.
-/// Nothing but that folder is ever changed, and no file that it shares with another tree, as hard
-/// links do, is ever written to.
+/// Fills a planned tree with its folders and the release's files, in a separate folder. Changes
+/// nothing but that folder, and never writes to a file that it shares with another tree by a hard
+/// link.
 ///
-/// Call prepare(), then takeInstalled() and takeFrom() for the places that may hold files of the
-/// release. Once nothing is missing, SettleTree() makes it whole. A step that ends because a stop
-/// is wanted gives End::Cancelled.
+/// Call prepare(), then takeInstalled() and takeFrom() for the places that may have files of the
+/// release. Once nothing is missing, SettleTree() completes the tree. A step that ends because of a
+/// stop request returns End::Cancelled.
 class TreeBuild {
 public:
-    /// How files come out of a source: shared with it, or taken away from it.
+    /// How files are taken from a source: shared with it, or moved.
     enum class Take { Share, Move };
 
-    /// \a root    the folder that the tree is built as, absolute.
-    /// \a hashed  what an earlier build of the same tree found right. All must live as long as
-    ///            this.
+    /// \a root    the folder to build the tree in, absolute.
+    /// \a hashed  what an earlier build of the same tree found right.
+    /// All arguments must live as long as this.
     TreeBuild(QByteArray root, const TreePlan &plan, HashedFiles &hashed);
 
-    /// Makes the folder and the planned ones in it. Of what an interrupted run left there, files
+    /// Makes the folder and the planned folders in it. Of an interrupted run's leftovers, files
     /// with the right content stay and everything else is removed.
     Problem prepare();
 
-    /// Shares the missing files that stand with the right content in the installation \a install,
-    /// which the plan was made from.
+    /// Shares the missing files that the installation \a install has with the right content. The
+    /// plan was made from it.
     ///
-    /// \a listed  what is known of it, or null: a file that it lists with another content is not
-    ///            even read.
+    /// \a listed  the installed release, or null: a file listed with another content is not even
+    ///            read.
     Problem takeInstalled(const QByteArray &install, const ReleaseManifest *listed);
 
-    /// Puts the missing files that stand with the right content in the folder \a source.
+    /// Adds the missing files that the folder \a source has with the right content.
     Problem takeFrom(const QByteArray &source, Take take);
 
-    /// The files of the release that are not there yet.
+    /// The files of the release that the tree does not have yet.
     const std::vector<const PlannedEntry *> &missing() const { return m_missing; }
 
 private:
-    /// Whether an entry may stand in a source, which is still to be read.
+    /// Whether a source may have an entry; its content is still to be read.
     using MayBeThere = std::function<bool(FolderChain &source, const PlannedEntry &entry)>;
 
     Problem makeRoot() const;

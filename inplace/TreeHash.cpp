@@ -38,7 +38,7 @@ bool IsSame(const timespec &one, const timespec &other)
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
-/// Reads one file of a folder; \a about gets how it stood when it was opened.
+/// Reads one file of a folder; \a about receives its state when it was opened.
 bool IsRight(int folder, const QByteArray &name, const ManifestFile &file, struct stat &about)
 {
     const Descriptor open(

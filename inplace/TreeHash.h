@@ -8,14 +8,14 @@
 #include <QHash>
 #include <QString>
 
-/// Which files of a tree were found to be the release's, and how they stood on the disk then: a
-/// file that was not touched since need not be read again.
+/// The files of a tree that were found right, and their state on the disk then: a file that was not
+/// touched since need not be read again.
 class HashedFiles {
 public:
-    /// Whether the file at \a path was found right, is the very same and stands as it did: any
-    /// write to it, by whatever name, would show in its times, which nobody can set back.
+    /// Whether the file at \a path was found right, is still the same one and has not been touched
+    /// since: writing to it, under any of its names, changes a time that no program can set back.
     bool isKnown(const QByteArray &path, const struct stat &about) const;
-    /// How the file stood that was found right, or null.
+    /// The state of the file when it was found right, or null.
     const struct stat *find(const QByteArray &path) const;
     void remember(const QByteArray &path, const struct stat &about);
 
@@ -27,9 +27,9 @@ private:
 /// compares their contents with the release: by SHA-256, or by MD5 where an old manifest has
 /// nothing else.
 ///
-/// \a right  gets those that are right.
-/// Returns the entries that are not right, in the same order. Ends early, with whatever it has,
-/// when a stop is wanted. Calls nothing of the event loop.
+/// \a right  receives those that are right.
+/// Returns the entries that are not right, in the same order. Ends early, with the results so far,
+/// on a stop request. Does not run an event loop.
 std::vector<const PlannedEntry *> WrongFiles(const QByteArray &root,
                                              const std::vector<const PlannedEntry *> &entries,
                                              HashedFiles &right);

@@ -20,8 +20,9 @@
 
 namespace {
 
-/// Puts what is no folder and not there yet. True if it is there then, or its user has removed it
-/// meanwhile; false with the reason in errno.
+/// Adds a link or an entry of the user. False with the reason in errno.
+///
+/// \a isThere  false if the user has removed it meanwhile.
 bool PutOther(FolderChain &users, int folder, const PlannedEntry &entry, bool &isThere)
 {
     const QByteArray name = NameOf(entry.path);
@@ -34,7 +35,7 @@ bool PutOther(FolderChain &users, int folder, const PlannedEntry &entry, bool &i
     return isThere || errno == ENOENT;
 }
 
-/// Puts links and the user's entries, and settles whatever is no folder.
+/// Adds links and the user's entries, and settles everything except folders.
 Problem PutOthers(const QByteArray &root, const TreePlan &plan, const QByteArray &users,
                   const HashedFiles &hashed)
 {

@@ -8,7 +8,7 @@
 #include "inplace/Outcome.h"
 #include "inplace/StopSignals.h"
 
-/// Goes back to the former tree, once. What is the user's own now goes along where the former
-/// release is known. Otherwise that tree comes back exactly as it was put aside: nobody knows what
-/// in it is the release's. Main thread.
+/// Goes back to the previous tree, once, with the user's current files. If the previous release had
+/// an old manifest or none, the tree comes back as it is: which of its files are the release's is
+/// unknown. Main thread.
 Outcome UndoUpdate(const UpdateOptions &options, const Layout &layout, StopSignals &stop);

@@ -18,7 +18,7 @@ namespace {
 
 using Task = UpdateOptions::Task;
 
-/// Puts right what was interrupted.
+/// Repairs what an interrupted run left.
 Problem Begin(const UpdateOptions &options, const Layout &layout)
 {
     if (options.task != Task::Check) {

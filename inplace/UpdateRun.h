@@ -8,14 +8,14 @@
 #include "inplace/Outcome.h"
 #include "inplace/StopSignals.h"
 
-/// What the tries of one run have in common with the user.
+/// What several attempts of one run remember of the user's answers.
 struct Conversation {
-    bool isAgreed = false; ///< the user wants the update
-    QString page;          ///< the download page of the release, if it tells one to be believed
+    bool isAgreed = false; ///< the user has agreed to the update
+    QString page;          ///< the release's download page, if it has one that can be trusted
 };
 
-/// Tries one task on one installation, once. The folders of \a layout are locked by the caller, but
-/// for the task Check, which changes nothing.
+/// Makes one attempt at one task on one installation. The caller has locked the folders of
+/// \a layout, except for the task Check, which changes nothing.
 ///
 /// The steps are: fetch, decide, build, verify, make durable, exchange. Before the exchange the
 /// installation is never changed; what an interrupted run leaves beside it is used or removed by
