@@ -32,6 +32,15 @@ bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
                       });
 }
 
+/// Whether the volume finds one entry under both paths.
+bool IsSameEntry(const QByteArray &one, const QByteArray &other)
+{
+    struct stat first {};
+    struct stat second {};
+    return ::lstat(one.constData(), &first) == 0 && ::lstat(other.constData(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 } // namespace
 
 NewTree::NewTree(const RunParts &parts)
@@ -52,8 +61,11 @@ Problem NewTree::make(Source source)
     if (problem) {
         return problem;
     }
+    const auto isSame = [&install](const QByteArray &there, const QByteArray &other) {
+        return IsSameEntry(install + '/' + there, install + '/' + other);
+    };
     PlanSources sources{
-        m_candidate.manifest, m_installed.known(), m_there, {}, m_installed.isBundle};
+        m_candidate.manifest, m_installed.known(), m_there, {}, m_installed.isBundle, isSame};
     (void)::stat(install.constData(), &sources.root); // it was just listed
     m_plan = PlanTree(sources);
 
