@@ -19,6 +19,7 @@ struct InstalledRelease {
     QByteArray content;       ///< of the installed manifest
     QByteArray signature;     ///< beside it; may be empty
     ReleaseManifest manifest; ///< with hasManifest
+    QString unreadable;       ///< why something that is there could not be read; usually empty
 
     /// The higher of the two version numbers, if any is known.
     std::optional<int> number() const;
@@ -26,8 +27,9 @@ struct InstalledRelease {
     const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
 };
 
-/// Reads what \a layout names. Anything missing or unusable counts as unknown. Of the installed
-/// manifest only the bytes are read; ReadInstalledManifest() does the rest.
+/// Reads what \a layout names. Anything missing or unusable counts as unknown, but not what the
+/// system fails to read: then the result tells of it, and nothing may be concluded from it. Of the
+/// installed manifest only the bytes are read; ReadInstalledManifest() does the rest.
 InstalledRelease FindInstalled(const Layout &layout);
 
 /// Reads what the installed manifest says.

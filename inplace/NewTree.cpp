@@ -4,6 +4,7 @@
 #include "inplace/NewTree.h"
 
 #include "app/FileNames.h"
+#include "inplace/FileCopy.h"
 #include "inplace/Preconditions.h"
 #include "inplace/Staging.h"
 #include "inplace/TreeBuild.h"
@@ -41,6 +42,15 @@ bool IsSameEntry(const QByteArray &one, const QByteArray &other)
            first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
+/// A volume that fills up meanwhile shows in other ways first.
+Problem OrNoRoom(const Problem &problem, const Layout &layout,
+                 const std::vector<const PlannedEntry *> &fetched)
+{
+    const bool isSuspect = problem.end == End::Download || problem.end == End::Verification;
+    const Problem room = isSuspect && !fetched.empty() ? RoomProblem(layout, fetched) : Problem();
+    return room ? room : problem;
+}
+
 } // namespace
 
 NewTree::NewTree(const RunParts &parts)
@@ -53,6 +63,9 @@ Problem NewTree::make(Source source)
 {
     const QByteArray install = QFile::encodeName(m_layout.install);
     const QByteArray next = QFile::encodeName(m_layout.next);
+    if (!m_installed.unreadable.isEmpty()) {
+        return {End::Storage, m_installed.unreadable}; // or files would be taken for the user's
+    }
     const QString reason = ListTree(install, m_there);
     if (!reason.isEmpty()) {
         return {End::Storage, reason};
@@ -81,7 +94,10 @@ Problem NewTree::make(Source source)
     if (!problem) {
         problem = SettleTree(next, m_plan, install, m_hashed);
     }
-    return problem ? problem : VerifyTree(next, m_plan, isInside, m_hashed);
+    if (!problem) {
+        problem = VerifyTree(next, m_plan, isInside, m_hashed);
+    }
+    return OrNoRoom(problem, m_layout, build.missing());
 }
 
 /// Gets the files of the release, from the nearest place first.
@@ -153,8 +169,17 @@ Problem NewTree::putManifest() const
 
 bool NewTree::isCurrent() const
 {
+    const QByteArray install = QFile::encodeName(m_layout.install);
+    const QByteArray next = QFile::encodeName(m_layout.next);
     TreeEntries now;
-    return ListTree(QFile::encodeName(m_layout.install), now).isEmpty() && IsSameTree(m_there, now);
+    if (!ListTree(install, now).isEmpty() || !IsSameTree(m_there, now)) {
+        return false;
+    }
+    // Where files cannot be linked, the user may have changed one since it was copied.
+    return std::all_of(m_plan.cbegin(), m_plan.cend(), [&](const PlannedEntry &entry) {
+        return entry.from != PlannedEntry::From::User || entry.kind != EntryKind::File ||
+               IsUpToDate(next + '/' + entry.path, install + '/' + entry.path);
+    });
 }
 
 bool NewTree::isAsInstalled()

@@ -12,6 +12,7 @@
 #include <QObject>
 
 #include <cerrno>
+#include <climits>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -32,6 +33,15 @@ bool IsStuck(const struct stat &parent, const struct stat &install)
     const uid_t user = ::geteuid();
     return (parent.st_mode & S_ISVTX) != 0 && user != 0 && user != parent.st_uid &&
            user != install.st_uid;
+}
+
+/// Whether the system cannot take a name or a path of this length.
+bool IsTooLong(const QString &folder, const QString &path)
+{
+    const QByteArray bytes = QFile::encodeName(path);
+    const long most = ::pathconf(QFile::encodeName(folder).constData(), _PC_NAME_MAX);
+    const int name = bytes.size() - bytes.lastIndexOf('/') - 1;
+    return bytes.size() >= PATH_MAX || (most > 0 && name > most);
 }
 
 QString StagingOwnerReason(const QString &path)
@@ -84,6 +94,14 @@ Problem InstallProblem(const Layout &layout)
     if (::access(QFile::encodeName(layout.parent).constData(), W_OK | X_OK) != 0 ||
         IsStuck(parent, install)) {
         return {End::NotWritable, QObject::tr("目录%1无法写入").arg(layout.parent)};
+    }
+    // The longest names of those that are only needed after the exchange.
+    for (const QString &path :
+         {layout.previous, layout.state + QStringLiteral("/previous.minisig#part"),
+          SignaturePath(layout.manifestPath(true)) + QStringLiteral("#part")}) {
+        if (IsTooLong(layout.parent, path)) {
+            return {End::Names, QObject::tr("文件名%1过长").arg(path)};
+        }
     }
     return {};
 }

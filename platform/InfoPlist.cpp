@@ -43,10 +43,10 @@ std::string ReadSmallFile(const fs::path &path)
     return content;
 }
 
-// Returns nullopt if this is no dictionary, the key is missing or the item is not a text.
+// Returns nullopt if this is not a dictionary, the key is missing or the item is not text.
 std::optional<std::string> TextItem(plist_t dictionary, const char *key)
 {
-    // Not plist_get_string_val(): it aborts the program if the text holds a NUL.
+    // Not plist_get_string_val(): it aborts the program if the text contains a NUL.
     const char *text = plist_get_string_ptr(plist_dict_get_item(dictionary, key), nullptr);
     return text ? std::make_optional<std::string>(text) : std::nullopt;
 }

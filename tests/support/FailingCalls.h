@@ -13,8 +13,8 @@
 ///
 /// The kinds: "open" (for writing, or creating), "write" (pwrite, ftruncate and copy_file_range
 /// too), "sync" (fsync, fdatasync, syncfs), "rename", "link", "symlink", "mkdir", "chmod", "chown".
-/// Counted only if chosen: "unlink" (rmdir too), "open-to-read", "read". Writes of the standard C
-/// streams are not seen.
+/// Counted only if chosen: "unlink" (rmdir too), "open-to-read", "read", "stat" (access and
+/// readlink too), "list" (opendir and readdir). Writes of the standard C streams are not seen.
 ///
 ///     FailingCalls calls(outputDir);
 ///     run(calls.letThrough() + command);

@@ -6,6 +6,8 @@
 /// chosen ones fail without doing anything. Environment variables configure it, see
 /// FailingCalls.cpp; processes that the program starts continue the count.
 
+#include "tests/support/failing_calls.h"
+
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -66,25 +68,6 @@ const Settings &Told()
     return settings;
 }
 
-std::string PathOf(int descriptor)
-{
-    char path[PATH_MAX] = "";
-    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-    const ssize_t length = ::readlink(link.c_str(), path, sizeof path);
-    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
-}
-
-std::string PathOf(int folder, const char *path)
-{
-    if (!path || *path == '/') {
-        return path ? path : "";
-    }
-    char here[PATH_MAX] = "";
-    const std::string base =
-        folder == AT_FDCWD ? (::getcwd(here, sizeof here) ? here : "") : PathOf(folder);
-    return base + '/' + path;
-}
-
 bool IsUnder(const std::string &path)
 {
     const std::string &under = Told().under;
@@ -110,8 +93,30 @@ void Note(const char *kind, const std::string &path, bool fails)
     (void)::syscall(SYS_close, log);
 }
 
-/// Counts a call. Returns whether it is to fail, and sets errno then.
-bool Fails(const char *kind, const std::string &path, bool isUsual = true)
+} // namespace
+
+namespace failing_calls {
+
+std::string PathOf(int descriptor)
+{
+    char path[PATH_MAX] = "";
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    const long length = ::syscall(SYS_readlink, link.c_str(), path, sizeof path);
+    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
+}
+
+std::string PathOf(int folder, const char *path)
+{
+    if (!path || *path == '/') {
+        return path ? path : "";
+    }
+    char here[PATH_MAX] = "";
+    const std::string base =
+        folder == AT_FDCWD ? (::getcwd(here, sizeof here) ? here : "") : PathOf(folder);
+    return *path == '\0' ? base : base + '/' + path;
+}
+
+bool Fails(const char *kind, const std::string &path, bool isUsual)
 {
     const int before = errno;
     const Settings &told = Told();
@@ -129,16 +134,15 @@ bool Fails(const char *kind, const std::string &path, bool isUsual = true)
     return fails;
 }
 
+} // namespace failing_calls
+
+using namespace failing_calls;
+
+namespace {
+
 bool FailsForBoth(const char *kind, const std::string &one, const std::string &other)
 {
     return Fails(kind, IsUnder(one) ? one : other);
-}
-
-/// The system's function that this library hides.
-template <typename Function>
-Function *Next(Function * /*same*/, const char *name)
-{
-    return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
 }
 
 bool FailsToOpen(int folder, const char *path, int flags)
