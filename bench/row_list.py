@@ -9,7 +9,7 @@ class RowList(list):
     function that measures it, in the order of the table."""
 
     def row(self, name, what, against, limit):
-        """Registers a measurement. It returns what the functions of report.py make."""
+        """Registers a measurement. It returns a figure of report.py."""
         def register(function):
             self.append((name, what, against, limit, function))
             return function

@@ -5,6 +5,7 @@
 
 #include "inplace/StateFolder.h"
 #include "release/DurableFile.h"
+#include "release/SystemCalls.h"
 
 #include <QObject>
 
@@ -54,11 +55,12 @@ Takeover TakeoverOf(const RunParts &parts, bool isBundle)
 
 Problem MakeDurable(const Layout &layout)
 {
-    const QString reason = SyncTree(layout.next);
-    if (!reason.isEmpty() || !SyncFolder(layout.parent)) {
-        return {End::Storage, QObject::tr("无法写入磁盘:%1").arg(reason)};
+    QString reason = SyncTree(layout.next);
+    if (reason.isEmpty() && !SyncFolder(layout.parent)) {
+        reason = QStringLiteral("%1: %2").arg(layout.parent, SystemError());
     }
-    return {};
+    return reason.isEmpty() ? Problem()
+                            : Problem{End::Storage, QObject::tr("无法写入磁盘:%1").arg(reason)};
 }
 
 Outcome ExchangeFor(const RunParts &parts, const Takeover &takeover, End end)

@@ -12,7 +12,7 @@
 /// Returns what to note beside the exchange for a new tree, a bundle or not, of the candidate.
 Takeover TakeoverOf(const RunParts &parts, bool isBundle);
 
-/// Makes sure that the new tree, and the folder it lies in, will survive a loss of power.
+/// Waits until the new tree and its name will survive a power loss.
 Problem MakeDurable(const Layout &layout);
 
 /// Exchanges the new tree, which is durable, for the installation.

@@ -78,7 +78,8 @@ Problem InstallProblem(const Layout &layout)
         !Look(layout.parent, parent)) {
         return {End::Folders, QObject::tr("安装目录%1不存在").arg(layout.install)};
     }
-    if (install.st_dev != parent.st_dev || IsMountPoint(QFile::encodeName(layout.install))) {
+    if (install.st_dev != parent.st_dev ||
+        IsMountPoint(QFile::encodeName(layout.install).constData())) {
         return {End::MountPoint, QObject::tr("安装目录%1是一个卷，无法替换").arg(layout.install)};
     }
     if (layout.install.contains(QLatin1String("/AppTranslocation/"))) {
@@ -95,7 +96,7 @@ Problem InstallProblem(const Layout &layout)
         IsStuck(parent, install)) {
         return {End::NotWritable, QObject::tr("目录%1无法写入").arg(layout.parent)};
     }
-    // The longest names of those that are only needed after the exchange.
+    // The longest of the names that are only needed after the exchange.
     for (const QString &path :
          {layout.previous, layout.state + QStringLiteral("/previous.minisig#part"),
           SignaturePath(layout.manifestPath(true)) + QStringLiteral("#part")}) {
@@ -124,12 +125,13 @@ Problem MakeStaging(const Layout &layout)
 
 Problem InnerVolumeProblem(const Layout &layout, const TreeEntries &there)
 {
-    struct stat install {};
-    (void)Look(layout.install, install); // it was just there
+    const QByteArray install = QFile::encodeName(layout.install);
+    struct stat root {};
+    (void)Look(layout.install, root); // it was just there
     for (const TreeEntry &entry : there) {
         if (entry.kind == EntryKind::Folder &&
-            (entry.about.st_dev != install.st_dev ||
-             IsMountPoint(QFile::encodeName(layout.install) + '/' + entry.path))) {
+            (entry.about.st_dev != root.st_dev ||
+             IsMountPoint((install + '/' + entry.path).constData()))) {
             return {
                 End::MountPoint,
                 QObject::tr("安装目录中的%1是一个卷，无法替换").arg(QFile::decodeName(entry.path))};

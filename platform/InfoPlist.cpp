@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <system_error>
 
@@ -23,7 +24,7 @@ struct FileCloser {
 };
 
 // Returns empty text unless the file is readable and of a plausible size.
-std::string ReadSmallFile(const fs::path &path)
+std::string ReadSmallFile(const std::string &path)
 {
     // Also bounds the nesting: the parser recurses into nested lists.
     constexpr std::uintmax_t largest = 262144;
@@ -53,7 +54,7 @@ std::optional<std::string> TextItem(plist_t dictionary, const char *key)
 
 } // namespace
 
-InfoPlist ReadInfoPlist(const fs::path &path)
+InfoPlist ReadInfoPlist(const std::string &path)
 {
     return ParseInfoPlist(ReadSmallFile(path));
 }
