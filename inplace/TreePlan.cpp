@@ -41,7 +41,7 @@ QSet<QByteArray> PathsOf(const ReleaseManifest &release)
 class Planner {
 public:
     explicit Planner(const PlanSources &sources)
-        : m_sources(sources), m_spelling(sameNames(sources))
+        : m_sources(sources), m_spelling(SameNames(sources))
     {
     }
 
@@ -58,7 +58,7 @@ public:
     }
 
 private:
-    static ReleaseSpelling::IsSame sameNames(const PlanSources &sources);
+    static ReleaseSpelling::IsSame SameNames(const PlanSources &sources);
     PlannedEntry &add(const QByteArray &path, EntryKind kind, const TreeEntry *there);
     PlannedEntry &addReleased(const QByteArray &path, EntryKind kind);
     void addFolders(const QByteArray &path);
@@ -74,7 +74,7 @@ private:
 };
 
 /// What the installation lists under a path of its own is another entry, whatever the volume says.
-ReleaseSpelling::IsSame Planner::sameNames(const PlanSources &sources)
+ReleaseSpelling::IsSame Planner::SameNames(const PlanSources &sources)
 {
     if (!sources.isSame) {
         return {};
