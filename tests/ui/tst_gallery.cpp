@@ -17,7 +17,7 @@ struct Run {
     QString errors;
 };
 
-Run gallery(const QStringList &arguments)
+Run RunGallery(const QStringList &arguments)
 {
     QProcess process;
     process.start(QStringLiteral(GALLERY), arguments);
@@ -28,7 +28,7 @@ Run gallery(const QStringList &arguments)
             QString::fromUtf8(process.readAllStandardError())};
 }
 
-void savePicture(const QDir &folder, const QString &name, const QColor &color, int dots = 0)
+void SavePicture(const QDir &folder, const QString &name, const QColor &color, int dots = 0)
 {
     QImage image(20, 10, QImage::Format_ARGB32);
     image.fill(color);
@@ -57,20 +57,20 @@ void tst_Gallery::differences_found_areNamedByPicture()
 {
     const QTemporaryDir temporary;
     const QDir folder(temporary.path());
-    savePicture(folder, QStringLiteral("same.png"), Qt::red);
-    savePicture(folder, QStringLiteral("changed.png"), Qt::red);
-    savePicture(folder, QStringLiteral("resized.png"), Qt::red);
-    savePicture(folder, QStringLiteral("gone.png"), Qt::red);
-    savePicture(folder, QStringLiteral("contact-sheet.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("same.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("changed.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("resized.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("gone.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("contact-sheet.png"), Qt::red);
     const FormerPictures former(folder);
     QCOMPARE(former.differences(folder), QStringList());
 
-    savePicture(folder, QStringLiteral("contact-sheet.png"), Qt::blue); // follows from the others
-    savePicture(folder, QStringLiteral("changed.png"), Qt::red, 5);
+    SavePicture(folder, QStringLiteral("contact-sheet.png"), Qt::blue); // follows from the others
+    SavePicture(folder, QStringLiteral("changed.png"), Qt::red, 5);
     QVERIFY(
         QImage(5, 5, QImage::Format_RGB32).save(folder.filePath(QStringLiteral("resized.png"))));
     QVERIFY(QFile::remove(folder.filePath(QStringLiteral("gone.png"))));
-    savePicture(folder, QStringLiteral("new.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("new.png"), Qt::red);
     QCOMPARE(former.differences(folder),
              (QStringList{"changed  changed.png (2.50 % of its pixels)", "new      new.png",
                           "changed  resized.png (another size)", "gone     gone.png"}));
@@ -80,7 +80,7 @@ void tst_Gallery::program_run_makesAllPicturesInSilence()
 {
     const QTemporaryDir temporary;
     const QDir folder(temporary.filePath(QStringLiteral("new/folder")));
-    const Run run = gallery({folder.path()});
+    const Run run = RunGallery({folder.path()});
     QCOMPARE(run.errors, QString());
     QCOMPARE(run.output, QString());
     QCOMPARE(run.exitCode, 0);
@@ -111,7 +111,7 @@ void tst_Gallery::program_badUsage_isRefused_data()
 void tst_Gallery::program_badUsage_isRefused()
 {
     QFETCH(QStringList, arguments);
-    const Run run = gallery(arguments);
+    const Run run = RunGallery(arguments);
     QCOMPARE(run.exitCode, 2);
     QCOMPARE(run.output, QString());
     QVERIFY2(run.errors.startsWith(QLatin1String("updater_gallery: ")), qPrintable(run.errors));
@@ -120,15 +120,15 @@ void tst_Gallery::program_badUsage_isRefused()
 void tst_Gallery::program_againstNothing_isRefused()
 {
     const QTemporaryDir temporary;
-    const Run run = gallery({QStringLiteral("--against"), temporary.path(),
-                             temporary.filePath(QStringLiteral("pictures"))});
+    const Run run = RunGallery({QStringLiteral("--against"), temporary.path(),
+                                temporary.filePath(QStringLiteral("pictures"))});
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(run.errors, "updater_gallery: " + temporary.path() + " holds no pictures\n");
 }
 
 void tst_Gallery::program_asked_tellsItsVersion()
 {
-    const Run run = gallery({QStringLiteral("--version")});
+    const Run run = RunGallery({QStringLiteral("--version")});
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.output, QStringLiteral(GALLERY_VERSION "\n"));
 }
