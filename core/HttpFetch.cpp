@@ -76,7 +76,8 @@ bool GetFileByUrl(QNetworkAccessManager &manager, QUrl url, QByteArray &data, QS
             (*responseHeaders)[pair.first] = pair.second;
         }
     }
-    data = reply->readAll();
+    // A manager that aborts its replies has closed this one, and Qt 6 complains of reading from it.
+    data = reply->isOpen() ? reply->readAll() : QByteArray();
     reply->deleteLater();
     return true;
 }
