@@ -46,7 +46,12 @@ class tst_Gallery : public QObject {
 
 private slots:
     static void differences_found_areNamedByPicture();
-    static void program_run_makesAllPicturesInSilence();
+    static void program_run_makesAllPicturesAndTellsWhatIsOther();
+    static void program_oneLook_makesItsPicturesInSilence_data();
+    static void program_oneLook_makesItsPicturesInSilence();
+    static void program_pictureImpossible_isSaid();
+    static void program_folderImpossible_isSaid();
+    static void program_asked_tellsItsUsage();
     static void program_badUsage_isRefused_data();
     static void program_badUsage_isRefused();
     static void program_againstNothing_isRefused();
@@ -76,14 +81,19 @@ void tst_Gallery::differences_found_areNamedByPicture()
                           "changed  resized.png (another size)", "gone     gone.png"}));
 }
 
-void tst_Gallery::program_run_makesAllPicturesInSilence()
+void tst_Gallery::program_run_makesAllPicturesAndTellsWhatIsOther()
 {
     const QTemporaryDir temporary;
     const QDir folder(temporary.filePath(QStringLiteral("new/folder")));
-    const Run run = gallery({folder.path()});
+    savePicture(QDir(temporary.path()), QStringLiteral("notice-1x.png"), Qt::red);
+    savePicture(QDir(temporary.path()), QStringLiteral("of-old-1x.png"), Qt::red);
+    const Run run = gallery({folder.path(), QStringLiteral("--against"), temporary.path()});
     QCOMPARE(run.errors, QString());
-    QCOMPARE(run.output, QString());
     QCOMPARE(run.exitCode, 0);
+    const QStringList told = run.output.split(QLatin1Char('\n'));
+    QVERIFY(told.contains(QStringLiteral("changed  notice-1x.png (another size)")));
+    QVERIFY(told.contains(QStringLiteral("gone     of-old-1x.png")));
+    QVERIFY(told.contains(QStringLiteral("new      notice-3x.png")));
     QVERIFY(QImage(folder.filePath(QStringLiteral("contact-sheet.png"))).width() > 3000);
     // The page shows each of them, and nothing else is there.
     QFile page(folder.filePath(QStringLiteral("index.html")));
@@ -97,6 +107,56 @@ void tst_Gallery::program_run_makesAllPicturesInSilence()
     }
     QCOMPARE(QImage(folder.filePath(QStringLiteral("notice-1x.png"))).size(), QSize(556, 341));
     QCOMPARE(QImage(folder.filePath(QStringLiteral("notice-3x.png"))).size(), QSize(1668, 1023));
+}
+
+void tst_Gallery::program_oneLook_makesItsPicturesInSilence_data()
+{
+    QTest::addColumn<QString>("look");
+    QTest::addColumn<QString>("picture");
+    QTest::newRow("dark") << "dark"
+                          << "notice-dark.png";
+    QTest::newRow("unknown, so the first") << "glass"
+                                           << "notice-1x.png";
+}
+
+void tst_Gallery::program_oneLook_makesItsPicturesInSilence()
+{
+    QFETCH(QString, look);
+    QFETCH(QString, picture);
+    const QTemporaryDir temporary;
+    const Run run = gallery({QStringLiteral("--look"), look, temporary.path()});
+    QCOMPARE(run.errors, QString());
+    QCOMPARE(run.output, QString());
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(QImage(temporary.filePath(picture)).size(), QSize(556, 341));
+}
+
+void tst_Gallery::program_pictureImpossible_isSaid()
+{
+    const QTemporaryDir temporary;
+    QVERIFY(QDir(temporary.path()).mkdir(QStringLiteral("notice-1x.png"))); // in the way
+    const Run run = gallery({temporary.path()});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.errors, QStringLiteral("updater_gallery: not all pictures could be made\n"));
+}
+
+void tst_Gallery::program_folderImpossible_isSaid()
+{
+    const QTemporaryDir temporary;
+    savePicture(QDir(temporary.path()), QStringLiteral("file.png"), Qt::red);
+    const QString folder = temporary.filePath(QStringLiteral("file.png/folder"));
+    const Run run = gallery({folder});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.errors, "updater_gallery: cannot make the folder " + folder + "\n");
+}
+
+void tst_Gallery::program_asked_tellsItsUsage()
+{
+    const Run run = gallery({QStringLiteral("--help")});
+    QCOMPARE(run.exitCode, 0);
+    for (const char *word : {"FOLDER", "--against", "--look", "--version"}) {
+        QVERIFY2(run.output.contains(QLatin1String(word)), word);
+    }
 }
 
 void tst_Gallery::program_badUsage_isRefused_data()
