@@ -6,6 +6,8 @@
 /// chosen ones fail without doing anything. Told by the environment, see FailingCalls.cpp; the
 /// count goes on in processes that are started meanwhile.
 
+#include "tests/support/failing_calls.h"
+
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -15,8 +17,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <execinfo.h>
 #include <fcntl.h>
 #include <string>
+#include <sys/auxv.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -66,25 +70,6 @@ const Settings &Told()
     return settings;
 }
 
-std::string PathOf(int descriptor)
-{
-    char path[PATH_MAX] = "";
-    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-    const ssize_t length = ::readlink(link.c_str(), path, sizeof path);
-    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
-}
-
-std::string PathOf(int folder, const char *path)
-{
-    if (!path || *path == '/') {
-        return path ? path : "";
-    }
-    char here[PATH_MAX] = "";
-    const std::string base =
-        folder == AT_FDCWD ? (::getcwd(here, sizeof here) ? here : "") : PathOf(folder);
-    return base + '/' + path;
-}
-
 bool IsUnder(const std::string &path)
 {
     const std::string &under = Told().under;
@@ -101,17 +86,68 @@ bool IsChosen(const char *kind, bool isUsual)
                : ("," + kinds + ",").find("," + std::string(kind) + ",") != std::string::npos;
 }
 
+/// The functions of the program that led to a call, the innermost first, as places in its code.
+/// Recursion is told once.
+std::string Way()
+{
+    constexpr int Deepest = 64;
+    constexpr int Told = 6;
+    Dl_info program{};
+    Dl_info here{};
+    void *frames[Deepest];
+    const int count = ::backtrace(frames, Deepest);
+    (void)::dladdr(reinterpret_cast<void *>(::getauxval(AT_PHDR)), &program);
+    std::string way;
+    int told = 0;
+    for (int index = 0; index < count && told < Told; ++index) {
+        if (::dladdr(frames[index], &here) == 0 || here.dli_fbase != program.dli_fbase) {
+            continue;
+        }
+        const auto offset =
+            static_cast<char *>(frames[index]) - static_cast<char *>(program.dli_fbase);
+        const std::string place = ' ' + std::to_string(offset);
+        if ((way + ' ').find(place + ' ') == std::string::npos) {
+            way += place;
+            ++told;
+        }
+    }
+    return way;
+}
+
 void Note(const char *kind, const std::string &path, bool fails)
 {
-    const std::string line = std::string(fails ? "FAILED " : "") + kind + ' ' + path + '\n';
+    const std::string line =
+        std::string(fails ? "FAILED " : "") + kind + ' ' + path + '\t' + Way() + '\n';
     const auto log = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, Told().log.c_str(),
                                                 O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
     (void)::syscall(SYS_write, log, line.data(), line.size());
     (void)::syscall(SYS_close, log);
 }
 
-/// Counts a call. Returns whether it is to fail, and sets errno then.
-bool Fails(const char *kind, const std::string &path, bool isUsual = true)
+} // namespace
+
+namespace failing_calls {
+
+std::string PathOf(int descriptor)
+{
+    char path[PATH_MAX] = "";
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    const long length = ::syscall(SYS_readlink, link.c_str(), path, sizeof path);
+    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
+}
+
+std::string PathOf(int folder, const char *path)
+{
+    if (!path || *path == '/') {
+        return path ? path : "";
+    }
+    char here[PATH_MAX] = "";
+    const std::string base =
+        folder == AT_FDCWD ? (::getcwd(here, sizeof here) ? here : "") : PathOf(folder);
+    return *path == '\0' ? base : base + '/' + path;
+}
+
+bool Fails(const char *kind, const std::string &path, bool isUsual)
 {
     const int before = errno;
     const Settings &told = Told();
@@ -129,16 +165,15 @@ bool Fails(const char *kind, const std::string &path, bool isUsual = true)
     return fails;
 }
 
+} // namespace failing_calls
+
+using namespace failing_calls;
+
+namespace {
+
 bool FailsForBoth(const char *kind, const std::string &one, const std::string &other)
 {
     return Fails(kind, IsUnder(one) ? one : other);
-}
-
-/// The function of the system that this library stands before.
-template <typename Function>
-Function *Next(Function * /*same*/, const char *name)
-{
-    return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
 }
 
 bool FailsToOpen(int folder, const char *path, int flags)
