@@ -42,10 +42,10 @@ const std::array<std::pair<QString, Task>, 5> Tasks{{{CheckOption, Task::Check},
 void AddOptions(QCommandLineParser &parser)
 {
     parser.setApplicationDescription(QStringLiteral(
-        "Updates an installation in place to the release that is published under a base URL.\n"
-        "A whole new tree is built beside it and takes its place at one instant; whatever stops\n"
-        "the program, the installation is wholly the old or wholly the new release. What was\n"
-        "downloaded stays in the staging folder and is used by the next run.\n\n"
+        "Updates an installation in place to the release published under a base URL. A complete\n"
+        "new tree is built beside it, and the two are exchanged atomically; whatever stops the\n"
+        "program, the installation is entirely the old or entirely the new release. Downloaded\n"
+        "files stay in the staging folder for the next run.\n\n"
         "Exit codes: 0 done, or nothing to do; 1 failed, cancelled or put off; 2 bad usage."));
     const auto option = [&parser](const QString &name, const char *text, const char *value = "") {
         parser.addOption({name, QString::fromUtf8(text), QString::fromUtf8(value)});
@@ -53,26 +53,26 @@ void AddOptions(QCommandLineParser &parser)
     option(BaseUrlOption, "Where update.json is published.", "URL");
     option(InstallOption, "The installation to update; the folder around it must be writable.",
            "DIR");
-    option(StagingOption, "Folder for files on their way; made if missing.", "DIR");
+    option(StagingOption, "Folder for downloads and state; made if missing.", "DIR");
     option(KeyOption,
-           "Believe only releases signed with this key, one line of Base64. May be given several "
-           "times: one good signature is enough.",
+           "Accept only releases signed with this key, one line of Base64. May be given several "
+           "times: a good signature by one of them is enough.",
            "KEY");
-    option(ApplicationOption,
-           "Identifier that the release must have; otherwise that of the bundle.", "ID");
-    option(OlderOption, "Install the published release even when it is older.");
-    option(CheckOption, "Say whether there is an update, and change nothing.");
+    option(ApplicationOption, "Identifier that the release must have (default: the bundle's).",
+           "ID");
+    option(OlderOption, "Install the published release even if it is older.");
+    option(CheckOption, "Report whether there is an update; change nothing.");
     option(FetchOption, "Fetch and verify, and leave the installation alone.");
-    option(ApplyOption, "Put in place what was fetched before; needs no network.");
-    option(RepairOption, "Look at every file, and bring back what differs from the release.");
+    option(ApplyOption, "Install what was fetched before; needs no network.");
+    option(RepairOption, "Check every file and restore what differs from the release.");
     option(UndoOption, "Go back to the tree before the last update, once.");
-    option(NoBackupOption, "Do not keep the former tree for --undo.");
-    option(ManifestOption, "Where the manifest of what is installed is kept.", "FILE");
-    option(StallOption, "Give up when the server sends nothing for so long; 60 by default.",
+    option(NoBackupOption, "Do not keep the previous tree for --undo.");
+    option(ManifestOption, "Where to keep the manifest of the installed release.", "FILE");
+    option(StallOption, "Give up if the server sends nothing for this long (default: 60).",
            "SECONDS");
     option(AskOption, "Show the notice of a new version first.");
     option(StartOption,
-           "Start this program at the end, whatever came of the update; relative to the "
+           "Start this program at the end, whatever the result; may be relative to the "
            "installation.",
            "PROGRAM");
     option(ConsoleOption, "No windows: progress on standard error, a report on standard output.");
@@ -102,7 +102,7 @@ bool NeedsNetwork(Task task)
     return task != Task::ApplyOnly && task != Task::Undo;
 }
 
-/// Returns what is missing or must not be there, or empty text.
+/// Returns what is missing or not allowed, or empty text.
 QString MissingReason(const QCommandLineParser &parser, Task task)
 {
     QStringList needed{InstallOption, StagingOption};
@@ -136,7 +136,7 @@ bool IsBaseUrl(const QString &text)
     return web && !url.host().isEmpty() && !url.hasQuery() && !url.hasFragment();
 }
 
-/// Returns what is wrong with values that must have a certain form, or empty text.
+/// Reads the values that must have a certain form. Returns what is wrong with one, or empty text.
 QString ReadValues(const QCommandLineParser &parser, UpdateOptions &options)
 {
     options.baseUrl = parser.value(BaseUrlOption);

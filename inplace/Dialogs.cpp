@@ -18,6 +18,6 @@ bool ShowFailure(const Outcome &outcome, const QString &page)
 {
     CUpdateError dialog;
     dialog.setError(QObject::tr("更新失败"), Printable(outcome.message), InfoOf(outcome.end).retry);
-    dialog.setUrl(page); // after setError(): the page helps also where another try does not
+    dialog.setUrl(page); // after setError(): the page helps even if a retry does not
     return dialog.exec() == QDialog::Accepted;
 }

@@ -9,12 +9,12 @@
 /// Modes and owners of single entries. Folders are open handles, names single components. A false
 /// result leaves the reason in errno. Callable on any thread.
 
-/// Gives the entry \a name its planned mode and owner. A file that shares its content with another
-/// tree is replaced by a copy first, when one of them must change.
+/// Gives the entry \a name its planned mode and owner. If one of them must change, a file that
+/// shares its content with another tree is replaced by a copy first.
 ///
 /// Only root can give files away; for other users the owner stays as it is.
 bool SettleEntry(int folder, const char *name, const PlannedEntry &entry);
 
-/// Returns whether a mode and owner that were found are what is planned, as far as SettleEntry()
-/// can bring that about.
+/// Returns whether the mode and owner in \a about are as planned, as far as SettleEntry() can set
+/// them.
 bool IsSettled(const struct stat &about, const PlannedEntry &entry);

@@ -5,13 +5,13 @@
 
 #include "inplace/Candidate.h"
 
-/// What an update would have to fetch.
+/// The amount that an update would fetch.
 struct FetchEstimate {
     qint64 files = 0;
     qint64 bytes = 0;
 };
 
-/// Returns what the folder \a install lacks, by sizes and the installed manifest, which is
-/// believed; files that it does not list are read. Changes nothing.
+/// Returns what the folder \a install lacks, judged by sizes and by the installed manifest, which
+/// is trusted; files that it does not list are read. Changes nothing.
 FetchEstimate EstimateFetch(const QString &install, const Candidate &candidate,
                             const InstalledRelease &installed);

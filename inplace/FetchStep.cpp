@@ -34,7 +34,7 @@ Problem ProblemOf(const ReleaseFault &fault, const QString &base)
     return {};
 }
 
-/// The page for the user's browser: signed, where signatures are demanded.
+/// The page for the user's browser; a signed one if signatures are required.
 QString PageOf(const PublishedRelease &release)
 {
     const bool isTold = !release.manifest.page.isEmpty() || release.isSigned;

@@ -7,8 +7,8 @@
 #include "inplace/CommandLine.h"
 
 /// \file
-/// Where a release comes from. Checks what the release says about itself: format, paths and links,
-/// signature. How it compares with the installation is decided by Decide().
+/// Gets a release and checks it by itself: format, paths and links, signature. Decide() compares it
+/// with the installation.
 
 /// Fetches description, manifest and signature of the published release. Blocks in local event
 /// loops, on the main thread.
@@ -17,7 +17,7 @@ Problem FetchCandidate(const UpdateOptions &options, Candidate &candidate);
 /// Reads what an earlier run fetched, from a folder with the layout of a published one.
 Problem ReadCandidate(const QString &folder, const UpdateOptions &options, Candidate &candidate);
 
-/// Returns why the candidate is not one for this installation: it is another application's, or has
-/// a file that the worker cannot fetch.
+/// Returns why this installation cannot use the candidate: it belongs to another application, or
+/// has a file that the worker cannot fetch.
 Problem CandidateProblem(const Candidate &candidate, const UpdateOptions &options,
                          const InstalledRelease &installed);

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-/// Returns the path of the folder that \a path lies in; empty at the top.
+/// Returns the path of the folder that contains \a path; empty at the top.
 inline QByteArray FolderOf(const QByteArray &path)
 {
     return path.left(qMax(path.lastIndexOf('/'), 0));
@@ -20,10 +20,10 @@ inline QByteArray NameOf(const QByteArray &path)
     return path.mid(path.lastIndexOf('/') + 1);
 }
 
-/// Open handles of the folders on the way to the one that was asked for last, below one root.
+/// Keeps the folders on the way to the last requested one open, below one root.
 ///
 /// No link is followed, so nobody who can change the tree can lead a reader or a writer out of it.
-/// Paths asked for in sorted order open each folder once. For one thread.
+/// Paths in sorted order open each folder once. For one thread.
 class FolderChain {
 public:
     /// \a root  absolute, as the system takes it; may be a link itself.
@@ -31,11 +31,11 @@ public:
     ~FolderChain();
     Q_DISABLE_COPY(FolderChain)
 
-    /// Returns a handle of the folder at \a path (relative, empty for the root), which stays the
-    /// chain's and is good until the next call; -1 with the reason in errno.
+    /// Returns a handle of the folder at \a path (relative, empty for the root), which the chain
+    /// owns and which is valid until the next call; -1 with the reason in errno.
     int open(const QByteArray &path);
 
-    /// Returns a handle of the folder that the entry at \a path lies in.
+    /// Returns a handle of the folder that contains the entry at \a path.
     int openParent(const QByteArray &path) { return open(FolderOf(path)); }
 
 private:
@@ -46,5 +46,5 @@ private:
 
     void leaveTo(const QByteArray &path);
 
-    std::vector<Step> m_steps; ///< the root first, each one below the one before
+    std::vector<Step> m_steps; ///< the root first, each one inside the one before
 };

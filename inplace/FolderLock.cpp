@@ -17,7 +17,7 @@
 
 namespace {
 
-/// Whether a process holds the lock file, as everyone does who has it.
+/// Whether a process holds the lock file: whoever has the lock also locks the file.
 bool IsHeld(const QString &path)
 {
     const int handle = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
@@ -50,7 +50,7 @@ bool LockSoon(int folder)
 FolderLock::FolderLock(const QDir &folder, const QString &name)
     : m_folder(folder.absolutePath()), m_path(folder.absoluteFilePath(name)), m_file(m_path)
 {
-    m_file.setStaleLockTime(0); // an update may take long; only a dead one's lock is stale
+    m_file.setStaleLockTime(0); // an update may take long; only a dead process's lock is stale
 }
 
 FolderLock::~FolderLock()

@@ -9,10 +9,10 @@
 #include <QLockFile>
 #include <QString>
 
-/// Keeps other updates away while it lives, by a lock file in a folder, which also shows that the
-/// folder is writable.
+/// Keeps other updates away while it lives, with a lock file in a folder, which also proves that
+/// the folder is writable.
 ///
-/// A killed process holds nothing, whenever it was killed. The lock of an installation is in its
+/// A killed process holds no lock, whenever it was killed. The lock of an installation is in its
 /// parent folder, because a run replaces the installation itself.
 class FolderLock {
 public:

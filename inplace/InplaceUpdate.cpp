@@ -25,7 +25,7 @@ Outcome TryOnce(const UpdateOptions &options, StopSignals &stop, Conversation &c
 {
     Layout layout;
     Problem problem = FindFolders(options, layout);
-    // A missing installation may be brought back, if its former tree is there.
+    // A missing installation may be restored, if its previous tree exists.
     if (!problem && (QFileInfo::exists(layout.install) || !QFileInfo::exists(layout.previous))) {
         problem = InstallProblem(layout);
     }

@@ -7,11 +7,11 @@
 #include "inplace/Outcome.h"
 #include "inplace/StopSignals.h"
 
-/// Does what the \a options ask for to an installation.
+/// Does to an installation what the \a options say.
 ///
-/// A whole new tree is built beside the installation and takes its place at one instant. Until that
-/// instant the installation is unchanged, whatever goes wrong or interrupts the process; from then
-/// on it is the new release.
+/// Builds a complete new tree beside the installation and exchanges the two atomically. Until then
+/// the installation is unchanged, whatever fails or interrupts the process; from then on it is the
+/// new release.
 ///
 /// Blocks until it is done; shows dialogs unless \a options ask for the console, and lets the user
 /// try again after a failure. Main thread.

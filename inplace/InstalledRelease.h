@@ -8,28 +8,29 @@
 
 #include <optional>
 
-/// What is known about an installation.
+/// The known facts about an installation.
 struct InstalledRelease {
     bool isBundle = false;
     QString identifier;            ///< of the bundle's property list; empty when there is none
     std::optional<int> listNumber; ///< the property list's version as a number
     QString versionString;         ///< as shown to people; may be empty
 
-    bool hasManifest = false; ///< the installed manifest is there and can be read
-    QByteArray content;       ///< of the installed manifest, and
-    QByteArray signature;     ///< what lies beside it; may be empty
+    bool hasManifest = false; ///< the installed manifest exists and can be read
+    QByteArray content;       ///< of the installed manifest
+    QByteArray signature;     ///< beside it; may be empty
     ReleaseManifest manifest; ///< with hasManifest
 
-    /// The highest version number among them.
+    /// The higher of the two version numbers, if any is known.
     std::optional<int> number() const;
-    /// The installed manifest, or null when nobody knows whose a file is.
+    /// The installed manifest, or null if it is unknown which files are the release's.
     const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
 };
 
 /// Reads what \a layout names. Anything missing or unusable counts as unknown.
 ///
-/// \a content, \a manifest  a manifest that was read already, or nothing: it is not read again if
-/// it is the installed one, which saves half the time when there is nothing to do.
+/// \a content, \a manifest  a manifest that was read already, or nothing. If it is the installed
+///                          one it is not read again, which saves half the time when there is
+///                          nothing to do.
 InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content = QByteArray(),
                                const ReleaseManifest &manifest = ReleaseManifest());
 

@@ -38,8 +38,8 @@ bool IsSame(const QString &one, const QString &other)
     return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-/// Whether \a path is the \a folder or lies below it; asked of the volume, which may take several
-/// spellings for one name.
+/// Whether \a path is the \a folder or is below it. Asks the volume, which may accept several
+/// spellings of one name.
 bool IsWithin(QString path, const QString &folder)
 {
     while (!IsSame(path, folder)) {

@@ -54,7 +54,7 @@ Problem NewTree::make(Source source)
     }
     PlanSources sources{
         m_candidate.manifest, m_installed.known(), m_there, {}, m_installed.isBundle};
-    (void)::stat(install.constData(), &sources.root); // it was listed a moment ago
+    (void)::stat(install.constData(), &sources.root); // it was just listed
     m_plan = PlanTree(sources);
 
     TreeBuild build(next, m_plan, m_hashed);
@@ -72,7 +72,7 @@ Problem NewTree::make(Source source)
     return problem ? problem : VerifyTree(next, m_plan, isInside, m_hashed);
 }
 
-/// Brings the files of the release, from the nearest place first.
+/// Gets the files of the release, from the nearest place first.
 Problem NewTree::fill(TreeBuild &build, Source source)
 {
     Problem problem;
@@ -121,7 +121,7 @@ Problem NewTree::download(const std::vector<const PlannedEntry *> &missing)
     return problem;
 }
 
-/// Puts the manifest into the tree, which the installed one of a plain folder comes with.
+/// Puts the manifest into the tree; a plain folder contains its own.
 Problem NewTree::putManifest() const
 {
     const QString path = m_layout.next + QLatin1Char('/') + LOCAL_MD5_FILENAME;

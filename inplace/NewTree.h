@@ -10,9 +10,9 @@
 
 class TreeBuild;
 
-/// The whole new tree of a release beside an installation, at layout.next.
+/// The complete new tree of a release beside an installation, at layout.next.
 ///
-/// Main thread. All that it is made of must live as long as this.
+/// Main thread. All arguments must live as long as this.
 class NewTree {
 public:
     /// Supplies files that neither the installation nor an earlier run has.
@@ -21,14 +21,15 @@ public:
     NewTree(const UpdateOptions &options, const Layout &layout, const InstalledRelease &installed,
             const Candidate &candidate, StopSignals &stop);
 
-    /// Builds and verifies it. Can be repeated if the installation has changed meanwhile; what is
-    /// already right stays.
+    /// Builds and verifies the tree. Can be repeated if the installation has changed meanwhile;
+    /// what is already right is kept.
     Problem make(Source source);
 
-    /// Whether the user's own part of the installation is still what the tree was made from.
+    /// Whether the installation, and so the user's part of it, is still what the tree was made
+    /// from.
     bool isCurrent() const;
 
-    /// Whether the installation equals it, file by file.
+    /// Whether the installation equals the tree, file by file.
     bool isAsInstalled();
 
     /// Whether the release is a bundle.

@@ -19,14 +19,14 @@
 namespace {
 
 constexpr quint64 SpareBytes = quint64{64} << 20U;
-constexpr unsigned long long FolderBytes = 4096; // a guess of what a name and its node take
+constexpr unsigned long long FolderBytes = 4096; // a guess of the size of a name and its inode
 
 bool Look(const QString &path, struct stat &about)
 {
     return ::lstat(QFile::encodeName(path).constData(), &about) == 0;
 }
 
-/// Whether the sticky bit of the folder around keeps this user from renaming the installation.
+/// Whether the sticky bit of the parent folder keeps this user from renaming the installation.
 bool IsStuck(const struct stat &parent, const struct stat &install)
 {
     const uid_t user = ::geteuid();
@@ -107,7 +107,7 @@ Problem MakeStaging(const Layout &layout)
 Problem InnerVolumeProblem(const Layout &layout, const TreeEntries &there)
 {
     struct stat install {};
-    (void)Look(layout.install, install); // it was there a moment ago
+    (void)Look(layout.install, install); // it was just there
     for (const TreeEntry &entry : there) {
         if (entry.kind == EntryKind::Folder &&
             (entry.about.st_dev != install.st_dev ||
@@ -135,7 +135,7 @@ Problem RoomProblem(const Layout &layout, const std::vector<const PlannedEntry *
     struct stat staging {};
     const bool isOne = Look(layout.parent, parent) && Look(layout.staging, staging) &&
                        parent.st_dev == staging.st_dev;
-    // On one volume a file is moved: it takes its place once.
+    // On one volume a file is moved and needs its space once.
     const Problem problem = VolumeProblem(layout.parent, (isOne ? toFetch : toStore) + SpareBytes);
     return problem || isOne ? problem : VolumeProblem(layout.staging, toFetch + SpareBytes);
 }

@@ -7,24 +7,25 @@
 #include "inplace/TreePlan.h"
 
 /// \file
-/// What must hold before any file is requested. Each function returns the obstacle, or no problem.
+/// Conditions that must hold before any file is requested. Each function returns the obstacle, or
+/// no problem.
 
-/// The installation is there, is no volume itself, and can be replaced: it lies on a volume that
-/// can be written, in a folder that can be written, and is no copy that the system runs a new
-/// bundle from. Changes nothing.
+/// The installation exists, is not a volume itself, and can be replaced: it is on a writable
+/// volume, in a writable folder, and is not a copy from which the system runs a new bundle. Changes
+/// nothing.
 Problem InstallProblem(const Layout &layout);
 
-/// Makes the staging folder if it is missing. For root it must belong to root and be writable by
-/// nobody else, with what the program keeps in it.
+/// Makes the staging folder if it is missing. For root, it and the program's folders in it must
+/// belong to root and be writable by nobody else.
 Problem MakeStaging(const Layout &layout);
 
 /// No other volume is mounted below the installation that \a there lists.
 Problem InnerVolumeProblem(const Layout &layout, const TreeEntries &there);
 
-/// The installation's volume stores every name of the release as it is, seen by trying those that
-/// are not plain ones beside the installation.
+/// The installation's volume stores every name of the release unchanged. Tries all unusual names
+/// beside the installation.
 Problem NamesProblem(const Layout &layout, const ReleaseManifest &release);
 
-/// There is room for the files that are \a missing, and 64 MiB to spare, on the volume of the
-/// installation and, for what is still to be fetched, on the one of the staging folder.
+/// There is space for the \a missing files, and 64 MiB to spare, on the volume of the installation
+/// and, for those still to fetch, on that of the staging folder.
 Problem RoomProblem(const Layout &layout, const std::vector<const PlannedEntry *> &missing);

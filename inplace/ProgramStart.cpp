@@ -33,7 +33,7 @@ bool BeginsLikeAProgram(const QByteArray &beginning)
     case 0xCEFAEDFE:
     case 0xCFFAEDFE:
         return true;
-    case 0xCAFEBABE: // several of them in one file, by their number; Java classes begin alike, but
+    case 0xCAFEBABE: // several in one file, with their number; Java classes begin the same way, but
     case 0xCAFEBABF: // have a version from 45 on there
         return qFromBigEndian<quint32>(beginning.constData() + 4) < 45;
     default:
@@ -50,7 +50,7 @@ void MakeProgramExecutable(int folder, const char *name)
                                ? ::read(file.number(), beginning.data(), beginning.size())
                                : 0;
     if (length > 0 && BeginsLikeAProgram(QByteArray(beginning.data(), static_cast<int>(length)))) {
-        // Everybody's bit for execution stands two below the one for reading.
+        // Each bit for execution is two places below the one for reading.
         (void)::fchmod(file.number(), (about.st_mode | ((about.st_mode & 0444U) >> 2U)) & 0777U);
     }
 }

@@ -5,17 +5,17 @@
 
 #include "engine/DownloadThread.h"
 
-/// Ends a worker when more arrives, or is announced, than the manifest lists.
+/// Ends a worker if more arrives, or is announced, than the manifest lists.
 ///
-/// The worker takes a body whole into memory and compares its size only then, so a server could
-/// fill the memory with it. The first transfer starts before anybody can listen: until the second
-/// one, the size of the largest file is the limit.
+/// The worker reads a body into memory whole before it compares the size, so a server could fill
+/// the memory. The first transfer starts before a slot can be connected: until the second one, the
+/// size of the largest file is the limit.
 class SizeGuard : public QObject {
     Q_OBJECT
 
 public:
-    /// \a worker  is watched as long as this lives. \a listed: its records, with the sizes as the
-    /// manifest gave them.
+    /// \a worker  is watched as long as this lives. \a listed: its records, with the sizes as in
+    ///            the manifest.
     SizeGuard(CDownloadThread &worker, QList<tagDownloadFileInfo> listed);
 
     /// Returns why the worker was ended, or empty text.
@@ -26,6 +26,6 @@ private:
 
     CDownloadThread &m_worker;
     const QList<tagDownloadFileInfo> m_listed;
-    quint64 m_size = 0; // that is listed for the current file
+    quint64 m_size = 0; // listed for the current file
     QString m_message;
 };

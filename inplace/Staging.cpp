@@ -22,7 +22,7 @@ Problem Failure(const QString &path)
     return {End::Storage, QObject::tr("路径%1被占用，无法删除!").arg(path)};
 }
 
-/// Whether what is staged under a path is usable.
+/// Whether a staged entry is usable.
 bool IsWanted(const TreeEntry &entry, const QSet<QByteArray> &files,
               const QSet<QByteArray> &folders)
 {

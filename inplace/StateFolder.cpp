@@ -22,7 +22,7 @@ constexpr auto PendingName = "pending";
 constexpr auto PreviousName = "previous";
 constexpr auto PreviousSignatureName = "previous.minisig";
 constexpr qint64 SmallSize = 4096;
-constexpr qint64 PendingSize = 3 * TooLargeManifest; // it holds two manifests
+constexpr qint64 PendingSize = 3 * TooLargeManifest; // it contains two manifests
 const QByteArray PendingBeginning("inplace_update pending 1\n");
 
 } // namespace
@@ -53,7 +53,7 @@ QString StateFolder::writeReady(const Candidate &candidate) const
     if (reason.isEmpty() && !candidate.signature.isEmpty()) {
         reason = write(files + SIGNATURE_FILENAME, candidate.signature);
     }
-    // What begins with the description is whole.
+    // Written last: with a description, the folder is complete.
     if (reason.isEmpty()) {
         reason = write(readyFolder() + QLatin1Char('/') + UPDATE_DESCRIBE_FILENAME,
                        candidate.description);

@@ -7,26 +7,26 @@
 
 #include <sys/types.h>
 
-/// What is recorded before an exchange, so that after an interruption the next run knows whether it
-/// happened.
+/// The record made before an exchange, from which the next run can tell after an interruption
+/// whether the exchange happened.
 struct PendingExchange {
     ino_t node = 0;       ///< of the new tree's folder, which an exchange does not change
-    ino_t formerNode = 0; ///< of the installation's folder of before
-    QByteArray manifest;  ///< of the new tree; may be empty when nobody knows it
+    ino_t formerNode = 0; ///< of the former installation's folder
+    QByteArray manifest;  ///< of the new tree; empty if unknown
     QByteArray signature; ///< beside it; may be empty
-    QByteArray former;    ///< the installed manifest of before; may be empty
+    QByteArray former;    ///< the former installed manifest; may be empty
     QByteArray formerSignature;
     bool keepPrevious = true;
 };
 
-/// The folder `inplace_update#state`: what is known between runs. Everything in it is written
+/// The folder `inplace_update#state`, which keeps state between runs. Everything in it is written
 /// durably and atomically. Writers return why they failed, or empty text; readers treat anything
 /// missing or unusable as absent.
 class StateFolder {
 public:
     explicit StateFolder(const Layout &layout) : m_path(layout.state) {}
 
-    /// What was fetched, laid out as it is published but without the files.
+    /// The fetched release, laid out as published but without its files.
     QString readyFolder() const { return m_path + QStringLiteral("/ready"); }
     QString writeReady(const Candidate &candidate) const;
     void removeReady() const;
@@ -38,7 +38,7 @@ public:
     QString writePending(const PendingExchange &pending) const;
     QString removePending() const;
 
-    /// The manifest of the tree of before, where the tree does not hold it itself.
+    /// The manifest of the previous tree, if the tree itself does not contain it.
     QByteArray previousManifest() const;
     QByteArray previousSignature() const;
     QString writePrevious(const QByteArray &manifest, const QByteArray &signature) const;

@@ -12,9 +12,9 @@ class QSocketNotifier;
 /// Turns SIGINT, SIGTERM and SIGHUP into a stop request that the program polls, as long as this
 /// object lives. One object at a time per process.
 ///
-/// Long work asks isWanted() between its pieces; event loops end on wanted(). A signal that was
-/// ignored before, as nohup does with SIGHUP, stays ignored. A file that grows past the process's
-/// limit is a failed write from then on and does not end the process. Main thread, but isWanted().
+/// Long work checks isWanted() now and then; event loops end on wanted(). A signal that was ignored
+/// before, as SIGHUP is by nohup, stays ignored. Exceeding the process's limit on file sizes
+/// becomes a failed write and does not end the process. Main thread, except isWanted().
 class StopSignals : public QObject {
     Q_OBJECT
 
@@ -23,7 +23,7 @@ public:
     ~StopSignals() override;
     Q_DISABLE_COPY(StopSignals)
 
-    /// Whether one of the signals has come. Callable on any thread.
+    /// Whether one of the signals has arrived. Callable on any thread.
     static bool isWanted();
 
     /// Lets the event loop emit wanted(). Call it once there is an application object.

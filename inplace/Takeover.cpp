@@ -36,7 +36,7 @@ Problem ExchangeFailure(const Layout &layout)
     return {End::Exchange, QObject::tr("替换%1失败:%2").arg(layout.install, SystemError())};
 }
 
-/// Moves a tree out of the way, where it is only waiting to be removed.
+/// Moves a tree out of the way, to be removed.
 bool Doom(const Layout &layout, const QString &tree)
 {
     return !IsThere(tree) ||
@@ -53,12 +53,12 @@ bool RenameTwice(const Layout &layout)
         return true;
     }
     const int error = errno;
-    (void)Move(layout.previous, layout.install); // if this fails, the next run brings it back
+    (void)Move(layout.previous, layout.install); // if this fails, the next run restores it
     errno = error;
     return false;
 }
 
-/// Whether the installation holds exactly the files of a manifest, seen by reading them all.
+/// Whether the installation has all files of a manifest; reads them all.
 bool HoldsRelease(const Layout &layout, const QByteArray &manifest)
 {
     ReleaseManifest release;
@@ -80,7 +80,7 @@ bool HoldsRelease(const Layout &layout, const QByteArray &manifest)
     return WrongFiles(install, files, hashed).empty();
 }
 
-/// Writes the installed manifest where the tree does not hold it.
+/// Writes the installed manifest, if the tree does not contain it.
 QString PutManifest(const Layout &layout, const PendingExchange &pending)
 {
     const bool isBundle = IsBundle(layout.install);
@@ -96,12 +96,12 @@ QString PutManifest(const Layout &layout, const PendingExchange &pending)
                    ? QObject::tr("删除文件%1失败").arg(where)
                    : QString();
     };
-    // Without its signature a manifest is still an installed one; so the signature comes last.
+    // A manifest is valid without its signature, so the signature comes last.
     const QString reason = put(path, pending.manifest);
     return reason.isEmpty() ? put(SignaturePath(path), pending.signature) : reason;
 }
 
-/// Brings an installation back that was moved away for an exchange by two renames.
+/// Restores an installation that was moved away for an exchange by two renames.
 Problem BringBack(const Layout &layout, const std::optional<PendingExchange> &pending)
 {
     const bool isReady = pending && NodeOf(layout.next) == pending->node;
@@ -172,10 +172,10 @@ Problem FinishTakeover(const Layout &layout)
     }
     if (reason.isEmpty()) {
         state.removeReady();
-        (void)RemoveTree(QFile::encodeName(layout.fetch)); // nothing in it is needed any more
+        (void)RemoveTree(QFile::encodeName(layout.fetch)); // nothing in it is needed now
         reason = state.removePending();
     }
-    (void)RemoveTree(QFile::encodeName(layout.doomed)); // what stays is removed by the next run
+    (void)RemoveTree(QFile::encodeName(layout.doomed)); // the next run removes what stays
     return reason.isEmpty() ? Problem() : Problem{End::Storage, reason};
 }
 

@@ -35,7 +35,7 @@ bool IsReleaseFile(const PlannedEntry &entry)
     return entry.file != nullptr;
 }
 
-/// Whether what an interrupted run left can be a part of the planned tree.
+/// Whether a leftover of an interrupted run can be part of the planned tree.
 bool Fits(const TreeEntry &left, const PlannedEntry *planned)
 {
     if (!planned || planned->kind != left.kind) {
@@ -48,7 +48,7 @@ bool Fits(const TreeEntry &left, const PlannedEntry *planned)
            static_cast<quint64>(left.about.st_size) == planned->file->size;
 }
 
-/// Takes one file of the release out of a source, if it has the right size there.
+/// Takes one file of the release from a source, if it has the right size there.
 bool Place(FolderChain &source, FolderChain &target, const PlannedEntry &entry,
            TreeBuild::Take take)
 {
@@ -121,11 +121,11 @@ Problem TreeBuild::makeRoot() const
     return failure({});
 }
 
-/// Removes what does not fit, and collects the files of the release that may.
+/// Removes what does not fit, and collects the remaining files of the release.
 Problem TreeBuild::prune(std::vector<const PlannedEntry *> &there) const
 {
     TreeEntries left;
-    if (!ListTree(m_root, left).isEmpty()) { // folders of a mode that lets nobody in
+    if (!ListTree(m_root, left).isEmpty()) { // the mode of a folder may forbid it
         const Problem problem = RemoveTree(m_root) ? makeRoot() : failure({});
         if (problem) {
             return problem;
@@ -167,7 +167,7 @@ Problem TreeBuild::makeFolders() const
     return {};
 }
 
-/// Removes the placed files that are not right; the others are not missing any more.
+/// Removes the placed files that are not right; the others are no longer missing.
 Problem TreeBuild::keepRight(const std::vector<const PlannedEntry *> &placed)
 {
     const std::vector<const PlannedEntry *> wrong = WrongFiles(m_root, placed, m_hashed);
@@ -195,7 +195,7 @@ Problem TreeBuild::takeFrom(const QByteArray &source, Take take, const ReleaseMa
     FolderChain from(source);
     FolderChain to(m_root);
     if (from.open({}) < 0) {
-        return {}; // it holds nothing
+        return {}; // it contains nothing
     }
     const QHash<QString, const ManifestFile *> known = ByPath(listed);
     std::vector<const PlannedEntry *> placed;
@@ -220,7 +220,7 @@ Problem TreeBuild::finish(const QByteArray &users)
     return problem ? problem : settleFolders(users);
 }
 
-/// Puts links and the user's entries, and settles whatever is no folder.
+/// Adds links and the user's entries, and settles everything except folders.
 Problem TreeBuild::putOthers(const QByteArray &users) const
 {
     FolderChain from(users);
@@ -243,7 +243,7 @@ Problem TreeBuild::putOthers(const QByteArray &users) const
             }
         } else if (!IsReleaseFile(entry)) {
             const int source = from.openParent(entry.path);
-            // What the user has removed meanwhile is not there.
+            // The user may have removed it meanwhile.
             if (source < 0 || !PutEntry(source, folder, name.constData())) {
                 if (errno == ENOENT) {
                     continue;

@@ -7,34 +7,34 @@
 #include "inplace/TreeHash.h"
 #include "inplace/TreePlan.h"
 
-/// Builds a tree by its plan in a folder of its own. Nothing but that folder is ever changed, and
-/// no file that it shares with another tree, as hard links do, is ever written to.
+/// Builds a planned tree in a separate folder. Changes nothing but that folder, and never writes to
+/// a file that it shares with another tree by a hard link.
 ///
-/// Call prepare(), takeFrom() for each place that may hold files of the release, and finish() once
-/// nothing is missing. A step that ends because a stop is wanted gives End::Cancelled.
+/// Call prepare(), takeFrom() for each place that may have files of the release, and finish() once
+/// nothing is missing. A step that ends because of a stop request returns End::Cancelled.
 class TreeBuild {
 public:
-    /// How files come out of a source: shared with it, or taken away from it.
+    /// How files are taken from a source: shared with it, or moved.
     enum class Take { Share, Move };
 
-    /// \a root  the folder that the tree is built as, absolute. All must live as long as this.
+    /// \a root  the folder to build the tree in, absolute. All arguments must live as long as this.
     TreeBuild(QByteArray root, const TreePlan &plan, HashedFiles &hashed);
 
-    /// Makes the folder and the planned ones in it. Of what an interrupted run left there, files
+    /// Makes the folder and the planned folders in it. Of an interrupted run's leftovers, files
     /// with the right content stay and everything else is removed.
     Problem prepare();
 
-    /// Puts the missing files of the release that stand in \a source with the right content.
+    /// Adds the missing files of the release that \a source has with the right content.
     ///
-    /// \a listed  what is known of the source, or null: a file that it lists with another content
-    ///            is not even read.
+    /// \a listed  the known content of the source, or null: a file listed with another content is
+    ///            not even read.
     Problem takeFrom(const QByteArray &source, Take take, const ReleaseManifest *listed = nullptr);
 
-    /// The files of the release that are not there yet.
+    /// The files of the release that the tree does not have yet.
     const std::vector<const PlannedEntry *> &missing() const { return m_missing; }
 
-    /// Puts the links, the user's entries, which lie in \a users, and modes and owners, those of
-    /// folders last. The folder itself gets them from \a users too.
+    /// Adds the links and the user's entries, which are in \a users, then sets modes and owners,
+    /// those of folders last. The tree's own folder gets those of \a users.
     Problem finish(const QByteArray &users);
 
 private:

@@ -37,7 +37,7 @@ bool IsSame(const timespec &one, const timespec &other)
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
-/// Reads one file; \a about gets how it stood when it was opened.
+/// Reads one file; \a about receives its state when it was opened.
 bool IsRight(const QByteArray &path, const ManifestFile &file, struct stat &about)
 {
     const Descriptor open(::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));

@@ -8,11 +8,11 @@
 #include <QHash>
 #include <QString>
 
-/// Which files of a tree were found to be the release's, and how they stood on the disk then: a
-/// file that was not touched since need not be read again.
+/// The files of a tree that were found right, and their state on the disk then: a file that was not
+/// touched since need not be read again.
 class HashedFiles {
 public:
-    /// Whether the file of this plan entry was found right and stands as it did.
+    /// Whether the file at \a path was found right and has not been touched since.
     bool isKnown(const QByteArray &path, const struct stat &about) const;
     void remember(const QByteArray &path, const struct stat &about);
     void forget(const QByteArray &path) { m_files.remove(path); }
@@ -25,9 +25,9 @@ private:
 /// compares their contents with the release: by SHA-256, or by MD5 where an old manifest has
 /// nothing else.
 ///
-/// \a known  files in it are passed over; those that are right are added.
-/// Returns the entries that are not right, in the same order. Ends early, with whatever it has,
-/// when a stop is wanted. Calls nothing of the event loop.
+/// \a known  files in it are skipped; those found right are added.
+/// Returns the entries that are not right, in the same order. Ends early, with the results so far,
+/// on a stop request. Does not run an event loop.
 std::vector<const PlannedEntry *> WrongFiles(const QByteArray &root,
                                              const std::vector<const PlannedEntry *> &entries,
                                              HashedFiles &known);

@@ -44,8 +44,8 @@ class Lister {
 public:
     explicit Lister(TreeEntries &entries) : m_entries(entries) {}
 
-    /// Lists the open folder, which it closes. False with the reason in errno; then bad() is the
-    /// path that cannot be read.
+    /// Lists the open folder and closes it. False with the reason in errno; then bad() is the path
+    /// that cannot be read.
     bool list(int handle, const QByteArray &prefix);
     QByteArray bad() const { return m_bad; }
 
@@ -66,7 +66,7 @@ bool Lister::list(int handle, const QByteArray &prefix)
     }
     errno = 0;
     while (const dirent *found = ::readdir(folder.get())) {
-        // What goes away meanwhile, as a running application's own files do, is not there.
+        // A running application's own files may disappear meanwhile.
         if (!IsDots(found->d_name) && !add(handle, found->d_name, prefix + found->d_name) &&
             errno != ENOENT) {
             return false;

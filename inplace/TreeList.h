@@ -9,10 +9,10 @@
 #include <sys/stat.h>
 #include <vector>
 
-/// What kind of thing stands under a name.
+/// The kind of an entry.
 enum class EntryKind { File, Folder, Link, Other };
 
-/// One entry of a tree as it stands on the disk.
+/// One entry of a tree on the disk.
 struct TreeEntry {
     QByteArray path; ///< relative, '/' between components, as the system takes it
     EntryKind kind = EntryKind::Other;

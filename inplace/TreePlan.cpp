@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr int PlainFolderMode = 0755; // of every folder that a complete release says nothing of
+constexpr int PlainFolderMode = 0755; // of every folder that a complete release does not list
 
-/// All paths of a release: what it lists, and the folders above.
+/// All paths of a release: those it lists, and the folders above them.
 QSet<QByteArray> PathsOf(const ReleaseManifest &release)
 {
     QSet<QByteArray> paths;
@@ -66,7 +66,8 @@ private:
     std::map<QByteArray, PlannedEntry> m_entries;
 };
 
-/// Adds an entry whose folders are there; its owner is whoever has it, or the folder around it.
+/// Adds an entry whose folders are planned already. It keeps its owner; a new one gets that of its
+/// folder.
 PlannedEntry &Planner::add(const QByteArray &path, EntryKind kind)
 {
     PlannedEntry entry;
@@ -140,7 +141,7 @@ void Planner::addUsers()
     }
 }
 
-/// Whether the release has something under this path, or no folder above it.
+/// Whether the release has this path, or something other than a folder above it.
 bool Planner::isTaken(const QByteArray &path) const
 {
     if (m_entries.count(path) != 0) {
@@ -159,7 +160,7 @@ void Planner::addUser(const TreeEntry &entry)
 {
     for (int end = entry.path.indexOf('/'); end >= 0; end = entry.path.indexOf('/', end + 1)) {
         const QByteArray folder = entry.path.left(end);
-        if (m_entries.count(folder) == 0) { // of the former release, and kept for what is in it
+        if (m_entries.count(folder) == 0) { // of the former release, and kept for its content
             PlannedEntry &above = add(folder, EntryKind::Folder);
             above.from = PlannedEntry::From::User;
             above.mode = ModeOf(*above.there);

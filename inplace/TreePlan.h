@@ -6,16 +6,16 @@
 #include "inplace/TreeList.h"
 #include "release/ReleaseManifest.h"
 
-/// One entry of the tree that is to be.
+/// One entry of the planned tree.
 struct PlannedEntry {
     enum class From { Release, User };
 
     QByteArray path;
     EntryKind kind = EntryKind::File;
     From from = From::Release;
-    int mode = -1;                      ///< permission bits; -1 leaves them as they come
-    uid_t user = 0;                     ///< whose it is to be
-    gid_t group = 0;                    ///< and of which group
+    int mode = -1;                      ///< permission bits; -1 leaves them as they are
+    uid_t user = 0;                     ///< the owner
+    gid_t group = 0;                    ///< the owning group
     QByteArray target;                  ///< of a link
     const ManifestFile *file = nullptr; ///< of a release's file
     const TreeEntry *there = nullptr;   ///< what the installation has under this path
@@ -24,25 +24,26 @@ struct PlannedEntry {
 /// Sorted by the bytes of the paths.
 using TreePlan = std::vector<PlannedEntry>;
 
-/// What a plan is made of. All of it must live as long as the plan.
+/// The sources of a plan, which must live as long as the plan.
 struct PlanSources {
     const ReleaseManifest &release;
-    const ReleaseManifest *installed; ///< what is known to be of the installed release, or null
-    const TreeEntries &there;         ///< the installation as it stands
+    const ReleaseManifest *installed; ///< the installed release, or null if unknown
+    const TreeEntries &there;         ///< the current installation
     struct stat root;                 ///< its folder
     bool isBundle;
 };
 
-/// Plans the tree: the whole release, and what is the user's own as far as the release leaves its
-/// place free. What the installed release has, and nobody else, is not planned.
+/// Plans the tree: the whole release, and the user's files unless the release has their paths.
+/// Files that only the installed release has are not planned.
 ///
-/// Without an installed manifest nobody knows whose a file is: in a plain folder all that the
-/// release does not have stays, in a bundle, whose seal allows nothing else, none of it. The
-/// manifest and its signature at the top are nobody's. Callable on any thread.
+/// Without an installed manifest it is unknown whose a file is: a plain folder then keeps
+/// everything that the release does not have, and a bundle nothing, because its code signature
+/// allows nothing else. The manifest and its signature at the top are never planned. Callable on
+/// any thread.
 TreePlan PlanTree(const PlanSources &sources);
 
 /// Returns the entry at \a path, or null.
 const PlannedEntry *FindPlanned(const TreePlan &plan, const QByteArray &path);
 
-/// Whether the names at the top of an installation that are the manifest's and its signature's.
+/// Whether \a path is the name of the manifest or of its signature, at the top of an installation.
 bool IsManifestName(const QByteArray &path);

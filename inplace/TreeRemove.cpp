@@ -29,8 +29,8 @@ bool RemoveContent(int folder, const char *name)
     if (!open) {
         return false;
     }
-    (void)::fchmod(handle, OwnerMayAll); // where it fails, the removals tell
-    std::vector<QByteArray> names;       // reading on while names go away may pass some over
+    (void)::fchmod(handle, OwnerMayAll); // if this fails, so do the removals
+    std::vector<QByteArray> names;       // removing names while reading may skip some
     while (const dirent *entry = ::readdir(open.get())) {
         if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
             names.emplace_back(entry->d_name);
@@ -56,7 +56,7 @@ bool RemoveAt(int folder, const char *name)
         return false;
     }
     if ((about.st_mode & OwnerMayAll) != OwnerMayAll) {
-        (void)::fchmodat(folder, name, OwnerMayAll, 0); // where it fails, the next step tells
+        (void)::fchmodat(folder, name, OwnerMayAll, 0); // if this fails, so does the next step
     }
     return RemoveContent(folder, name) && ::unlinkat(folder, name, AT_REMOVEDIR) == 0;
 }

@@ -5,9 +5,8 @@
 
 #include <QByteArray>
 
-/// Removes whatever stands at \a path, a folder with everything in it. Links are removed, never
-/// followed, and what a folder's mode forbids is done nevertheless where the owner may.
+/// Removes whatever is at \a path, a folder with everything in it. Links are removed, never
+/// followed. A folder's mode is no obstacle if its owner may change it.
 ///
-/// Returns whether nothing is there any more; otherwise the reason is in errno. Callable on any
-/// thread.
+/// Returns whether nothing is left there; otherwise the reason is in errno. Callable on any thread.
 bool RemoveTree(const QByteArray &path);

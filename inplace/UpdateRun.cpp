@@ -18,7 +18,7 @@ namespace {
 
 using Task = UpdateOptions::Task;
 
-constexpr int MostPasses = 3; // over an installation whose user is busy in it
+constexpr int MostPasses = 3; // while the user keeps changing files in the installation
 
 Problem Stopped()
 {
@@ -46,7 +46,7 @@ Outcome UpdateRun::attempt()
     return update();
 }
 
-/// Puts right what was interrupted.
+/// Repairs what an interrupted run left.
 Problem UpdateRun::begin()
 {
     if (m_options.task != Task::Check) {
@@ -203,7 +203,7 @@ Outcome UpdateRun::exchange(const Takeover &takeover, End end)
     if (!problem) {
         problem = FinishTakeover(m_layout);
     } else if (!m_isChanged) {
-        (void)m_state.removePending(); // one that stays is judged by the next run
+        (void)m_state.removePending(); // the next run checks one that stays
     }
     if (problem) {
         return outcome(problem);
@@ -214,7 +214,7 @@ Outcome UpdateRun::exchange(const Takeover &takeover, End end)
     return done;
 }
 
-/// Goes back to the former tree. What is the user's own now goes along.
+/// Goes back to the previous tree, with the user's current files.
 Outcome UpdateRun::undo()
 {
     const QString previous = m_layout.previous;
@@ -251,7 +251,7 @@ Outcome UpdateRun::undo()
     return exchange(back, End::Undone);
 }
 
-/// The former tree as it stands: nobody knows what in it is the release's.
+/// Goes back to the previous tree as it is: which of its files are the release's is unknown.
 Outcome UpdateRun::undoWhole()
 {
     if (!RemoveTree(QFile::encodeName(m_layout.next)) || !Move(m_layout.previous, m_layout.next) ||
@@ -264,7 +264,7 @@ Outcome UpdateRun::undoWhole()
     return exchange(back, End::Undone);
 }
 
-/// Removes what abandoned releases left. Anything that stays is harmless.
+/// Removes what abandoned updates left. Anything that stays is harmless.
 void UpdateRun::removeLeftovers() const
 {
     (void)RemoveTree(QFile::encodeName(m_layout.next));

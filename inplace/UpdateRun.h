@@ -8,25 +8,25 @@
 #include "inplace/StopSignals.h"
 #include "inplace/Takeover.h"
 
-/// What the tries of one run have in common with the user.
+/// What several attempts of one run remember of the user's answers.
 struct Conversation {
-    bool isAgreed = false; ///< the user wants the update
-    QString page;          ///< the download page of the release, if it tells one to be believed
+    bool isAgreed = false; ///< the user has agreed to the update
+    QString page;          ///< the release's download page, if it has one that can be trusted
 };
 
-/// One try of one task on one installation. Main thread.
+/// One attempt at one task on one installation. Main thread.
 ///
 /// The steps are: fetch, build, verify, make durable, exchange. Before the exchange the
 /// installation is never changed; what an interrupted run leaves beside it is used or removed by
 /// the next one.
 class UpdateRun {
 public:
-    /// The folders of \a layout are locked by the caller, but for the task Check, which changes
-    /// nothing. All must live as long as this.
+    /// The caller has locked the folders of \a layout, except for the task Check, which changes
+    /// nothing. All arguments must live as long as this.
     UpdateRun(const UpdateOptions &options, const Layout &layout, StopSignals &stop,
               Conversation &conversation);
 
-    /// Does the task. To be called once.
+    /// Does the task. Call it once.
     Outcome attempt();
 
 private:

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// Whether every volume stores the name as it is.
+/// Whether every volume stores the name unchanged.
 bool IsPlain(const QByteArray &name)
 {
     for (const char character : name) {
@@ -49,7 +49,7 @@ Problem Unstorable(const Layout &layout, const QByteArray &name)
         QObject::tr("%1所在的卷无法保存文件名\"%2\"").arg(layout.install, QString::fromUtf8(name))};
 }
 
-/// Whether the folder gives back exactly the name that was put there.
+/// Whether the folder returns exactly the name that was stored.
 Problem TryName(const Layout &layout, const QByteArray &probe, const QByteArray &name)
 {
     const QByteArray path = probe + '/' + name;
@@ -63,7 +63,7 @@ Problem TryName(const Layout &layout, const QByteArray &probe, const QByteArray 
     TreeEntries entries;
     const bool isKept =
         ListTree(probe, entries).isEmpty() && entries.size() == 1 && entries.front().path == name;
-    (void)::unlink(path.constData()); // the folder goes at the end in any case
+    (void)::unlink(path.constData()); // the folder is removed at the end anyway
     return isKept ? Problem() : Unstorable(layout, name);
 }
 

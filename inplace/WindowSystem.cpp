@@ -16,7 +16,7 @@ namespace {
 
 const UpdateOptions *WantedOptions = nullptr;
 
-/// Gets what the toolkit says while it looks for a display. Its last words come before it aborts.
+/// Receives Qt's messages while it looks for a display. The fatal one comes just before it aborts.
 void OnMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
     if (type != QtFatalMsg) {

@@ -9,10 +9,10 @@
 
 #include <memory>
 
-/// Makes the application object: with windows where the \a options want them, otherwise one that
-/// needs no display.
+/// Makes the application object: with windows if the \a options need them, otherwise one that needs
+/// no display.
 ///
-/// Where there is nothing to show windows on, the toolkit would abort the process. Instead the host
-/// is started, as after every failure, the failure is reported, and the process exits.
+/// Without a display, Qt would abort the process. Instead the host is started, as after every
+/// failure, the failure is reported, and the process exits.
 std::unique_ptr<QCoreApplication> MakeApplication(int &argc, char **argv,
                                                   const UpdateOptions &options);

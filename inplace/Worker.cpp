@@ -26,7 +26,7 @@ void RunWithLines(CDownloadThread &worker)
 void RunUnderDialog(CDownloadThread &worker)
 {
     CUpdateProgress dialog(worker);
-    (void)dialog.exec(); // cancelled or ended: the worker tells
+    (void)dialog.exec(); // the worker knows how it ended
 }
 
 Problem ProblemOf(CDownloadThread &worker, const WorkerWatch *watch, const SizeGuard *guard,
@@ -57,10 +57,10 @@ Problem RunWorker(const WorkerTask &task, StopSignals &stop)
 {
     QList<tagDownloadFileInfo> files = task.files;
     for (tagDownloadFileInfo &file : files) {
-        std::swap(file.sizeHigh, file.sizeLow); // the worker combines them the other way round
+        std::swap(file.sizeHigh, file.sizeLow); // the worker combines them in the opposite order
     }
     CDownloadThread worker(task.url, task.staging, task.install, files);
-    // One that ended in its constructor would never finish its thread.
+    // A worker that ended in its constructor would never finish its thread.
     if (!worker.errormsg().isEmpty()) {
         return ProblemOf(worker, nullptr, nullptr, task.stallSeconds);
     }

@@ -7,14 +7,14 @@
 
 #include <QElapsedTimer>
 
-/// Says on standard error how far a worker is: a line for each file that begins, and one a second
-/// within a long one, with bytes and per cent of the whole.
+/// Prints a worker's progress on standard error: a line for each file that begins, and one a second
+/// during a long one, with the bytes and the percentage of the whole.
 class WorkerLines : public QObject {
     Q_OBJECT
 
 public:
-    /// \a listed  the worker's records, with the sizes as the manifest gave them. The start of the
-    /// first transfer was told before anybody could listen, so its line comes here.
+    /// \a listed  the worker's records, with the sizes as in the manifest. The first transfer was
+    ///            announced before a slot could be connected, so its line is printed here.
     WorkerLines(const CDownloadThread &worker, QList<tagDownloadFileInfo> listed);
 
 private:

@@ -10,8 +10,8 @@
 
 class QNetworkReply;
 
-/// Ends a worker that hears nothing from the server for too long, and knows which answer it was at
-/// when it failed: the worker itself tells neither address nor status.
+/// Ends a worker that receives nothing from the server for too long, and knows which response it
+/// failed at: the worker itself reports neither address nor status.
 class WorkerWatch : public QObject {
     Q_OBJECT
 
@@ -23,12 +23,12 @@ public:
     /// Whether the server was silent for too long.
     bool hasStalled() const { return m_hasStalled; }
 
-    /// What was wrong with the answer that the worker failed over, with its address, when there was
-    /// none, it broke off or it was not of status 200; empty otherwise.
+    /// What was wrong with the response at which the worker failed, with its address, if there was
+    /// none, it broke off or its status was not 200; empty otherwise.
     QString networkFailure() const { return m_networkFailure; }
 
 protected:
-    /// Notices the worker's replies, which nobody else can reach, by the events that they get.
+    /// Notices the worker's replies, which are not accessible otherwise, by their events.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:

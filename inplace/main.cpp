@@ -17,7 +17,8 @@
 
 int main(int argc, char *argv[])
 {
-    // Whoever started an update and goes away, perhaps to be replaced by it, must not end it.
+    // The program that started the update may end, perhaps to be replaced by it; that must not end
+    // the update.
     PrepareStandardStreams();
     // File names are UTF-8, as the manifest's are, whatever the locale is.
     UseUtf8FileNames();
@@ -46,7 +47,7 @@ int main(int argc, char *argv[])
     const auto application = MakeApplication(argc, argv, command.options);
     const HostStart host(command.options.install, command.options.startProgram);
     QNetworkProxyFactory::setUseSystemConfiguration(true);
-    // Ends the event loop that is waited in, and every one that would be waited in after it.
+    // Ends the current event loop, and makes later ones end at once.
     QObject::connect(&stop, &StopSignals::wanted, [] { QCoreApplication::exit(); });
     stop.watch();
     const Outcome outcome = UpdateInPlace(command.options, stop);

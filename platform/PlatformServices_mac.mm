@@ -186,7 +186,7 @@ const char *ApplicationHomePath()
     return home_path.data();
 }
 
-// Without a pool of its own: the text must outlive the call.
+// Without its own pool: the text must outlive the call.
 const char *GetMainExecutableVersion()
 {
     return [MainExecutableVersion() UTF8String];

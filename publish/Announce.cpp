@@ -29,7 +29,7 @@ QString UnsignedReason(const AnnounceOptions &options, const QByteArray &manifes
     return fault.isNone() ? SignatureReason(manifest, signature, options.publicKeys) : fault.detail;
 }
 
-/// Returns why the release cannot be announced. Oddities are only warned about.
+/// Returns why the release cannot be announced. Oddities only cause warnings.
 QStringList ReleaseProblems(const AnnounceOptions &options, ReleaseManifest &manifest,
                             Report &report)
 {

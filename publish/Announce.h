@@ -17,7 +17,7 @@ struct AnnounceOptions {
     bool strict = false;           ///< warnings count as failures
 };
 
-/// Checks the release that the options name, every file of it, and points update.json at it
+/// Checks every file of the release that the options name, and points update.json at the release
 /// atomically. Its version may be below the announced one: that withdraws a release. Returns the
 /// program's exit code; after a failure the former announcement stays.
 int Announce(const AnnounceOptions &options, Report &report);

@@ -56,12 +56,12 @@ QString OtherVersionReason(const BundleFacts &facts, const QString &version)
         return {};
     }
     if (facts.version.isEmpty()) {
-        return QStringLiteral("Version %1 is not that of the release, whose %2 has none: users "
-                              "would be told of the same update for ever.")
+        return QStringLiteral("Version %1 does not match the release, whose %2 has none: users "
+                              "would be told of the same update forever.")
             .arg(Numbered(version), PropertyList);
     }
-    return QStringLiteral("Version %1 is not that of the release, whose %2 says %3: users would be "
-                          "told of the same update for ever, or never.")
+    return QStringLiteral("Version %1 does not match the release, whose %2 says %3: users would be "
+                          "told of the same update forever, or never.")
         .arg(Numbered(version), PropertyList, Numbered(facts.version));
 }
 

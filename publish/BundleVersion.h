@@ -6,13 +6,14 @@
 #include <QString>
 
 /// \file
-/// What a release says about itself, and what is announced beside it. Callable on any thread.
+/// The facts that a release's bundle states, and the release announced in the output folder.
+/// Callable on any thread.
 
-/// What is read from the property list of an application bundle.
+/// The facts in the property list of an application bundle.
 struct BundleFacts {
     bool isBundle = false; ///< whether there is a property list at all
-    QString identifier;    ///< empty where it has none
-    QString version;       ///< empty where it has none
+    QString identifier;    ///< empty if missing
+    QString version;       ///< empty if missing
 };
 
 /// Reads Contents/Info.plist below \a releaseDir.
@@ -22,8 +23,8 @@ BundleFacts ReadBundleFacts(const QString &releaseDir);
 /// empty text.
 QString OtherVersionReason(const BundleFacts &facts, const QString &version);
 
-/// Returns why no host would be offered the \a version if it were published in \a outputDir next,
-/// or empty text.
+/// Returns why no host would be offered the \a version if it were published in \a outputDir now, or
+/// empty text.
 QString NotAboveReason(const QString &outputDir, const QString &version);
 
 /// Whether the release that is announced in \a outputDir has a signature.

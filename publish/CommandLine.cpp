@@ -33,7 +33,7 @@ const QStringList OptionsWithValue{VersionOption,       MinVersionOption, Downlo
                                    ListOption,          AnnounceOption,   PruneOption};
 const QStringList OptionsWithout{DryRunOption, ForceOption, StrictOption, JsonOption, HelpOption};
 
-/// A form of the command line other than publishing, named by its option.
+/// A form of the command line other than publishing, identified by its option.
 struct Form {
     QString option;
     CommandLine::Action action;
@@ -81,7 +81,7 @@ QString ReadPublicKeys(const QCommandLineParser &parser, QVector<PublicKey> &key
     return {};
 }
 
-/// Reads what is to be verified. Returns what is wrong with it, or empty text.
+/// Reads what to verify. Returns what is wrong with it, or empty text.
 QString ReadVerified(QString text, CommandLine &line)
 {
     while (text.size() > 1 && text.endsWith(QLatin1Char('/'))) {
@@ -89,7 +89,7 @@ QString ReadVerified(QString text, CommandLine &line)
     }
     if (!text.contains(QStringLiteral("://"))) {
         line.outputDir = text;
-        return text.isEmpty() ? QStringLiteral("--verify takes a base URL or a folder.")
+        return text.isEmpty() ? QStringLiteral("--verify expects a base URL or a folder.")
                               : QString();
     }
     line.baseUrl = QUrl(text);
@@ -195,7 +195,7 @@ CommandLine PublishLine(const QCommandLineParser &parser)
         return Complaint(QStringLiteral("--%1 expects an identifier.").arg(ApplicationOption));
     }
     if (parser.isSet(PublicKeyOption) && publish.signCommand.isEmpty()) {
-        return Complaint(QStringLiteral("--%1 checks what --%2 signs; nothing signs here.")
+        return Complaint(QStringLiteral("--%1 checks what --%2 signs; --%2 is missing.")
                              .arg(PublicKeyOption, SignWithOption));
     }
     const QString reason = ReadPublicKeys(parser, publish.publicKeys);
@@ -206,7 +206,7 @@ CommandLine PublishLine(const QCommandLineParser &parser)
 
 CommandLine ReadCommandLine(const QStringList &arguments)
 {
-    // Alone it asks for the program's version; otherwise it gives the release's.
+    // Alone, the option asks for the program's version; otherwise it sets the release's.
     if (arguments.mid(1) == QStringList(QStringLiteral("--") + VersionOption)) {
         return Printed(CommandLine::Action::Version,
                        QStringLiteral("publish_update " PUBLISH_UPDATE_VERSION));

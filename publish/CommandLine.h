@@ -10,24 +10,24 @@
 #include <QUrl>
 #include <QVector>
 
-/// What to publish, and where to.
+/// What to publish, and where.
 struct PublishOptions {
-    QString version;       ///< of the release
-    QString minVersion;    ///< hosts at or below it are forced to update
-    QString versionString; ///< as shown to people
-    QString downloadUrl;   ///< the page or package that the browser opens
-    QString folder;        ///< of the release, below the output folder
-    QString application;   ///< the bundle identifier; empty for that of the release's property list
-    QString signCommand;   ///< for the shell; empty for a release without a signature
+    QString version;               ///< of the release
+    QString minVersion;            ///< hosts at or below it are forced to update
+    QString versionString;         ///< as shown to people
+    QString downloadUrl;           ///< the page or package that the browser opens
+    QString folder;                ///< of the release, below the output folder
+    QString application;           ///< the bundle identifier; if empty, the property list's
+    QString signCommand;           ///< for the shell; empty for a release without a signature
     QVector<PublicKey> publicKeys; ///< one of them must have signed
     QString releaseDir;            ///< holds the files to publish
-    QString outputDir;             ///< what the update base URL stands for
-    bool force = false;            ///< publish versions that users would not be offered as expected
+    QString outputDir;             ///< the folder that the update base URL serves
+    bool force = false;            ///< publish a version even if its number is refused
     bool strict = false;           ///< warnings count as failures
     bool dryRun = false;           ///< say what would be published, and write nothing
 };
 
-/// What the command line asks for.
+/// The command line's meaning.
 struct CommandLine {
     enum class Action { Publish, Verify, List, Announce, Prune, Help, Version, Complain };
 
@@ -39,11 +39,11 @@ struct CommandLine {
     int keep = 0;                  ///< for Prune
     QVector<PublicKey> publicKeys; ///< for Verify and Announce
     bool strict = false;           ///< for Verify and Announce
-    bool json = false;             ///< for all that report
+    bool json = false;             ///< for every form with a report
     QString text;                  ///< for Help, Version and Complain, to be printed
 };
 
-/// Reads the program's \a arguments, its own name first. Checks their form only, not whether such a
+/// Reads the program's \a arguments, its own name first. Checks only their form, not whether the
 /// release may be published.
 CommandLine ReadCommandLine(const QStringList &arguments);
 

@@ -12,13 +12,13 @@
 #include <functional>
 #include <vector>
 
-/// Says what is wrong with one file, or nothing.
+/// Returns what is wrong with one file, or empty text.
 using FileReason = std::function<QString(const ManifestFile &)>;
 
-/// Finds out what is wrong with each of the \a files, on \a threads threads, with a progress bar on
-/// a terminal. Returns sentences in the order of their paths.
+/// Checks each of the \a files, on \a threads threads, with a progress bar on a terminal. Returns
+/// sentences in the order of their paths.
 ///
-/// \a onThread  called once on each thread, for what that thread asks.
+/// \a onThread  called once on each thread; returns the check that this thread uses.
 QStringList CheckFiles(const std::vector<ManifestFile> &files, int threads,
                        const std::function<FileReason()> &onThread);
 

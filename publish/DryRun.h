@@ -8,6 +8,6 @@
 
 #include <QString>
 
-/// Says what publishing the release \a next in \a outputDir would change against the newest release
-/// there, path by path, and how much a user with that release would fetch. Writes nothing.
+/// Prints what publishing the release \a next in \a outputDir would change compared with the newest
+/// release there, path by path, and how much a user with that release would fetch. Writes nothing.
 void DescribeDifference(const QString &outputDir, const ReleaseManifest &next, Report &report);

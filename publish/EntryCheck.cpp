@@ -58,7 +58,7 @@ QString ModeReason(mode_t mode)
 
 QString AttributeReason(const std::filesystem::path &path)
 {
-    // Systems other than the signing one store such attributes as user attributes.
+    // Systems other than macOS store such attributes as user attributes.
     constexpr std::string_view signature = "com.apple.cs.";
     constexpr std::string_view copied = "user.com.apple.cs.";
     const ssize_t size = ListAttributes(path, nullptr, 0);

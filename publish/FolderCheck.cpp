@@ -54,7 +54,7 @@ QStringList Extras(const QString &folder, const std::vector<ManifestFile> &files
         }
     }
     if (error) {
-        extras.append(QStringLiteral("\"%1\" cannot be looked through: %2.")
+        extras.append(QStringLiteral("\"%1\" cannot be read: %2.")
                           .arg(folder, QString::fromStdString(error.message())));
     }
     extras.sort();

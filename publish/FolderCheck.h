@@ -8,10 +8,10 @@
 #include <QString>
 #include <QStringList>
 
-/// How the folder of a release compares with its manifest.
+/// The differences between a release's folder and its manifest.
 struct FolderState {
-    QStringList problems; ///< what is missing or not as listed; sentences, in the order of paths
-    QStringList extras;   ///< what is there and not listed; sentences, in the order of paths
+    QStringList problems; ///< missing or not as listed; sentences, in the order of paths
+    QStringList extras;   ///< present but not listed; sentences, in the order of paths
 };
 
 /// Reads every file that \a manifest lists below the release's \a folder, on as many threads as

@@ -17,22 +17,22 @@ QString HelpText()
 
 The first form publishes a release: it copies the files of RELEASE_DIR to OUTPUT_DIR/FOLDER with
 their manifest update_md5.info, then writes OUTPUT_DIR/update.json, which announces the release.
-OUTPUT_DIR is the folder that the update base URL stands for. Nobody ever sees half a release.
+OUTPUT_DIR is the folder that the update base URL serves. Nobody ever sees half a release.
 
 Options for publishing:
-  --version VERSION       version of the release, such as 3.10.25, as its Info.plist has it
+  --version VERSION       version of the release, such as 3.10.25, as in its Info.plist
   --min-version VERSION   hosts at or below this version cannot put the update off; 0 forces nobody
   --download-url URL      the https address that the user's browser opens
   --version-string TEXT   the version as shown to people (default: VERSION)
   --folder FOLDER         folder of the release below OUTPUT_DIR (default: VERSION)
   --application ID        bundle identifier (default: that of RELEASE_DIR/Contents/Info.plist)
-  --sign-with COMMAND     shell command that signs; the manifest's path is put behind it, and it
-                          must leave a file of that name with .minisig behind it
-  --public-key KEY        the signature must be by this key; may be given several times
-  --dry-run               write nothing; list what would change against the newest release there
-  --force                 publish a version that is not that of the Info.plist, is not above
-                          the announced one, or whose number loses something of it
-  --strict                take warnings for failures
+  --sign-with COMMAND     shell command that signs; the manifest's path is appended to it, and it
+                          must create a file of that name with .minisig appended
+  --public-key KEY        the signature must be made with this key; may be given several times
+  --dry-run               write nothing; list the changes since the newest release there
+  --force                 publish a version that is not the Info.plist's, is not above the
+                          announced one, or does not fit completely into a number
+  --strict                treat warnings as failures
   --json                  print one JSON object at the end, and everything else on standard error
 
 Other forms:
@@ -42,7 +42,7 @@ Other forms:
   --list OUTPUT_DIR       list the releases; '*' marks the announced one
   --announce FOLDER       check the release in OUTPUT_DIR/FOLDER and announce it: forward, or back
                           to withdraw a newer one
-  --prune KEEP            remove all releases but the newest KEEP and the announced one
+  --prune KEEP            remove all releases except the newest KEEP and the announced one
   --version               print the version of this program
   -h, --help              print this help
 

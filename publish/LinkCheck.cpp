@@ -14,7 +14,7 @@ constexpr int MostLinks = 32; // as many as every system follows
 
 QString LinkCheck::reason(const QString &link) const
 {
-    QStringList here = link.split(Separator); // as the system walks: without links, without ".."
+    QStringList here = link.split(Separator); // the physical path, without links and ".."
     here.removeLast();
     QStringList ahead = m_links.value(link).split(Separator);
     int followed = 1;

@@ -15,8 +15,8 @@ public:
     void addFolder(const QString &path) { m_folders.insert(path); }
     void addLink(const QString &path, const QString &target) { m_links.insert(path, target); }
 
-    /// Returns why the link \a link must not be published, or empty text when it ends at a file or
-    /// folder of the release and does not leave it on the way.
+    /// Returns why \a link must not be published, or empty text when it leads to a file or folder
+    /// of the release without leaving the release on the way.
     QString reason(const QString &link) const;
 
 private:

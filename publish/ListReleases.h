@@ -7,7 +7,7 @@
 
 #include <QString>
 
-/// Lists the releases in \a outputDir, the newest first, and says what is wrong with them and with
-/// update.json as far as can be seen without reading their files. Returns the program's exit code:
+/// Lists the releases in \a outputDir, newest first, and prints what is wrong with them and with
+/// update.json, as far as this shows without reading their files. Returns the program's exit code:
 /// 0 only when nothing is wrong.
 int ListReleases(const QString &outputDir, Report &report);

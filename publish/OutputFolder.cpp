@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Finds out the version of an old release, whose manifest does not contain it.
+/// Guesses the version of an old release, whose manifest does not contain it.
 void GuessVersion(const PublishedDescription &announced, ListedRelease &release)
 {
     if (release.isAnnounced) {

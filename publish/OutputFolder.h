@@ -12,15 +12,15 @@
 #include <vector>
 
 /// \file
-/// The contents of the folder that the update base URL stands for. Callable on any thread.
+/// The contents of the folder that the update base URL serves. Callable on any thread.
 
 /// One release in an output folder.
 struct ListedRelease {
     QString folder;
     QString version;          ///< as shown to people; the folder's name in an old release
-    int number = 0;           ///< what updaters compare
-    bool hasVersion = false;  ///< whether the version is known at all
-    bool isSigned = false;    ///< whether there is a signature, by whomever
+    int number = 0;           ///< the number that updaters compare
+    bool hasVersion = false;  ///< false if the version is unknown
+    bool isSigned = false;    ///< whether there is a signature; by whom is not checked
     bool isAnnounced = false; ///< whether update.json names it
     QDateTime published;      ///< when its manifest was written
     ReleaseManifest manifest;
@@ -29,10 +29,10 @@ struct ListedRelease {
     quint64 bytes() const;
 };
 
-/// What an output folder holds.
+/// The contents of an output folder.
 struct OutputState {
-    std::vector<ListedRelease> releases; ///< the newest first; those without a version last
-    PublishedDescription announced;      ///< what update.json says, as far as it could be read
+    std::vector<ListedRelease> releases; ///< newest first; those without a version last
+    PublishedDescription announced;      ///< the content of update.json, as far as it could be read
     bool hasAnnouncement = false;        ///< whether there is an update.json
     QStringList announcementProblems;    ///< what is wrong with it
 };

@@ -13,7 +13,7 @@ public:
     ~ProgressBar();
     Q_DISABLE_COPY(ProgressBar)
 
-    /// Shows \a done of \a total, both of one unit, and \a text behind them.
+    /// Shows \a done of \a total, in the same unit, followed by \a text.
     void show(qint64 done, qint64 total, const QString &text) const;
 
 private:

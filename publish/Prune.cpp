@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The folders of the releases to remove, the oldest first. Warns about what is left alone.
+/// The folders of the releases to remove, oldest first. Warns about those left alone.
 QStringList ToRemove(const OutputState &state, int keep, Report &report)
 {
     QStringList folders;
@@ -23,10 +23,9 @@ QStringList ToRemove(const OutputState &state, int keep, Report &report)
         if (!release.hasVersion || !release.problem.isEmpty()) {
             if (!release.isAnnounced) {
                 report.warn(QStringLiteral("\"%1\" is left alone: %2.")
-                                .arg(release.folder,
-                                     release.problem.isEmpty()
-                                         ? QStringLiteral("nobody knows which version it is")
-                                         : release.problem));
+                                .arg(release.folder, release.problem.isEmpty()
+                                                         ? QStringLiteral("its version is unknown")
+                                                         : release.problem));
             }
         } else if (kept < keep) {
             ++kept;
@@ -52,7 +51,7 @@ int Prune(const QString &outputDir, int keep, Report &report)
     const OutputState state = ReadOutput(outputDir);
     if (!state.announcementProblems.isEmpty()) {
         return report.refuse(
-            {QStringLiteral("%1: %2; which release is announced is not known.")
+            {QStringLiteral("%1: %2; which release is announced is unknown.")
                  .arg(UPDATE_DESCRIBE_FILENAME, state.announcementProblems.constFirst())});
     }
     const QStringList folders = ToRemove(state, keep, report);

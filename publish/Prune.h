@@ -7,7 +7,7 @@
 
 #include <QString>
 
-/// Removes all releases from \a outputDir but the newest \a keep and the announced one, the oldest
+/// Removes all releases from \a outputDir except the newest \a keep and the announced one, oldest
 /// first. A release disappears atomically. Releases of unknown age, and anything that is not a
 /// release, are left alone. Returns the program's exit code.
 int Prune(const QString &outputDir, int keep, Report &report);

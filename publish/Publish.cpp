@@ -18,9 +18,9 @@
 
 namespace {
 
-const QString Forced = QStringLiteral(" --force publishes it all the same.");
+const QString Forced = QStringLiteral(" --force publishes it anyway.");
 
-/// Publishes one release, from the release folder to the visible result.
+/// Publishes one release, from scanning its folder to announcing it.
 class Publishing {
 public:
     Publishing(const PublishOptions &options, Report &report) : m_options(options), m_report(report)
@@ -49,7 +49,7 @@ public:
 
 private:
     /// Checks everything but the contents of files. Returns why the release must not be published;
-    /// oddities are only warned about.
+    /// oddities only cause warnings.
     QStringList lookThrough()
     {
         m_contents = ScanRelease(m_options.releaseDir);
@@ -87,13 +87,14 @@ private:
         }
         if (m_options.signCommand.isEmpty()) {
             if (!m_options.dryRun && IsAnnouncedSigned(m_options.outputDir)) {
-                m_report.warn(QStringLiteral("the announced release is signed, this one is not: "
-                                             "who demands a signature will not take it."));
+                m_report.warn(QStringLiteral("the announced release is signed and this one is not: "
+                                             "users who demand a signature will not accept it."));
             }
             return;
         }
         if (m_options.publicKeys.isEmpty()) {
-            m_report.warn(QStringLiteral("without --public-key nobody checks the signature here."));
+            m_report.warn(
+                QStringLiteral("without --public-key the signature is not checked here."));
         }
         if (application().isEmpty()) {
             m_report.warn(QStringLiteral("without an identifier (--application) the signature is "
@@ -142,7 +143,7 @@ private:
         return reason;
     }
 
-    /// Makes the manifest of what was read. Returns why there is none, or empty text.
+    /// Makes the manifest from what was read. Returns why there is none, or empty text.
     QString makeManifest(std::vector<ManifestFile> records)
     {
         if (!IsUnchanged(m_contents, ScanRelease(m_options.releaseDir))) {
@@ -160,7 +161,7 @@ private:
         m_manifest.links = m_contents.links;
         m_manifest.folders = m_contents.folders;
         m_content = ManifestContent(m_manifest);
-        // What no updater would accept must not be published.
+        // Do not publish what no updater would accept.
         ReleaseManifest read;
         const QString reason = ReadManifest(m_content, read);
         return reason.isEmpty() ? reason

@@ -20,13 +20,13 @@ QStringList VersionProblems(const QString &version, bool force)
     }
     const QString loss = LossyVersionReason(version);
     if (!loss.isEmpty() && !force) {
-        return {QStringLiteral("Version %1 counts as %2: %3. --force publishes it all the same.")
+        return {QStringLiteral("Version %1 counts as %2: %3. --force publishes it anyway.")
                     .arg(version, QString::number(NumberOf(version)), loss)};
     }
     return {};
 }
 
-/// What is wrong with a text for a field of the manifest's lines.
+/// Returns what is wrong with a text for a field of the manifest.
 QStringList FieldProblems(const QString &option, const QString &text)
 {
     for (const QChar character : text) {
@@ -37,7 +37,7 @@ QStringList FieldProblems(const QString &option, const QString &text)
     return {};
 }
 
-/// The path without links, even if it does not exist yet.
+/// The path without symbolic links, even if it does not exist yet.
 QString Canonical(const QString &path)
 {
     const QFileInfo info(path);
@@ -82,7 +82,7 @@ int NumberOf(const QString &version)
 QStringList OptionProblems(const PublishOptions &options)
 {
     QStringList problems = VersionProblems(options.version, options.force);
-    if (options.minVersion != QLatin1String("0")) { // nobody is forced
+    if (options.minVersion != QLatin1String("0")) { // nobody is forced to update
         problems += VersionProblems(options.minVersion, options.force);
     }
     const QString url = DownloadUrlReason(options.downloadUrl);

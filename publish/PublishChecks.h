@@ -8,9 +8,9 @@
 #include <QStringList>
 
 /// \file
-/// What must be right before a release is scanned. Callable on any thread.
+/// Checks to make before a release is scanned. Callable on any thread.
 
-/// Returns what is wrong with the options by themselves and with the folders they name.
+/// Returns what is wrong with the options and with the folders they name.
 QStringList OptionProblems(const PublishOptions &options);
 
 /// The number that an updater compares, made from a version's text.

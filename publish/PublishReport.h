@@ -7,6 +7,7 @@
 #include "publish/Report.h"
 #include "release/ReleaseManifest.h"
 
-/// Prints what was published with \a options, or would be, and what changes.
+/// Prints what was published with \a options; for a dry run, what would be published and what would
+/// change.
 void DescribeRelease(const PublishOptions &options, const ReleaseManifest &manifest,
                      Report &report);

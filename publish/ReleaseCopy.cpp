@@ -38,7 +38,7 @@ QString WriteReason(const QString &path)
     return QStringLiteral("\"%1\" cannot be written: %2.").arg(path, SystemError());
 }
 
-/// One reading of a release, shared by its threads, with or without a copy.
+/// Reads a release on several threads, with or without copying it.
 class ReleaseCopy {
 public:
     /// Writes nothing when \a target is empty.
@@ -49,7 +49,7 @@ public:
           m_order(static_cast<std::size_t>(files.size())), m_toRead(static_cast<int>(files.size())),
           m_toSync(static_cast<int>(files.size()))
     {
-        // The largest first, so that no thread is left alone with one at the end.
+        // The largest first, so that no thread is left with a large file at the end.
         std::iota(m_order.begin(), m_order.end(), 0);
         std::stable_sort(m_order.begin(), m_order.end(),
                          [this](int a, int b) { return m_files.at(a).size > m_files.at(b).size; });
@@ -93,7 +93,7 @@ public:
     const std::vector<ManifestFile> &records() const { return m_records; }
 
 private:
-    /// Calls \a step for files until there are no more \a tickets, or one has failed.
+    /// Calls \a step for files until there are no more \a tickets or a step has failed.
     void forEachFile(Tickets &tickets, QString (ReleaseCopy::*step)(int))
     {
         for (int ticket = tickets.take(); ticket >= 0; ticket = tickets.take()) {
@@ -154,12 +154,13 @@ private:
         return {};
     }
 
-    /// Passes the content of an open file on. Returns why that failed, or empty text.
+    /// Passes the content of an open file to the digest and the copy. Returns why that failed, or
+    /// empty text.
     QString pass(const ReleaseFile &file, int source, int target, DigestMaker &digest)
     {
         qint64 size = 0;
         std::array<char, BlockSize> block; // NOLINT(*-member-init): read() fills it
-        while (size <= file.size) {        // a file that grows forever must come to an end too
+        while (size <= file.size) {        // a file that grows forever must not hang this
             const ssize_t length = ::read(source, block.data(), block.size());
             if (length == 0) {
                 break;
@@ -187,7 +188,7 @@ private:
     // must not do concurrently.
     const QString m_source;
     const QString m_target;
-    std::vector<ManifestFile> m_records; // one element is one thread's
+    std::vector<ManifestFile> m_records; // each element is written by one thread
     std::vector<int> m_order;
     Tickets m_toRead;
     Tickets m_toSync;

@@ -11,11 +11,11 @@
 #include <vector>
 
 /// \file
-/// Reading the files of a release: each once, on as many threads as there are cores, with a
-/// progress bar on a terminal. That fails if a file is no longer regular, has another size or was
+/// Reads the files of a release, each once, on as many threads as there are cores, with a progress
+/// bar on a terminal. Fails if a file is no longer regular, or if its size changed or it was
 /// written to since it was found.
 ///
-/// \a records  gets one record for each file, in their order, on success only.
+/// \a records  receives one record for each file, in their order, on success only.
 /// Both return why they failed, or empty text.
 
 /// Copies the \a files from \a releaseDir to the empty folder \a targetDir and makes their manifest

@@ -13,7 +13,7 @@ using Kind = PathDifference::Kind;
 
 /// One listed thing, as far as it is compared.
 struct Entry {
-    QByteArray content; ///< of a file: its digest; of a link: where it leads
+    QByteArray content; ///< of a file: its digest; of a link: its target
     quint64 size = 0;
     int mode = 0;
     char kind = 'f'; ///< file, link or directory
@@ -25,7 +25,8 @@ struct Entry {
     }
 };
 
-/// The entries of a release by their paths, with as little of a file as \a common says both have.
+/// The entries of a release by their paths. \a isCommonComplete: both releases have SHA-256 and
+/// modes.
 QMap<QString, Entry> Entries(const ReleaseManifest &manifest, bool isCommonComplete)
 {
     QMap<QString, Entry> entries;

@@ -22,8 +22,8 @@ namespace {
 constexpr int PermissionBits = 07777;
 constexpr int UsualFolderMode = 0755;
 
-// The standard library walks here, not Qt: Qt silently skips names that are not UTF-8, and the
-// release would lack them.
+// Walk with the standard library: Qt silently skips names that are not UTF-8, and the release would
+// lack them.
 
 QString Text(const fs::path &path)
 {
@@ -64,9 +64,8 @@ private:
             at.increment(error);
         }
         if (error) {
-            m_contents.problems.append(
-                QStringLiteral("The release cannot be looked through at \"%1\": %2.")
-                    .arg(Text(here), Text(error)));
+            m_contents.problems.append(QStringLiteral("The release cannot be read at \"%1\": %2.")
+                                           .arg(Text(here), Text(error)));
         }
     }
 
@@ -75,13 +74,13 @@ private:
         struct stat status {};
         if (::lstat(entry.c_str(), &status) != 0) {
             m_contents.problems.append(
-                QStringLiteral("\"%1\" cannot be looked at: %2.").arg(path, SystemError()));
+                QStringLiteral("\"%1\" cannot be read: %2.").arg(path, SystemError()));
             return;
         }
         m_filled.insert(path.section(QLatin1Char('/'), 0, -2));
         const bool isLink = S_ISLNK(status.st_mode);
         if (!isLink && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
-            refuse(path, QStringLiteral("it is no regular file"));
+            refuse(path, QStringLiteral("it is not a regular file"));
             return;
         }
         QString reason = UnsafePathReason(path);
@@ -122,7 +121,7 @@ private:
         const fs::path target = fs::read_symlink(entry, error);
         if (error) {
             m_contents.problems.append(
-                QStringLiteral("\"%1\" cannot be looked at: %2.").arg(path, Text(error)));
+                QStringLiteral("\"%1\" cannot be read: %2.").arg(path, Text(error)));
             return;
         }
         m_contents.links.push_back({path, QString::fromStdString(target.string())});
@@ -134,7 +133,7 @@ private:
             QStringLiteral("\"%1\" cannot be published: %2.").arg(path, reason));
     }
 
-    /// Puts everything in order and keeps the folders that a manifest lists.
+    /// Sorts everything and keeps only the folders that a manifest lists.
     void sort()
     {
         const auto byPath = [](const auto &a, const auto &b) { return a.path < b.path; };

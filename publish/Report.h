@@ -7,8 +7,8 @@
 #include <QString>
 #include <QStringList>
 
-/// What one run of the program reports: as text while it runs, or as one JSON object at its end,
-/// with the text on standard error. For use on one thread.
+/// The report of one run of the program: text while it runs, or one JSON object at its end and only
+/// warnings and problems as text. For use on one thread.
 class Report {
 public:
     enum class Form { Words, Json };
@@ -29,8 +29,8 @@ public:
     const QStringList &warnings() const { return m_warnings; }
     bool isJson() const { return m_form == Form::Json; }
 
-    /// Ends the run: prints the object, with its success, warnings and problems, where one is asked
-    /// for. Returns \a exitCode, or that of a failure when the object could not be written.
+    /// Ends the run: prints the JSON object, if asked for, with success, warnings and problems.
+    /// Returns \a exitCode, or that of a failure if the object could not be written.
     int end(int exitCode);
 
 private:

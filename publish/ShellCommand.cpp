@@ -18,7 +18,7 @@ extern char **environ;
 
 namespace {
 
-// A terminal sends these to the command too.
+// The terminal sends these to the command as well.
 constexpr std::array<int, 2> FromTerminal{SIGINT, SIGQUIT};
 constexpr std::array<int, 2> ToPassOn{SIGTERM, SIGHUP};
 

@@ -17,7 +17,7 @@ namespace {
 
 constexpr mode_t ForEverybody = 0644;
 
-/// Makes the signature readable for those who fetch, and safe from a power loss.
+/// Makes the signature readable for everybody and safe from a power loss.
 QString KeepSignature(const QString &path)
 {
     Descriptor file;

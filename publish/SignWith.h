@@ -16,11 +16,11 @@ struct Signing {
     bool outputToErrors = false; ///< whether what the command prints goes to standard error
 };
 
-/// Runs the signing command on the manifest in \a releaseDir, which is not in sight yet, and checks
-/// what it leaves: a signature that is accepted, and everything else as it was, byte for byte.
+/// Runs the signing command on the manifest in \a releaseDir, which is not visible yet, and checks
+/// that it left an acceptable signature and every other file byte for byte as it was.
 ///
 /// \a manifest, \a content  the manifest that was written there.
-/// Returns why the release must not be published, or empty text. The signature will survive a power
+/// Returns why the release must not be published, or empty text. The signature survives a power
 /// loss once its folder is synced.
 QString SignRelease(const QString &releaseDir, const ReleaseManifest &manifest,
                     const QByteArray &content, const Signing &signing);

@@ -18,7 +18,8 @@ QString Parent(const QString &path)
     return path.left(path.lastIndexOf(Separator) + 1);
 }
 
-/// What a volume that ignores letter case and normalisation takes for the same entry of a folder.
+/// Equal for entries of a folder that are the same to a volume that ignores letter case and
+/// normalisation.
 QString Key(const QString &path)
 {
     const QString parent = Parent(path);
@@ -43,7 +44,7 @@ QStringList TreeProblems(const QVector<ReleaseFile> &files, const std::vector<Ma
             return;
         }
         problems.append(
-            QStringLiteral("\"%1\" and \"%2\" differ in letter case or Unicode normalisation only")
+            QStringLiteral("\"%1\" and \"%2\" differ only in letter case or Unicode normalisation")
                 .arg(qMin(known, path), qMax(known, path)));
     };
     for (const QString &folder : folders) {
@@ -64,7 +65,7 @@ QStringList TreeProblems(const QVector<ReleaseFile> &files, const std::vector<Ma
     for (const ReleaseFile &file : files) {
         const QString taken = byKey.value(Key(file.path + KeptSuffix));
         if (!taken.isEmpty()) {
-            problems.append(QStringLiteral("\"%1\" takes the name that is kept for the old \"%2\"")
+            problems.append(QStringLiteral("\"%1\" takes the name reserved for the old \"%2\"")
                                 .arg(taken, file.path));
         }
     }

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// The source to read from, of one kind or the other.
+/// The source to read from: a web server or a folder.
 std::unique_ptr<ReleaseSource> Source(const QString &baseUrl, const VerifyOptions &options)
 {
     if (baseUrl.isEmpty()) {
@@ -83,7 +83,7 @@ int Verify(const VerifyOptions &options, Report &report)
         return report.refuse({QStringLiteral("%1: %2.").arg(fault.subject, fault.detail)});
     }
     QStringList problems = Named(UPDATE_DESCRIBE_FILENAME, release.descriptionProblems);
-    if (!release.manifest.isComplete) { // nothing passed over is told of by reading it
+    if (!release.manifest.isComplete) { // reading it does not report skipped lines
         problems += Named(release.description.folder + QLatin1Char('/') + LOCAL_MD5_FILENAME,
                           ManifestProblems(release.manifestContent));
     }

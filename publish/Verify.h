@@ -17,15 +17,15 @@ struct VerifyTimeouts {
 
 /// What to verify.
 struct VerifyOptions {
-    QUrl baseUrl;                  ///< where the world fetches from; empty for \a outputDir
-    QString outputDir;             ///< a folder that a base URL stands for
+    QUrl baseUrl;                  ///< where users fetch from; empty for \a outputDir
+    QString outputDir;             ///< a folder that a base URL serves
     QVector<PublicKey> publicKeys; ///< one of them must have signed; if empty, nobody must
     bool strict = false;           ///< warnings count as failures
     VerifyTimeouts timeouts;
 };
 
 /// Reads the published update.json, manifest and files the way an updater does, and prints what is
-/// wrong. Returns the program's exit code: 0 only when everything is right.
+/// wrong. Returns the program's exit code, 0 only if nothing is wrong.
 ///
 /// Blocks in local event loops; the application object must exist.
 int Verify(const VerifyOptions &options, Report &report);

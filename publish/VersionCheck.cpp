@@ -16,7 +16,7 @@ constexpr quint64 LargestMinor = MajorWeight / MinorWeight - 1;
 constexpr quint64 LargestPatch = MinorWeight - 1;
 constexpr quint64 LargestNumber = std::numeric_limits<int>::max();
 
-/// The number, or one beyond every limit when it does not fit.
+/// The number, or one above every limit if it does not fit.
 quint64 Number(const QString &digits)
 {
     bool fits = false;

@@ -5,12 +5,11 @@
 
 #include <QString>
 
-/// Returns why \a version is no version at all, or empty text when it is one: numbers separated by
-/// dots.
+/// Returns why \a version is not a version, or empty text if it is one: numbers separated by dots.
 QString NotAVersionReason(const QString &version);
 
-/// Returns what is lost when the \a version becomes a number, or empty text if nothing is lost.
+/// Returns what is lost when \a version becomes a number, or empty text if nothing is.
 ///
-/// The number of the host application is made the same way, so that a version which loses something
-/// may compare equal to an older or a newer one. The text must be a version.
+/// The host application's number is made the same way, so a version that loses something may
+/// compare equal to an older or newer one. The text must be a version.
 QString LossyVersionReason(const QString &version);

@@ -13,12 +13,13 @@
 
 namespace {
 
-constexpr int FewestConnections = 4;       // latency matters even on one core
-constexpr quint64 BytesAtOnce = 0x4000000; // of bodies, each of which is held twice for a while
+constexpr int FewestConnections = 4; // latency matters even on one core
+constexpr quint64 BytesAtOnce =
+    0x4000000; // of bodies, each of which is in memory twice for a while
 constexpr quint64 OneDay = 86400;
 constexpr quint64 SlowestBytesPerSecond = 0x10000;
 
-/// Asks one server for the files of a release, on one thread.
+/// Fetches files of a release, on one thread.
 class FileFetch {
 public:
     FileFetch(const QString &baseUrl, const QString &folder, qint32 seconds, ByteBudget &budget)

@@ -8,9 +8,9 @@
 #include <QString>
 #include <QStringList>
 
-/// Fetches every file that \a manifest lists from below \a baseUrl and the manifest's folder, the
-/// way an updater does, and compares it. Several are fetched at once over connections that are
-/// kept, with a progress bar on a terminal; what is held in memory is bounded.
+/// Fetches every file that \a manifest lists from \a folder below \a baseUrl, the way an updater
+/// does, and compares it with the manifest. Fetches several at once over persistent connections,
+/// with bounded memory and with a progress bar on a terminal.
 ///
 /// \a folder   of the release, below the base URL.
 /// \a seconds  how long a small file may take; large ones get more.

@@ -74,10 +74,10 @@ Workspace::~Workspace()
 {
     if (m_opened && !m_isKept) {
         (void)QFile::remove(m_work.absoluteFilePath(TargetName));
-        (void)QDir(m_work).removeRecursively(); // what stays is a leftover for the next run
+        (void)QDir(m_work).removeRecursively(); // the next run removes what stays
     }
     for (const QString &folder : qAsConst(m_made)) {
-        (void)QDir().rmdir(folder); // stays when something was published in it
+        (void)QDir().rmdir(folder); // stays if something was published in it
     }
     if (m_lock >= 0) {
         (void)::close(m_lock); // unlocks
@@ -104,7 +104,7 @@ QString Workspace::open()
     return {};
 }
 
-/// Makes the output folder and those above it, and remembers which were missing.
+/// Creates the output folder and those above it, and remembers which were missing.
 QString Workspace::makeOutput()
 {
     QStringList missing;
@@ -114,7 +114,7 @@ QString Workspace::makeOutput()
     for (const QString &folder : qAsConst(missing)) {
         if (MakeFolder(folder)) {
             m_made.prepend(folder);
-        } else if (errno != EEXIST) { // another publisher may have been faster
+        } else if (errno != EEXIST) { // another publisher may have created it
             return QStringLiteral("The folder \"%1\" cannot be created: %2.")
                 .arg(folder, SystemError());
         }
@@ -137,7 +137,7 @@ QString Workspace::lock()
     }
     // On a file system without locks, assume that there is no second publisher.
     if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        return QStringLiteral("Another publish_update is at work in \"%1\".").arg(m_output.path());
+        return QStringLiteral("Another publish_update is running in \"%1\".").arg(m_output.path());
     }
     return {};
 }
@@ -151,11 +151,11 @@ QString Workspace::removeLeftovers()
 {
     const QString leftover =
         QStringLiteral("The leftover \"%1\" cannot be removed.").arg(m_work.path());
-    if (QFileInfo(m_work.path()).isSymLink()) { // not ours, and neither is what it points to
+    if (QFileInfo(m_work.path()).isSymLink()) { // neither it nor its target is ours
         return QFile::remove(m_work.path()) ? QString() : leftover;
     }
-    // A run that ended between its two strokes left a release that nothing announces yet. Only
-    // between them is the new update.json still here and the release no more.
+    // A run that was killed between its two renames left a release that is not announced yet. Only
+    // then is the new update.json still here and the release no longer.
     const QString name = QString::fromUtf8(Read(m_work.absoluteFilePath(TargetName)));
     PublishedDescription announced;
     (void)DescriptionProblems(Read(m_output.absoluteFilePath(UPDATE_DESCRIBE_FILENAME)), announced);
@@ -165,7 +165,8 @@ QString Workspace::removeLeftovers()
         !Move(m_output.absoluteFilePath(name), releaseDir())) {
         return WriteReason(m_output.absoluteFilePath(name));
     }
-    (void)QFile::remove(m_work.absoluteFilePath(TargetName)); // first: it tells what to take back
+    (void)QFile::remove(
+        m_work.absoluteFilePath(TargetName)); // first, because it says what to take back
     return QDir(m_work).removeRecursively() ? QString() : leftover;
 }
 
@@ -204,7 +205,7 @@ QString Workspace::publish(const QString &name, const QByteArray &description)
     reason =
         SyncFolder(m_output.path()) ? replaceDescription(prepared) : WriteReason(m_output.path());
     if (!reason.isEmpty() && Exists(prepared)) {
-        m_isKept = !Move(target, releaseDir()); // nobody was told of it yet
+        m_isKept = !Move(target, releaseDir()); // it is not announced yet
     }
     return reason;
 }
@@ -216,7 +217,7 @@ QString Workspace::announce(const QByteArray &description)
     return reason.isEmpty() ? replaceDescription(prepared) : reason;
 }
 
-/// Puts a file that survives a loss of power in the place of update.json.
+/// Replaces update.json with a file that survives a power loss.
 QString Workspace::replaceDescription(const QString &prepared)
 {
     const QString announced = m_output.absoluteFilePath(UPDATE_DESCRIBE_FILENAME);
@@ -224,8 +225,8 @@ QString Workspace::replaceDescription(const QString &prepared)
         return WriteReason(announced);
     }
     if (!SyncFolder(m_output.path())) {
-        return QStringLiteral("\"%1\" was replaced, but a loss of power may bring the former one "
-                              "back: \"%2\" cannot be synced: %3.")
+        return QStringLiteral("\"%1\" was replaced, but a power loss may bring the old one back: "
+                              "\"%2\" cannot be synced: %3.")
             .arg(announced, m_output.path(), SystemError());
     }
     return {};
@@ -249,8 +250,9 @@ QString Workspace::hide(const QStringList &folders, QStringList &hidden)
     for (int index = 0; index < hidden.size(); ++index) {
         const QString path = m_work.absoluteFilePath(HiddenPrefix + QString::number(index));
         if (!QDir(path).removeRecursively() && reason.isEmpty()) {
-            reason = QStringLiteral("\"%1\" is out of sight, but some of it is still in \"%2\".")
-                         .arg(hidden.at(index), path);
+            reason =
+                QStringLiteral("\"%1\" is no longer visible, but part of it is still in \"%2\".")
+                    .arg(hidden.at(index), path);
         }
     }
     return reason;

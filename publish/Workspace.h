@@ -7,9 +7,9 @@
 #include <QString>
 #include <QStringList>
 
-/// A hidden folder in the output folder where a release is made ready, out of the sight of those
-/// who fetch. It keeps other publishers away from the output folder for as long as it lives, and is
-/// removed at the end; so is an output folder that it made and that nothing was published in.
+/// A hidden folder in the output folder where a release is prepared, so that nobody fetches it yet.
+/// While it lives, it keeps other publishers away from the output folder. It is removed at the end,
+/// and so is an output folder that it created and that nothing was published in.
 class Workspace {
 public:
     /// Does nothing yet.
@@ -17,8 +17,8 @@ public:
     ~Workspace();
     Q_DISABLE_COPY(Workspace)
 
-    /// Takes the output folder, removes what an interrupted run left in it and makes the empty
-    /// release folder. Returns why that failed, or empty text. To be called once.
+    /// Locks the output folder, removes what an interrupted run left in it and creates the empty
+    /// release folder. Returns why that failed, or empty text. Call it once.
     QString open();
 
     /// The folder for the release's files. The manifest goes there too.
@@ -28,23 +28,23 @@ public:
     /// folders are never changed.
     QString nameReason(const QString &name) const;
 
-    /// Shows the release folder as the folder \a name of the output folder, then puts the
-    /// \a description in the place of update.json; each at one stroke, and only when what it shows
-    /// would survive a loss of power. The files of the release must have been synced.
+    /// Renames the release folder to the folder \a name of the output folder, then replaces
+    /// update.json with the \a description. Each step is atomic and happens only when what it makes
+    /// visible would survive a power loss. The files of the release must have been synced.
     ///
     /// Returns why that failed, or empty text. After a failure the output folder is as it was, or
-    /// the next run makes it so; only when the wait for the new update.json to be safe has failed,
-    /// the release is announced, and the text says so.
+    /// the next run restores it, with one exception: if only the final sync of the new update.json
+    /// failed, the release is announced, and the text says so.
     QString publish(const QString &name, const QByteArray &description);
 
-    /// Puts the \a description in the place of update.json at one stroke. Returns why that failed,
-    /// or empty text.
+    /// Replaces update.json with the \a description atomically. Returns why that failed, or empty
+    /// text.
     QString announce(const QByteArray &description);
 
-    /// Takes the \a folders of releases out of sight, each at one stroke, and then removes them.
+    /// Hides the \a folders of releases, each atomically, and then removes them.
     ///
-    /// \a hidden  gets those that are out of sight.
-    /// Returns why that failed, or empty text. What could not be removed then is a leftover.
+    /// \a hidden  receives those that were hidden.
+    /// Returns why that failed, or empty text. What could not be removed is left for the next run.
     QString hide(const QStringList &folders, QStringList &hidden);
 
 private:
@@ -57,6 +57,6 @@ private:
     const QDir m_work;
     int m_lock = -1; ///< descriptor of the locked output folder
     bool m_opened = false;
-    bool m_isKept = false; ///< whether the next run has to take back what this one could not
-    QStringList m_made;    ///< output folder and those above it, as far as they were missing
+    bool m_isKept = false; ///< whether the next run must take back what this one could not
+    QStringList m_made;    ///< the output folder and those above it that were missing
 };

@@ -18,8 +18,8 @@
 
 namespace {
 
-/// Lets a web server of another user read what is published, whatever the umask says of others.
-/// Whether the user's group may write stays the user's wish.
+/// Lets a web server that runs as another user read what is published, whatever the umask says.
+/// Whether the group may write is left to the umask.
 void LetOthersRead()
 {
     constexpr mode_t readAndEnter = 0055;

@@ -6,9 +6,9 @@
 #include <QNetworkAccessManager>
 #include <QPointer>
 
-/// A network access manager that aborts a body that is too long and notices one that was cut off:
-/// the fetch itself takes every body of status 200 as complete. It follows no redirects. For one
-/// request after another, on the thread that made it.
+/// A network access manager that aborts bodies that are too long and notices those that were cut
+/// off: the fetch itself accepts every body of status 200 as complete. It follows no redirects. For
+/// one request at a time, on the thread that created it.
 class BoundedManager : public QNetworkAccessManager {
 public:
     enum class Body { Pending, Whole, TooLong, BrokenOff };
@@ -18,11 +18,11 @@ public:
     /// The limit of the next body, in bytes.
     void setLimit(qint64 limit) { m_limit = limit; }
 
-    /// How the body of the last request came, or that it is still under way.
+    /// How the last request's body arrived; Pending while it is under way.
     Body body() const { return m_body; }
 
-    /// Whether a last body that broke off would have been noticed: the server said how long it is,
-    /// or the protocol marks its end. Chunks do not count: a missing last one is passed over.
+    /// Whether a break in the last body would have been noticed: the server gave its length, or the
+    /// protocol marks its end. Chunks do not count: a missing last one goes unnoticed.
     bool isEndKnown() const { return m_isEndKnown; }
 
 protected:
@@ -36,5 +36,5 @@ private:
     qint64 m_limit = 0;
     Body m_body = Body::Pending;
     bool m_isEndKnown = false;
-    QPointer<QNetworkReply> m_reply; // what comes from earlier ones does not count
+    QPointer<QNetworkReply> m_reply; // signals of earlier ones are ignored
 };

@@ -12,7 +12,7 @@
 
 void Descriptor::reset(int number)
 {
-    (void)close(); // whoever wants to know has closed it before
+    (void)close(); // whoever cares about errors calls close()
     m_number = number;
 }
 
@@ -25,7 +25,7 @@ bool Descriptor::close()
 
 QString OpenRegularFile(const QString &path, Descriptor &file)
 {
-    const QString notRegular = QStringLiteral("it is no regular file");
+    const QString notRegular = QStringLiteral("it is not a regular file");
     file.reset(::open(QFile::encodeName(path).constData(),
                       O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen()) {

@@ -5,30 +5,29 @@
 
 #include <QString>
 
-/// Holds a descriptor of the system and closes it at the end.
+/// Owns a file descriptor and closes it at the end.
 class Descriptor {
 public:
     explicit Descriptor(int number = -1) : m_number(number) {}
     ~Descriptor() { reset(); }
     Q_DISABLE_COPY(Descriptor)
 
-    /// The number, or less than 0 when nothing is open.
+    /// The number; negative when nothing is open.
     int number() const { return m_number; }
     bool isOpen() const { return m_number >= 0; }
 
-    /// Closes what is held and holds \a number from now on.
+    /// Closes the descriptor and takes over \a number.
     void reset(int number = -1);
-    /// Closes what is held. Returns whether the system had nothing to complain of; SystemError()
-    /// says why not.
+    /// Closes the descriptor. Returns whether that succeeded; SystemError() says why not.
     bool close();
 
 private:
     int m_number;
 };
 
-/// Opens the file \a path for reading, into \a file. A link is not followed and a pipe not waited
-/// for: both count as no regular file.
+/// Opens the file \a path for reading, into \a file. Does not follow a link or wait for a pipe:
+/// neither is a regular file.
 ///
-/// Returns why that failed, or empty text. The text does not repeat the path. When \a file is not
-/// open then, errno is that of the call.
+/// Returns why that failed, or empty text. The text does not repeat the path. If \a file is not
+/// open afterwards, errno is that of open().
 QString OpenRegularFile(const QString &path, Descriptor &file);

@@ -25,12 +25,11 @@ QString WriteReason(const QString &path)
     return QStringLiteral("\"%1\" cannot be written: %2").arg(path, SystemError());
 }
 
-/// Hands what was written to the disk; whether the disk itself may keep it for later is said by
-/// \a throughDisk.
+/// Hands what was written to the disk. \a throughDisk: the disk must empty its own cache too.
 bool Sync(int descriptor, bool throughDisk)
 {
 #ifdef F_FULLFSYNC
-    // Elsewhere fsync() empties the disk's own cache too. Not every volume knows the call.
+    // Elsewhere fsync() does that too. Not every volume supports this call.
     if (throughDisk && ::fcntl(descriptor, F_FULLFSYNC) == 0) {
         return true;
     }
@@ -46,9 +45,9 @@ bool SyncFolderDescriptor(int descriptor, bool throughDisk)
     return Sync(descriptor, throughDisk) || errno == EINVAL;
 }
 
-/// Makes sure of one entry of a tree. On Linux everything has been written at once by then, and
-/// what is left to learn is whether this entry was written well: without fsync(), which would have
-/// the disk empty its cache for each of them.
+/// Syncs one entry of a tree. On Linux the whole tree has been written by then, and the only
+/// question left is whether writing this entry failed. fsync() would make the disk empty its cache
+/// for every entry.
 bool SyncInTree(int descriptor, bool isFolder)
 {
 #ifdef __linux__
@@ -62,7 +61,7 @@ bool SyncInTree(int descriptor, bool isFolder)
     return isFolder ? SyncFolderDescriptor(descriptor, false) : Sync(descriptor, false);
 }
 
-/// Opens a file or folder for nothing but to be synced.
+/// Opens a file or folder only to sync it.
 int OpenToSync(const char *path, int flags)
 {
     return ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | flags);
@@ -81,7 +80,7 @@ bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
            file.close();
 }
 
-/// Syncs one entry of a tree, which may be anything.
+/// Syncs one entry of a tree, of whatever type.
 bool SyncEntry(const fs::directory_entry &entry)
 {
     std::error_code error;
@@ -92,7 +91,7 @@ bool SyncEntry(const fs::directory_entry &entry)
     }
     const bool isFolder = type == fs::file_type::directory;
     if (!isFolder && type != fs::file_type::regular) {
-        return true; // a link is synced with the folder that it stands in
+        return true; // a link is synced with its folder
     }
     const Descriptor here(
         OpenToSync(entry.path().c_str(), O_NOFOLLOW | (isFolder ? O_DIRECTORY : 0)));
@@ -140,7 +139,7 @@ QString SyncTree(const QString &folder)
         return reason(folder, SystemError());
     }
 #ifdef __linux__
-    // All at once is far quicker than file by file. What failed before is only told file by file.
+    // Far faster than file by file. Earlier write errors are only reported file by file, below.
     if (::syncfs(top.number()) != 0) {
         return reason(folder, SystemError());
     }
@@ -155,6 +154,6 @@ QString SyncTree(const QString &folder)
     if (error) {
         return reason(folder, QString::fromStdString(error.message()));
     }
-    // The last one empties the disk's cache for all of them.
+    // This last sync empties the disk's cache for all of them.
     return SyncFolderDescriptor(top.number(), true) ? QString() : reason(folder, SystemError());
 }

@@ -13,28 +13,28 @@
 /// Replaces the file \a path with \a content atomically: readers see either the old file or the
 /// whole new one, even if the process or the machine is stopped at any moment.
 ///
-/// \a scratch  a name on the same volume for the work; what is there, such as the rest of an
-///             interrupted run, is removed.
+/// \a scratch  a name on the same volume for the work; whatever has that name, such as the leftover
+///             of an interrupted run, is removed.
 /// \a mode     of the new file, whatever the umask is.
 /// Returns why that failed, naming the path, or empty text once the file and its name will survive
-/// a loss of power. After a failure the file that was there is untouched, unless the last step
-/// failed, the wait for the name: then the new one is there, and a loss of power may undo it.
+/// a power loss. After a failure the old file is untouched, with one exception: if only the final
+/// wait for the name failed, the new file is in place, and a power loss may undo that.
 QString WriteDurably(const QString &path, const QString &scratch, const QByteArray &content,
                      int mode = 0644);
 
-/// Waits until the content of an open file will survive a loss of power. Returns whether that went
-/// well; SystemError() says why not.
+/// Waits until the content of an open file will survive a power loss. Returns whether that
+/// succeeded; SystemError() says why not.
 bool SyncFile(int descriptor);
 
 /// The same for the file \a path, which may not be a link.
 bool SyncFile(const QString &path);
 
-/// Waits until the names in a folder will survive a loss of power. The path may be a link to the
-/// folder. Returns whether that went well; SystemError() says why not.
+/// Waits until the names in a folder will survive a power loss. The path may be a link to the
+/// folder. Returns whether that succeeded; SystemError() says why not.
 bool SyncFolder(const QString &path);
 
 /// Waits until all files, links and folders below \a folder, and the folder itself, will survive a
-/// loss of power. Links are not followed. The folder's own name is not waited for.
+/// power loss. Does not follow links, and does not wait for the folder's own name.
 ///
 /// Returns why that failed, naming what could not be synced, or empty text.
 QString SyncTree(const QString &folder);

@@ -18,10 +18,10 @@ namespace {
 
 constexpr std::size_t BlockSize = 0x10000; // small enough to stay in the processor's cache
 
-/// One algorithm at work.
+/// One running digest.
 class Digest {
 public:
-    /// \a algorithm  stays the caller's; null where the system does without it.
+    /// \a algorithm  stays the caller's; null if the system does not have it.
     explicit Digest(const EVP_MD *algorithm)
         : m_context(algorithm ? EVP_MD_CTX_new() : nullptr),
           m_works(m_context && EVP_DigestInit_ex(m_context.get(), algorithm, nullptr) == 1)
@@ -71,7 +71,7 @@ const EVP_MD *Md5()
 
 struct DigestMaker::Contexts {
     Digest sha256{Sha256()};
-    std::optional<Digest> md5; // when it is asked for
+    std::optional<Digest> md5; // only if asked for
 };
 
 DigestMaker::DigestMaker(DigestKinds kinds) : m_contexts(std::make_unique<Contexts>())
@@ -96,13 +96,13 @@ QString DigestMaker::finish(FileDigests &digests)
 {
     const QByteArray sha256 = m_contexts->sha256.result();
     if (sha256.isEmpty()) {
-        return QStringLiteral("the cryptographic library of this system gives no SHA-256");
+        return QStringLiteral("this system's cryptographic library has no SHA-256");
     }
     QByteArray md5;
     if (m_contexts->md5) {
         md5 = m_contexts->md5->result();
         if (md5.isEmpty()) {
-            return QStringLiteral("the cryptographic library of this system gives no MD5");
+            return QStringLiteral("this system's cryptographic library has no MD5");
         }
         md5 = Md5Text(md5);
     }

@@ -157,7 +157,7 @@ QString FolderReason(const QString &folder)
     }
     if (folder.startsWith(WorkspacePrefix) ||
         folder.compare(UPDATE_DESCRIBE_FILENAME, Qt::CaseInsensitive) == 0) {
-        return QStringLiteral("the name has another use");
+        return QStringLiteral("the name is reserved");
     }
     return {};
 }

@@ -10,20 +10,20 @@
 #include <vector>
 
 /// \file
-/// How the manifest and the update description of a release are written, and what is wrong with
+/// Writing the manifest and the update description of a release, and finding the faults of
 /// published ones. Callable on any thread.
 
-/// The size from which on a file cannot be updated: one body is held whole in a byte array, which
-/// has room for a little less than 2 GiB.
+/// Files of this size or more cannot be updated: one body is held whole in a byte array, which has
+/// room for a little less than 2 GiB.
 constexpr qint64 TooLargeSize = (qint64{1} << 31) - 64;
 
-/// That size in words, to stand behind what has it.
+/// That size in words, as in "files %1 cannot be updated".
 const QString TooLargeText = QStringLiteral("of almost 2 GiB (2,147,483,584 bytes) and more");
 
-/// How many bytes an update.json may have; a longer one is refused unread.
+/// The largest update.json in bytes; a longer one is refused unread.
 constexpr qint64 LongestDescription = qint64{1} << 20;
 
-/// What the names of the publisher's own files beside the releases begin with.
+/// The prefix of the names of the publisher's own files beside the releases.
 const QString WorkspacePrefix = QStringLiteral(".publish_update");
 
 /// The update description of a release as it is published.
@@ -35,7 +35,7 @@ struct PublishedDescription {
     QString downloadUrl;
 };
 
-/// Returns the size of the file that \a record stands for.
+/// Returns the size of the file that \a record describes.
 quint64 FileSize(const tagDownloadFileInfo &record);
 
 /// Returns the content of update_md5.info that lists the \a records.
@@ -44,16 +44,16 @@ QByteArray ManifestContent(const std::vector<tagDownloadFileInfo> &records);
 /// Returns the content of update.json that says what \a description says.
 QByteArray DescriptionContent(const PublishedDescription &description);
 
-/// Returns what is wrong with the published update.json in \a content, one text each.
+/// Returns what is wrong with the published update.json in \a content, one text for each fault.
 ///
-/// \a description  gets what could be read.
+/// \a description  receives what could be read.
 QStringList DescriptionProblems(const QByteArray &content, PublishedDescription &description);
 
-/// Returns what is wrong with the published update_md5.info in \a content, one text each: lines
-/// that an updater would pass over or misread, and what it refuses or this program would not write.
+/// Returns what is wrong with the published update_md5.info in \a content, one text for each fault:
+/// lines that an updater would skip, misread or refuse, or that this program would not write.
 QStringList ManifestProblems(const QByteArray &content);
 
-/// Returns why \a url is no address to send users to, or empty text when it is an https address.
+/// Returns why users cannot be sent to \a url, or empty text when it is an https address.
 QString DownloadUrlReason(const QString &url);
 
 /// Returns why \a folder cannot be the name of a release's folder beside update.json, or empty

@@ -17,7 +17,7 @@ public:
 private:
     /// Where a link leads to.
     struct End {
-        int links = 0; // that are gone through on the way, with the first one; 0: not walked yet
+        int links = 0; // followed on the way, the first one included; 0: not walked yet
         bool isFolder = false;
         std::string path; // empty: the release itself
     };
@@ -28,5 +28,5 @@ private:
     std::size_t linkOf(const ManifestEntry &entry) const;
 
     const ManifestTree &m_tree;
-    std::vector<End> m_ends; // of the links in the tree's order
+    std::vector<End> m_ends; // in the order of the tree's links
 };

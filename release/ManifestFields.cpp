@@ -17,7 +17,7 @@ constexpr bool IsHexDigit(unsigned byte)
     return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'f');
 }
 
-/// What a byte means to a path.
+/// What a byte means in a path.
 enum class Meaning : unsigned char { Plain, Separator, Careful };
 
 constexpr std::array<Meaning, 256> Meanings()
@@ -39,7 +39,7 @@ bool IsPlainName(Bytes name)
     return !name.empty() && name.size() <= LongestName && (name.front() != '.' || name.size() > 2);
 }
 
-/// Whether the path is certainly safe: nearly all are, and the careful check is slow.
+/// Whether the path is certainly safe. Nearly all are, and the careful check is slow.
 bool IsPlainPath(Bytes path)
 {
     static constexpr std::array<Meaning, 256> meanings = Meanings();
@@ -90,8 +90,8 @@ QString ReadSize(Bytes field, quint64 &size)
     const bool isWritten = !field.empty() && field.size() <= 16 && IsHex(field, field.size()) &&
                            (field.front() != '0' || field.size() == 1);
     if (!isWritten || error != std::errc() || end != field.data() + field.size()) {
-        return QStringLiteral("its size is not a lower-case hexadecimal number without zeros in "
-                              "front");
+        return QStringLiteral(
+            "its size is not a lower-case hexadecimal number without leading zeros");
     }
     if (size >= static_cast<quint64>(TooLargeSize)) {
         return QStringLiteral("files %1 cannot be updated").arg(TooLargeText);
@@ -131,7 +131,7 @@ QString ReadText(Bytes field, QString &text)
     const QByteArray back = text.toUtf8();
     const bool isSame = Bytes(back.constData(), static_cast<std::size_t>(back.size())) == field;
     if (!isSame || text.contains(QChar(QChar::ReplacementCharacter))) {
-        return QStringLiteral("\"%1\" does not come unchanged through UTF-8").arg(text);
+        return QStringLiteral("\"%1\" does not survive UTF-8 unchanged").arg(text);
     }
     return {};
 }

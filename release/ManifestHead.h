@@ -7,15 +7,15 @@
 #include "release/ReleaseManifest.h"
 
 /// \file
-/// The fields of the lines that stand before the paths of a manifest. Each call returns what is
-/// wrong with them, or empty text.
+/// The fields of the lines before the paths of a manifest. Each call returns what is wrong with
+/// them, or empty text.
 
-/// Reads what @release says, into the \a manifest.
+/// Reads the fields of @release into the \a manifest.
 QString ReadReleaseFields(Bytes version, Bytes folder, Bytes versionString,
                           ReleaseManifest &manifest);
 
-/// Reads the identifier behind @application.
+/// Reads the identifier of @application.
 QString ReadApplication(Bytes field, QString &application);
 
-/// Reads the address behind @page.
+/// Reads the address of @page.
 QString ReadPage(Bytes field, QString &page);

@@ -28,8 +28,7 @@ char FoldedLetter(char letter)
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
 }
 
-/// FoldedPath() as UTF-8, quickly where there are plain letters only. For safe paths, which are
-/// short.
+/// FoldedPath() as UTF-8, with a fast way for ASCII. For safe paths, which are short.
 class Folded {
 public:
     explicit Folded(Bytes path)
@@ -48,7 +47,7 @@ public:
     std::size_t hash() const { return std::hash<Bytes>()(m_text); }
 
 private:
-    std::array<char, LongestPath> m_plain; // NOLINT(*-member-init): as far as it is used
+    std::array<char, LongestPath> m_plain; // NOLINT(*-member-init): written as far as it is used
     std::string m_other;
     Bytes m_text;
 };
@@ -97,7 +96,7 @@ QString ManifestNames::reason(const Entries &at)
     return first.reason;
 }
 
-/// Looks which of some names are the same when they are folded: their hashes are.
+/// Finds names that are the same when folded, among those with the same hash.
 void ManifestNames::FindSame(Names from, Names end, const Entries &at, Problem &first)
 {
     std::map<std::string, const ManifestEntry *> known;
@@ -106,14 +105,15 @@ void ManifestNames::FindSame(Names from, Names end, const Entries &at, Problem &
         const auto [other, isNew] = known.emplace(Folded(entry.path).text(), &entry);
         if (!isNew) {
             const ManifestEntry &later = entry.line < other->second->line ? *other->second : entry;
-            first.note(later.line, QStringLiteral("\"%1\" and \"%2\" differ in letter case or "
-                                                  "Unicode normalisation only")
-                                       .arg(Shown(other->second->path), Shown(entry.path)));
+            first.note(later.line,
+                       QStringLiteral(
+                           "\"%1\" and \"%2\" differ only in letter case or Unicode normalisation")
+                           .arg(Shown(other->second->path), Shown(entry.path)));
         }
     }
 }
 
-/// Looks whether what ends as a kept copy does takes the name of one.
+/// Checks whether a path that ends in ".old" takes the name of a file's ".old" copy.
 void ManifestNames::findKept(const ManifestEntry &taken, const Entries &at, Problem &first) const
 {
     const Folded folded(taken.path);
@@ -126,7 +126,7 @@ void ManifestNames::findKept(const ManifestEntry &taken, const Entries &at, Prob
         const ManifestEntry &file = at(name->place);
         if (file.kind == ManifestEntry::Kind::File && Folded(file.path).text() == kept) {
             first.note(taken.line,
-                       QStringLiteral("\"%1\" takes the name that is kept for the old \"%2\"")
+                       QStringLiteral("\"%1\" takes the name reserved for the old \"%2\"")
                            .arg(Shown(taken.path), Shown(file.path)));
         }
     }

@@ -13,7 +13,7 @@ struct ManifestEntry {
     enum class Kind { File, Link, Folder };
 
     Bytes path;
-    int line; ///< that it is known by
+    int line; ///< that messages name
     Kind kind;
     bool isEmpty; ///< a folder that nothing may be in
 };
@@ -21,23 +21,23 @@ struct ManifestEntry {
 /// The names of a release, as a volume that ignores letter case and normalisation sees them.
 class ManifestNames {
 public:
-    /// Gives the entry that is meant by a place.
+    /// Returns the entry at a place.
     using Entries = std::function<const ManifestEntry &(std::size_t place)>;
 
-    /// Adds the path of the entry at \a place. Every path comes once.
+    /// Adds the path of the entry at \a place. Add every path once.
     void add(Bytes path, std::size_t place);
 
-    /// Returns why the names cannot stand together, or empty text: paths that are the same, and
-    /// those that take the name of a file's kept copy. Names the first line where that is so.
+    /// Returns why the names cannot be in one installation, or empty text: paths that are the same,
+    /// and those that take the name of a file's ".old" copy. Names the first line with such a path.
     QString reason(const Entries &at);
 
 private:
     struct Name {
-        std::size_t hash; // of the folded path: what differs in it is not the same
+        std::size_t hash; // of the folded path; different hashes mean different paths
         std::size_t place;
     };
     using Names = std::vector<Name>::const_iterator;
-    /// What stands first in the manifest of what is wrong.
+    /// The problem that comes first in the manifest.
     struct Problem {
         int line = 0;
         QString reason;
@@ -49,5 +49,5 @@ private:
     void findKept(const ManifestEntry &taken, const Entries &at, Problem &first) const;
 
     std::vector<Name> m_names;
-    std::vector<std::size_t> m_likeKept; // places of paths that end as kept copies do
+    std::vector<std::size_t> m_likeKept; // places of the paths that end in ".old"
 };

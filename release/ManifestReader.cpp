@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t Md5Length = 32;
 constexpr std::size_t Sha256Length = 64;
 constexpr int UsualFolderMode = 0755;
-const Bytes NoMeaning = "-"; // in the place of a field, so that a line has not three of them
+const Bytes NoMeaning = "-"; // fills a field, so that the line does not have three of them
 
 QByteArray Copy(Bytes bytes)
 {
@@ -47,7 +47,7 @@ QString ManifestReader::read()
     return LinkWalk(m_tree).reason();
 }
 
-/// Takes the next line and its fields. Returns false when no line end stands behind it.
+/// Takes the next line and its fields. Returns false when it has no line end.
 bool ManifestReader::takeLine()
 {
     ++m_number;
@@ -81,8 +81,8 @@ QString ManifestReader::readExtendedLine()
     if (!known) {
         return name.substr(0, 2) != "@!"
                    ? QString()
-                   : lost(QStringLiteral("%1 is not known, and must not be passed over")
-                              .arg(Shown(name)));
+                   : lost(
+                         QStringLiteral("%1 is unknown, and must not be ignored").arg(Shown(name)));
     }
     if (m_count != known->fields) {
         return lost(
@@ -91,10 +91,10 @@ QString ManifestReader::readExtendedLine()
     }
     if (known->stage < m_stage) {
         return lost(
-            QStringLiteral("%1 stands twice, or behind what must follow it").arg(Shown(name)));
+            QStringLiteral("%1 comes twice, or after what must follow it").arg(Shown(name)));
     }
     if (known->stage > Stage::Minimum && m_stage <= Stage::Minimum) {
-        return lost(QStringLiteral("@minimum must stand before it"));
+        return lost(QStringLiteral("@minimum must come before it"));
     }
     m_stage = known->stage == Stage::Paths ? Stage::Paths
                                            : static_cast<Stage>(static_cast<int>(known->stage) + 1);
@@ -138,14 +138,14 @@ QString ManifestReader::readPage()
     return lost(ReadPage(m_fields[1], m_manifest.page));
 }
 
-/// Reads a line of three fields and the one that follows it.
+/// Reads a three-field line and the @file line after it.
 QString ManifestReader::readFile()
 {
     if (m_count != 3) {
         return lost(QStringLiteral("it does not have three fields"));
     }
     if (m_stage <= Stage::Minimum) {
-        return lost(QStringLiteral("@minimum must stand before it"));
+        return lost(QStringLiteral("@minimum must come before it"));
     }
     m_stage = Stage::Paths;
     if (!IsHex(m_fields[0], Md5Length)) {
@@ -165,7 +165,7 @@ QString ManifestReader::readFile()
     return reason.isEmpty() ? readFileLine() : reason;
 }
 
-/// Reads the line that follows the one of three fields.
+/// Reads the @file line after a three-field line.
 QString ManifestReader::readFileLine()
 {
     const Bytes path = m_fields[2];

@@ -8,7 +8,7 @@
 
 #include <array>
 
-/// Reads a complete manifest line by line. For one reading.
+/// Reads one complete manifest line by line.
 class ManifestReader {
 public:
     /// \a content  must outlive the reader.
@@ -44,7 +44,7 @@ private:
     QString readLoneFileLine();
     QString readLink();
     QString readFolder();
-    /// What is wrong, with the number of the line; nothing for nothing.
+    /// Puts the number of the line in front of a reason; empty text stays empty.
     QString lost(const QString &reason) const;
     QString added(ManifestTree::Kind kind, Bytes path, bool isEmpty = false);
 
@@ -55,5 +55,5 @@ private:
     int m_number = 0; // of the line at hand
     Bytes m_line;
     std::array<Bytes, MostFields> m_fields;
-    std::size_t m_count = 0; // of its fields, those that m_fields has no room for too
+    std::size_t m_count = 0; // of its fields, including those that m_fields has no room for
 };

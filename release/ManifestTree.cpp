@@ -26,7 +26,7 @@ bool IsFolderBefore(Bytes one, Bytes other)
     return next(one) != next(other) ? next(one) < next(other) : one.size() < other.size();
 }
 
-/// The length up to which two texts are equal.
+/// The length of the common beginning of two texts.
 std::size_t CommonLength(Bytes one, Bytes other)
 {
     const std::size_t length = std::min(one.size(), other.size());
@@ -43,10 +43,12 @@ QString ManifestTree::add(Kind kind, Bytes path, int line, bool isEmpty)
     }
     const Bytes last = m_entries.empty() ? Bytes() : m_entries.back().path;
     if (!m_entries.empty() && path <= last) {
-        return AtLine(line, path == last ? QStringLiteral("\"%1\" is listed twice").arg(Shown(path))
-                                         : QStringLiteral("\"%1\" stands behind \"%2\", which is "
-                                                          "not the order of their bytes")
-                                               .arg(Shown(path), Shown(last)));
+        return AtLine(
+            line,
+            path == last
+                ? QStringLiteral("\"%1\" is listed twice").arg(Shown(path))
+                : QStringLiteral("\"%1\" comes after \"%2\", which is not the order of their bytes")
+                      .arg(Shown(path), Shown(last)));
     }
     if (path.front() == 'u' || path.front() == 'U' ||
         static_cast<unsigned char>(path.front()) >= 0x80) {
@@ -62,7 +64,7 @@ QString ManifestTree::add(Kind kind, Bytes path, int line, bool isEmpty)
     return {};
 }
 
-/// Adds the folders above \a path that were not reached yet: paths in byte order enter each folder
+/// Adds the folders above \a path that were not added yet: paths in byte order enter each folder
 /// once.
 QString ManifestTree::addFoldersAbove(Bytes path, int line)
 {
@@ -90,7 +92,7 @@ QString ManifestTree::addFolderAbove(Bytes folder, Bytes path, int line)
     }
     switch (entry->kind) {
     case Kind::File:
-        return AtLine(line, QStringLiteral("\"%1\" is a file and the folder of \"%2\" at once")
+        return AtLine(line, QStringLiteral("\"%1\" is both a file and the folder of \"%2\"")
                                 .arg(Shown(folder), Shown(path)));
     case Kind::Link:
         return AtLine(

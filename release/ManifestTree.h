@@ -8,25 +8,25 @@
 #include <string>
 #include <vector>
 
-/// The files, links and folders of a release that is read, in the order of their paths, and whether
-/// they can stand together. Holds slices of the manifest, which must outlive it.
+/// The files, links and folders of a release while its manifest is read, in the order of their
+/// paths. Checks that they can be in one installation. Holds slices of the manifest, which must
+/// outlive it.
 class ManifestTree {
 public:
     using Kind = ManifestEntry::Kind;
 
-    /// Adds what has the \a path, found safe before, and stands in \a line, with the folders above
-    /// it.
+    /// Adds the entry of a \a line, with the folders above it. The \a path must be safe.
     ///
-    /// \a isEmpty  of a folder: nothing may follow in it. One of the usual mode that has something
-    ///             in it has no line.
-    /// Returns why it cannot stand there, or empty text. The text names the line.
+    /// \a isEmpty  of a folder: nothing may be in it. A folder of the usual mode that is not empty
+    ///             has no line.
+    /// Returns why the entry is refused, or empty text. The text names the line.
     QString add(Kind kind, Bytes path, int line, bool isEmpty = false);
 
-    /// Notes where the link that was added last points to.
+    /// Sets the target of the link that was added last.
     void setTarget(Bytes target) { m_links.push_back({m_entries.size() - 1, target}); }
 
-    /// Returns why all that was added cannot stand together, or empty text: names that are equal
-    /// but for letter case or normalisation, and those that kept copies take.
+    /// Returns why the entries cannot be in one installation, or empty text: names that differ only
+    /// in letter case or normalisation, and names that ".old" copies take.
     QString namesReason();
 
     std::size_t size() const { return m_entries.size(); }
@@ -37,7 +37,7 @@ private:
         Bytes target;
     };
 
-    friend class LinkWalk; // asks for what is where
+    friend class LinkWalk; // looks entries up
     QString addFoldersAbove(Bytes path, int line);
     QString addFolderAbove(Bytes folder, Bytes path, int line);
     const ManifestEntry *find(Bytes path) const;

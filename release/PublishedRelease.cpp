@@ -18,7 +18,7 @@ ReleaseFault ReadDescription(ReleaseSource &source, PublishedRelease &release)
     }
     release.descriptionProblems = DescriptionProblems(content, release.description);
     if (FolderReason(release.description.folder).isEmpty()) {
-        return {}; // all that is needed to go on
+        return {}; // all that is needed to continue
     }
     return {Kind::Description, UPDATE_DESCRIBE_FILENAME,
             release.descriptionProblems.join(QStringLiteral("; "))};
@@ -40,14 +40,14 @@ ReleaseFault CheckSignature(ReleaseSource &source, const QString &name,
     return release.isSigned ? ReleaseFault() : ReleaseFault{Kind::Signature, name, reason};
 }
 
-/// Whether update.json and the manifest are about the same release.
+/// Checks that update.json and the manifest are about the same release.
 ReleaseFault Compare(const PublishedDescription &description, const ReleaseManifest &manifest)
 {
     if (description.folder == manifest.folder && description.version == manifest.version) {
         return {};
     }
     return {Kind::Mismatch, UPDATE_DESCRIBE_FILENAME,
-            QStringLiteral("it names version %1 in \"%2\", where the manifest is of version %3 in "
+            QStringLiteral("it names version %1 in \"%2\", but the manifest has version %3 in "
                            "\"%4\"")
                 .arg(QString::number(description.version), description.folder,
                      QString::number(manifest.version), manifest.folder)};
@@ -68,14 +68,15 @@ ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey
         !fault.isNone()) {
         return fault;
     }
-    // A signature tells a part from the whole. Without one, files that a part does not list would
-    // be taken for files that the release no longer has.
+    // A signature detects a truncated manifest. Without one, files missing from it would look like
+    // files that the release no longer has.
     if (keys.isEmpty() && !source.isKnownWhole()) {
-        return {Kind::Network, name,
-                QStringLiteral("the server does not say how long it is, so that a part of it could "
-                               "pass for the whole")};
+        return {
+            Kind::Network, name,
+            QStringLiteral(
+                "the server does not give its length, so a part of it could pass for the whole")};
     }
-    if (!keys.isEmpty()) { // before anything else is made of the manifest
+    if (!keys.isEmpty()) { // before the manifest is used for anything else
         ReleaseFault fault = CheckSignature(source, folder + SIGNATURE_FILENAME, keys, release);
         if (!fault.isNone()) {
             return fault;
@@ -90,8 +91,8 @@ ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey
         return keys.isEmpty()
                    ? ReleaseFault()
                    : ReleaseFault{Kind::Manifest, name,
-                                  QStringLiteral("it does not say of which release it is, so that "
-                                                 "its signature says nothing")};
+                                  QStringLiteral("it does not say which release it belongs to, so "
+                                                 "its signature proves nothing")};
     }
     if (ReleaseFault fault = Compare(release.description, manifest); !fault.isNone()) {
         return fault;

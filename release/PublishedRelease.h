@@ -8,12 +8,11 @@
 #include "release/ReleaseSignature.h"
 #include "release/ReleaseSource.h"
 
-/// A release that is published, as far as it can be judged without its files and without the
-/// installation that it is for.
+/// A published release, as far as it can be judged without its files and without an installation.
 struct PublishedRelease {
-    /// What update.json says. Of a signed release, everything is the manifest's.
+    /// What update.json says; if the release is signed, what the manifest says.
     PublishedDescription description;
-    QStringList descriptionProblems; ///< what DescriptionProblems() said of update.json
+    QStringList descriptionProblems; ///< the result of DescriptionProblems() for update.json
     QByteArray manifestContent;
     QByteArray signature; ///< empty when no key was given
     ReleaseManifest manifest;
@@ -21,13 +20,13 @@ struct PublishedRelease {
 };
 
 /// Reads update.json, the manifest of the release that it leads to and, when there are \a keys, the
-/// signature of the manifest. This is the one way to read what is published: what is verified with
-/// it will be updated with it.
+/// signature of the manifest. Verifying and updating both read releases this way, so that they
+/// cannot disagree.
 ///
 /// With keys, nothing unsigned decides anything: update.json only says where to look. A complete
-/// manifest must be of the version and the folder that update.json names, with keys or without. An
-/// old manifest is refused with keys, and one that may have been cut off unnoticed without any.
+/// manifest must have the version and the folder that update.json names, with keys or without. With
+/// keys, an old manifest is refused; without keys, one that may have been cut off unnoticed.
 ///
-/// Returns what is wrong; what \a release holds then means nothing. Takes as long as \a source.
+/// Returns what is wrong; \a release is then meaningless. Takes as long as \a source does.
 ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey> &keys,
                                   PublishedRelease &release);

@@ -110,7 +110,7 @@ QString ReadOldManifest(const QByteArray &content, ReleaseManifest &manifest)
     return CollisionReason(records.keys());
 }
 
-/// Returns which line has a byte that no manifest has.
+/// Names the line with a byte that no manifest may have.
 QString ForbiddenByteReason(Bytes content)
 {
     std::size_t found = Bytes::npos;
@@ -121,7 +121,7 @@ QString ForbiddenByteReason(Bytes content)
         return {};
     }
     const auto line = std::count(content.begin(), content.begin() + found, '\n') + 1;
-    return AtLine(static_cast<int>(line), QStringLiteral("it holds a CR, NUL or backslash"));
+    return AtLine(static_cast<int>(line), QStringLiteral("it contains a CR, NUL or backslash"));
 }
 
 } // namespace
@@ -177,8 +177,8 @@ tagDownloadFileInfo ManifestRecord(const ManifestFile &file)
 QString FileModeReason(int mode)
 {
     if ((mode & ~AllowedBits) != 0) {
-        return QStringLiteral("mode %1 gives more than reading and execution to others than the "
-                              "owner, or has a set-user-ID, set-group-ID or sticky bit")
+        return QStringLiteral("mode %1 lets others than the owner write, or has a set-user-ID, "
+                              "set-group-ID or sticky bit")
             .arg(QString::fromLatin1(ModeField(mode)));
     }
     if ((mode & OwnerReads) == 0) {

@@ -8,10 +8,11 @@
 #include <vector>
 
 /// \file
-/// The whole manifest of a release, update_md5.info: what ParseMd5File() gives of it, and the
-/// extended lines, which begin with '@' and which that passes over. Callable on any thread.
+/// The whole manifest of a release, update_md5.info: the lines that ParseMd5File() reads, and the
+/// extended lines, which begin with '@' and which ParseMd5File() skips. Callable on any thread.
 
-/// How many files, links and empty folders a manifest may list, and how many folders may hold them.
+/// The most files, links and folders that a manifest may list, and the most folders that may
+/// contain them.
 constexpr int MostManifestPaths = 1000000;
 
 /// Manifests of this size in bytes or more are refused unread.
@@ -40,39 +41,38 @@ struct ManifestFolder {
 
 /// What a manifest says. A plain value. The paths of each list are in the order of their UTF-8.
 struct ReleaseManifest {
-    bool isComplete = false; ///< has the extended lines; an old one has nothing but its files
+    bool isComplete = false; ///< has the extended lines; an old manifest lists only files
     int version = 0;
     QString folder; ///< of the release, beside update.json
     QString versionString;
     QString application; ///< the identifier of the bundle; empty when the release is none
     int minVersion = 0;
-    QString page; ///< what the browser is to open; empty when there is none
+    QString page; ///< what the browser opens; may be empty
     std::vector<ManifestFile> files;
     std::vector<ManifestLink> links;
     std::vector<ManifestFolder> folders;
 };
 
-/// Returns the content of update_md5.info that says what \a manifest says, whether that can be
-/// published or not: ReadManifest() tells. The lists may stand in any order; equal manifests give
-/// equal bytes on every machine. An old one gets no extended lines.
+/// Returns the content of update_md5.info for \a manifest. Does not check whether that can be
+/// published; ReadManifest() does. The lists may be in any order; equal manifests give equal bytes
+/// on every machine. An old one gets no extended lines.
 QByteArray ManifestContent(const ReleaseManifest &manifest);
 
 /// Reads the content of an update_md5.info. A complete one must be exactly what ManifestContent()
-/// makes of a release that can be stored and fetched everywhere; unknown lines that begin with '@'
-/// are passed over, unknown ones that begin with "@!" refused. An old one is read as ParseMd5File()
+/// writes for a release that can be stored and fetched everywhere; unknown lines that begin with
+/// '@' are skipped, unknown ones that begin with "@!" refused. An old one is read as ParseMd5File()
 /// does, and its paths and sizes are checked.
 ///
-/// Returns why the content is refused, or empty text. The text names the line, `line 7: ...`, but
-/// for a file of an old one, which it names by its path. What \a manifest holds after a failure
-/// means nothing.
+/// Returns why the content is refused, or empty text. The text names the line, `line 7: ...`, or
+/// the path for a file of an old manifest. After a failure \a manifest is meaningless.
 QString ReadManifest(const QByteArray &content, ReleaseManifest &manifest);
 
 /// Returns the record of a \a file as ParseMd5File() gives it.
 tagDownloadFileInfo ManifestRecord(const ManifestFile &file);
 
 /// Returns why a release cannot have a file with the permission bits \a mode, or empty text. The
-/// owner may read it, and nobody else may write it.
+/// owner must be able to read it, and nobody else may write it.
 QString FileModeReason(int mode);
 
-/// The same for a folder, which its owner may enter too.
+/// The same for a folder, which its owner must also be able to enter.
 QString FolderModeReason(int mode);

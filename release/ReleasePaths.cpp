@@ -17,27 +17,27 @@ QString UnsafeCharacterReason(QChar character)
 {
     switch (character.unicode()) {
     case 0x00:
-        return QStringLiteral("it holds a NUL");
+        return QStringLiteral("it contains a NUL");
     case '\t':
-        return QStringLiteral("it holds a TAB, which separates the manifest's fields");
+        return QStringLiteral("it contains a TAB, which separates the manifest's fields");
     case '\n':
-        return QStringLiteral("it holds a line feed, which ends the manifest's lines");
+        return QStringLiteral("it contains a line feed, which ends the manifest's lines");
     case '\r':
-        return QStringLiteral("it holds a carriage return, which ends the manifest's lines");
+        return QStringLiteral("it contains a carriage return, which ends the manifest's lines");
     case '\\':
-        return QStringLiteral("it holds a backslash, which the manifest takes for a separator");
+        return QStringLiteral("it contains a backslash, which the manifest takes for a separator");
     case '#':
     case '?':
     case '%':
-        return QStringLiteral("it holds '%1', which has a meaning of its own in a web address")
+        return QStringLiteral("it contains '%1', which has a special meaning in a web address")
             .arg(character);
     default:
         return {};
     }
 }
 
-/// Whether the text comes unchanged through UTF-8, which drops a byte order mark at the beginning,
-/// and holds no undecodable byte of a file name.
+/// Whether the text survives UTF-8 unchanged, which drops a byte order mark at the beginning, and
+/// has no undecodable byte of a file name.
 bool SurvivesUtf8(const QString &text)
 {
     return QString::fromUtf8(text.toUtf8()) == text && !text.contains(QChar::ReplacementCharacter);
@@ -68,7 +68,7 @@ public:
             const QString folder = path.left(end);
             const QString key = FoldedPath(folder);
             if (m_files.contains(key)) {
-                return QStringLiteral("\"%1\" is a file and the folder of \"%2\" at once")
+                return QStringLiteral("\"%1\" is both a file and the folder of \"%2\"")
                     .arg(m_files.value(key), path);
             }
             const QString known = *m_folders.insert(key, m_folders.value(key, folder));
@@ -81,13 +81,13 @@ public:
             return sameName(m_files.value(key), path);
         }
         if (m_folders.contains(key)) {
-            return QStringLiteral("\"%1\" is a file and a folder at once").arg(path);
+            return QStringLiteral("\"%1\" is both a file and a folder").arg(path);
         }
         m_files.insert(key, path);
         return {};
     }
 
-    /// Returns which file stands beside the name of its own kept copy.
+    /// Returns which file's ".old" copy would take the name of another.
     QString keptCopyReason() const
     {
         const QString suffix = FoldedPath(KeptSuffix);
@@ -95,7 +95,7 @@ public:
             const QString key = file.key() + suffix;
             const QString taken = m_files.value(key, m_folders.value(key));
             if (!taken.isEmpty()) {
-                return QStringLiteral("\"%1\" takes the name that is kept for the old \"%2\"")
+                return QStringLiteral("\"%1\" takes the name reserved for the old \"%2\"")
                     .arg(taken, file.value());
             }
         }
@@ -109,7 +109,7 @@ private:
             return QStringLiteral("\"%1\" is listed twice").arg(one);
         }
         return QStringLiteral(
-                   "\"%1\" and \"%2\" differ in letter case or Unicode normalisation only")
+                   "\"%1\" and \"%2\" differ only in letter case or Unicode normalisation")
             .arg(one, other);
     }
 
@@ -133,7 +133,7 @@ QString UnsafePathReason(const QString &path)
         }
     }
     if (!SurvivesUtf8(path)) {
-        return QStringLiteral("it does not come unchanged through UTF-8");
+        return QStringLiteral("it does not survive UTF-8 unchanged");
     }
     if (path.normalized(QString::NormalizationForm_D).toUtf8().size() > LongestPath) {
         return QStringLiteral("it has over %1 bytes in its decomposed form").arg(LongestPath);
@@ -146,7 +146,8 @@ QString UnsafePathReason(const QString &path)
         }
         // The network layer asks for a/.x/b as a//b.
         if (name.size() == 2 && name.startsWith(QLatin1Char('.')) && i + 1 < names.size()) {
-            return QStringLiteral("it has a folder of '.' and one character, which addresses lose");
+            return QStringLiteral(
+                "it has a folder named '.' and one character, which web addresses lose");
         }
     }
     return {};
@@ -201,8 +202,8 @@ QString LinkTargetReason(const QString &target)
             return QStringLiteral("points to \"%1\": %2").arg(target, reason);
         }
     }
-    return SurvivesUtf8(target) ? QString()
-                                : QStringLiteral("points to \"%1\", which does not come unchanged "
-                                                 "through UTF-8")
-                                      .arg(target);
+    return SurvivesUtf8(target)
+               ? QString()
+               : QStringLiteral("points to \"%1\", which does not survive UTF-8 unchanged")
+                     .arg(target);
 }

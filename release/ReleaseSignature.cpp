@@ -17,7 +17,7 @@ constexpr int KeySize = crypto_sign_PUBLICKEYBYTES;
 constexpr int SignatureSize = crypto_sign_BYTES;
 constexpr int HashSize = crypto_generichash_BYTES_MAX;
 constexpr int Lines = 4;
-constexpr int LongestUntrustedComment = 1024; // with what stands before it, as minisign reads them
+constexpr int LongestUntrustedComment = 1024; // with its prefix, as minisign reads them
 constexpr int LongestTrustedComment = 8192;
 
 const QByteArray KeyAlgorithm = QByteArrayLiteral("Ed");
@@ -29,9 +29,9 @@ const QByteArray TrustedPrefix = QByteArrayLiteral("trusted comment: ");
 /// The parts of a signature's file.
 struct Parts {
     QByteArray id;
-    QByteArray signature;      // of the content's hash
-    QByteArray trustedComment; // without what stands before it
-    QByteArray global;         // signature of the first one and the trusted comment
+    QByteArray signature;      // over the content's hash
+    QByteArray trustedComment; // without its prefix
+    QByteArray global;         // over the first signature and the trusted comment
 };
 
 const unsigned char *Bytes(const QByteArray &array)
@@ -39,10 +39,10 @@ const unsigned char *Bytes(const QByteArray &array)
     return reinterpret_cast<const unsigned char *>(array.constData());
 }
 
-/// Returns the \a size bytes that \a text stands for in Base64, or nothing.
+/// Decodes Base64. Returns exactly \a size bytes, or nothing.
 QByteArray Decoded(const QByteArray &text, int size)
 {
-    // The way back tells: decoders are lenient, each in a way of its own.
+    // Encode again and compare: decoders are lenient, each in its own way.
     const QByteArray bytes = QByteArray::fromBase64(text);
     return bytes.size() == size && bytes.toBase64() == text ? bytes : QByteArray();
 }
@@ -53,14 +53,14 @@ QString SplitReason(const QByteArray &content, QList<QByteArray> &lines)
         return QStringLiteral("it is too long");
     }
     if (content.contains('\r') || content.contains('\0')) {
-        return QStringLiteral("it holds a CR or NUL, which minisign does not write");
+        return QStringLiteral("it contains a CR or NUL, which minisign does not write");
     }
     lines = content.split('\n');
     if (lines.size() <= Lines) {
         return QStringLiteral("it is cut off");
     }
     if (lines.size() > Lines + 1 || !lines.constLast().isEmpty()) {
-        return QStringLiteral("something stands behind its four lines");
+        return QStringLiteral("something follows its four lines");
     }
     return {};
 }
@@ -72,7 +72,7 @@ QString ReadParts(const QByteArray &content, Parts &parts)
         return reason;
     }
     if (!lines.at(0).startsWith(UntrustedPrefix) || !lines.at(2).startsWith(TrustedPrefix)) {
-        return QStringLiteral("it is no minisign signature");
+        return QStringLiteral("it is not a minisign signature");
     }
     if (lines.at(0).size() > LongestUntrustedComment ||
         lines.at(2).size() > LongestTrustedComment) {
@@ -81,7 +81,7 @@ QString ReadParts(const QByteArray &content, Parts &parts)
     const QByteArray first = Decoded(lines.at(1), AlgorithmSize + IdSize + SignatureSize);
     parts.global = Decoded(lines.at(3), SignatureSize);
     if (first.isEmpty() || parts.global.isEmpty()) {
-        return QStringLiteral("it is no minisign signature: it is damaged");
+        return QStringLiteral("it is not a minisign signature: it is damaged");
     }
     const QByteArray algorithm = first.left(AlgorithmSize);
     if (algorithm == NotPrehashed) {
@@ -109,7 +109,7 @@ QByteArray Hash(const QByteArray &content)
     QByteArray hash(HashSize, '\0');
     (void)crypto_generichash(reinterpret_cast<unsigned char *>(hash.data()), HashSize,
                              Bytes(content), static_cast<unsigned long long>(content.size()),
-                             nullptr, 0); // fails for sizes of the hash that do not exist
+                             nullptr, 0); // fails only for impossible hash sizes
     return hash;
 }
 
@@ -128,7 +128,7 @@ QString ReadPublicKey(const QString &text, PublicKey &key)
     }
     const QByteArray bytes = Decoded(text.toUtf8(), AlgorithmSize + IdSize + KeySize);
     if (bytes.isEmpty() || !bytes.startsWith(KeyAlgorithm)) {
-        return QStringLiteral("it is no public key of minisign, a line of 56 letters that begins "
+        return QStringLiteral("it is not a minisign public key, a line of 56 letters that begins "
                               "with RW");
     }
     const QByteArray point = bytes.mid(AlgorithmSize + IdSize);
@@ -165,7 +165,7 @@ QString SignatureReason(const QByteArray &content, const QByteArray &signature,
             continue;
         }
         if (!IsSigned(parts.signature, hash, key)) {
-            reason = QStringLiteral("it is not of this content");
+            reason = QStringLiteral("it is not a signature of this content");
         } else if (!IsSigned(parts.global, parts.signature + parts.trustedComment, key)) {
             reason = QStringLiteral("its trusted comment was changed");
         } else {

@@ -25,7 +25,7 @@ QString TooLong(qint64 limit)
     return QStringLiteral("it is too long: more than %1 bytes").arg(limit);
 }
 
-/// What a fetch that failed was told by its last header lines and by the network.
+/// Turns the error text of a failed fetch into a fault.
 ReleaseFault FetchFault(const QString &name, const QString &error)
 {
     const int status = error.section(QStringLiteral(",status="), -1).toInt();
@@ -40,7 +40,7 @@ ReleaseFault FetchFault(const QString &name, const QString &error)
     return {Kind::Network, name, QStringLiteral("it cannot be fetched: %1").arg(error)};
 }
 
-/// Returns how a body is packed, or empty text when it comes as it is.
+/// Returns how a body is compressed, or empty text when it is not.
 QByteArray Encoding(const Headers &answer)
 {
     for (auto header = answer.cbegin(); header != answer.cend(); ++header) {
@@ -51,7 +51,7 @@ QByteArray Encoding(const Headers &answer)
     return {};
 }
 
-/// Reads to the end, or a little beyond the limit. Returns false when the system fails.
+/// Reads to the end, or a little beyond the limit. Returns false on an error, with errno set.
 bool ReadAll(int descriptor, qint64 limit, QByteArray &content)
 {
     for (;;) {
@@ -86,7 +86,7 @@ void WebSource::setSeconds(qint32 description, qint32 file)
 ReleaseFault WebSource::read(const QString &name, qint64 limit, QByteArray &content)
 {
     const qint32 seconds = name == UPDATE_DESCRIBE_FILENAME ? m_descriptionSeconds : m_fileSeconds;
-    // What the network layer unpacks may be far longer than what came.
+    // The network layer could unpack far more than what arrived.
     const Headers request{{"Accept-Encoding", "identity"}};
     Headers answer;
     QByteArray body;
@@ -97,7 +97,7 @@ ReleaseFault WebSource::read(const QString &name, qint64 limit, QByteArray &cont
     const BoundedManager::Body state = m_manager->body();
     if (state == BoundedManager::Body::Pending) {
         return {Kind::Network, name,
-                QStringLiteral("it did not come within %1 seconds").arg(seconds)};
+                QStringLiteral("it did not arrive within %1 seconds").arg(seconds)};
     }
     if (!isThere) {
         return FetchFault(name, error);
@@ -106,11 +106,11 @@ ReleaseFault WebSource::read(const QString &name, qint64 limit, QByteArray &cont
         return {Kind::Network, name, TooLong(limit)};
     }
     if (state == BoundedManager::Body::BrokenOff) {
-        return {Kind::Network, name, QStringLiteral("it does not come whole")};
+        return {Kind::Network, name, QStringLiteral("it arrives incomplete")};
     }
     if (const QByteArray encoding = Encoding(answer); !encoding.isEmpty()) {
         return {Kind::Network, name,
-                QStringLiteral("it comes compressed (%1), although that was not asked for")
+                QStringLiteral("it is sent compressed (%1), although that was not asked for")
                     .arg(QString::fromLatin1(encoding))};
     }
     content = body;

@@ -10,26 +10,26 @@
 
 class BoundedManager;
 
-/// What is wrong with something that is published. A plain value.
+/// A fault of something published. A plain value.
 struct ReleaseFault {
     enum class Kind {
         None,
-        Missing,     ///< it is not there
-        Network,     ///< it cannot be fetched or read, or does not come whole
+        Missing,     ///< the file does not exist
+        Network,     ///< the file cannot be fetched or read, or arrives incomplete
         Description, ///< update.json cannot be used
         Manifest,    ///< the manifest is refused
         Signature,   ///< the signature is missing or not accepted
-        Mismatch,    ///< update.json is not about the release that it leads to
+        Mismatch,    ///< update.json names another release than the manifest
     };
 
     Kind kind = Kind::None;
     QString subject; ///< the name of the file, below the base address
-    QString detail;  ///< in English, continues "SUBJECT: ..."
+    QString detail;  ///< in English, to follow "SUBJECT: "
 
     bool isNone() const { return kind == Kind::None; }
 };
 
-/// Where published files are read from. Call on the thread that made it.
+/// Where published files are read from. For use on the thread that created it.
 class ReleaseSource {
 public:
     ReleaseSource() = default;
@@ -42,19 +42,19 @@ public:
     /// \a content  is set only on success.
     virtual ReleaseFault read(const QString &name, qint64 limit, QByteArray &content) = 0;
 
-    /// Whether it is known that the content read last is whole: a server that tells no length may
-    /// have broken off unnoticed.
+    /// Whether the content read last is known to be whole: if a server gives no length, a break
+    /// goes unnoticed.
     virtual bool isKnownWhole() const { return true; }
 };
 
-/// A web server. Redirects are not followed, and files that come compressed although that was not
-/// asked for are refused: an update is fetched so too. Connections are kept for the next file.
+/// A web server. Redirects are not followed, and files that arrive compressed without being asked
+/// for are refused, as in an update. Connections are kept for the next file.
 class WebSource : public ReleaseSource {
 public:
     static constexpr qint32 DescriptionSeconds = 15; // as long as an updater waits
     static constexpr qint32 FileSeconds = 60;
 
-    /// \a baseUrl  what update.json is below, without a separator at the end.
+    /// \a baseUrl  the address above update.json, without a separator at the end.
     explicit WebSource(QString baseUrl);
     ~WebSource() override;
 

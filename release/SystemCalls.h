@@ -7,22 +7,21 @@
 #include <QString>
 
 /// \file
-/// Calls of the system whose reason of failure must not get lost. Callable on any thread.
+/// System calls whose reason for failure must not get lost. Callable on any thread.
 
-/// Returns the text of the error that the last call of the system in this thread left.
+/// Returns the text of the error that this thread's last system call left.
 QString SystemError();
 
-/// Makes a folder in one that exists. Returns whether that went well; SystemError() says why not.
+/// Makes a folder in an existing one. Returns whether that succeeded; SystemError() says why not.
 bool MakeFolder(const QString &path);
 
-/// Moves a file or folder at one stroke; a file in the way is replaced. Returns whether that went
-/// well; SystemError() says why not.
+/// Moves a file or folder atomically; a file in the way is replaced. Returns whether that
+/// succeeded; SystemError() says why not.
 bool Move(const QString &from, const QString &to);
 
-/// Writes a whole block to an open file. Returns whether that went well; SystemError() says why
+/// Writes a whole block to an open file. Returns whether that succeeded; SystemError() says why
 /// not.
 bool WriteAll(int descriptor, const char *block, std::size_t length);
 
-/// Has the system begin to write what is in an open file to the disk, where it can, and does not
-/// wait.
+/// Asks the system, where possible, to begin writing an open file to the disk, and does not wait.
 void StartWriting(int descriptor);

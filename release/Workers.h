@@ -9,17 +9,17 @@
 #include <functional>
 
 /// \file
-/// Work that several threads share, one piece at a time.
+/// Work that several threads share piece by piece.
 
-/// Numbers from 0 upwards, each given to one taker. Callable on any thread.
+/// Hands out the numbers from 0 up, each of them once. Callable on any thread.
 class Tickets {
 public:
     explicit Tickets(int count) : m_count(count) {}
     Q_DISABLE_COPY(Tickets)
 
-    /// Returns the next number, or -1 when all are taken or nobody is to go on.
+    /// Returns the next number, or -1 when all are taken or the work was stopped.
     int take();
-    /// Lets nobody take another one.
+    /// Makes every further take() return -1.
     void stop() { m_stopped = true; }
 
 private:
@@ -31,6 +31,6 @@ private:
 /// Runs \a worker on \a threads threads at once and returns when all have ended. Calls \a tick on
 /// the calling thread about ten times a second meanwhile.
 ///
-/// There are fewer threads where the system has no more; without any, the calling one works.
+/// Uses fewer threads if the system has no more; if it has none, the calling thread does the work.
 void RunWorkers(int threads, const std::function<void()> &worker,
                 const std::function<void()> &tick);

@@ -2,20 +2,20 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# bare.sh [COMMAND...]: makes the smallest Debian 12 there is in build/bare, copies this checkout into it and runs
-# ./run and ./check there, or each COMMAND instead. Needs root and debootstrap; takes the packages from where this
-# machine's come from. The root is removed when all went well.
+# bare.sh [COMMAND...]: makes a minimal Debian 12 in build/bare, copies this checkout into it and runs ./run and
+# ./check there, or each COMMAND instead. Needs root and debootstrap; takes the packages from this machine's own
+# source of packages. The folder is removed if everything succeeds.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD/build/bare
 
 if [ "${BARE_NAMESPACE-}" != entered ]; then
-  [ "$(id -u)" = 0 ] || { echo "bare.sh: only root can make a root of its own" >&2; exit 1; }
-  # Mounts and processes of its own: nothing of either is left behind.
+  [ "$(id -u)" = 0 ] || { echo "bare.sh: must be run as root" >&2; exit 1; }
+  # Private mounts and processes, so that none are left behind.
   BARE_NAMESPACE=entered exec unshare --mount --pid --fork --kill-child --propagation private "$0" "$@"
 fi
 
-archive() { # where this machine's packages of the release come from
+archive() { # this machine's source of packages
   apt-get indextargets --format '$(REPO_URI)' 'Codename: bookworm' 'Created-By: Packages' 'Component: main' | head -n 1
 }
 

@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# Checks on a Mac what no test elsewhere can check: the real frameworks, a real signature, the App Sandbox.
-# Works in its folder and in the data directories of com.example.updater-check, and removes these.
+# Checks on a Mac what no test on another system can check: the real frameworks, a real signature, the App Sandbox.
+# Works in its folder and in the data directories of com.example.updater-check, and removes the latter.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -11,14 +11,14 @@ usage() {
   cat <<'TEXT'
 scripts/check_on_mac.sh [--qt FOLDER] [--updater FILE] [--port N] [--folder FOLDER]
 
-  --qt FOLDER      where Qt lies (bin/macdeployqt is in it); default: $QT
+  --qt FOLDER      Qt's folder, which has bin/macdeployqt; default: $QT
   --updater FILE   check this program instead of building one; its base URL must be http://127.0.0.1:N
-  --port N         the port of the little web server (default 8000)
-  --folder FOLDER  where everything goes (default build/check_on_mac)
+  --port N         the port of the small web server (default 8000)
+  --folder FOLDER  the working folder (default build/check_on_mac)
 
-Needs Xcode's command line tools, CMake, Python 3 and Qt 5. Elsewhere than on a Mac it makes the steps that need
-none and says which ones it leaves out. Each expectation is printed with "ok" or "NOT OK"; the exit code is 0
-when all of them hold.
+Needs Xcode's command line tools, CMake, Python 3 and Qt 5. On other systems it runs the steps that need no Mac
+and says which ones it leaves out. Each expectation is printed with "ok" or "NOT OK"; the exit code is 0 if all
+of them hold.
 TEXT
 }
 
@@ -43,7 +43,7 @@ done
 
 [ "$(uname)" = Darwin ] && mac=yes || mac=
 if [ -n "$mac" ] && [ ! -x "$qt/bin/macdeployqt" ]; then
-  echo "check_on_mac.sh: no macdeployqt in \"$qt/bin\"; say --qt FOLDER" >&2
+  echo "check_on_mac.sh: no macdeployqt in \"$qt/bin\"; use --qt FOLDER" >&2
   exit 1
 fi
 
@@ -88,7 +88,7 @@ says() { grep -qF -- "$1" "$folder/said"; }
 
 reports() { grep -qF -- "$1" "$folder/report"; }
 
-run_session() { # console session; what it said is in $folder/said, its report in $folder/report
+run_session() { # console session; its standard error is in $folder/said, its report in $folder/report
   code=0
   (cd "$folder" && exec "$app/Contents/MacOS/updater" console >report 2>said) || code=$?
 }
@@ -100,7 +100,7 @@ publish() { # VERSION
 build() {
   title '1. Build'
   if [ -n "$program" ]; then
-    echo "  left out, there is $program"
+    echo "  left out: using $program"
     return
   fi
   cmake -S . -B "$folder/build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$qt" -DUPDATER_BUILD_TESTS=OFF \

@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# coverage.sh SOURCE BUILD FILTER LINES BRANCHES: prints how much of the files of SOURCE that FILTER matches was
+# coverage.sh SOURCE BUILD FILTER LINES BRANCHES: prints how much of the files of SOURCE that match FILTER was
 # reached by the programs of BUILD, and fails below LINES and BRANCHES, both in percent.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)

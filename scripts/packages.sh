@@ -1,10 +1,10 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# To be sourced. need PROBE PACKAGE...: notes the packages when the shell command PROBE fails;
-# install_needed: installs what was noted, on Debian and its kin; elsewhere says what is missing.
+# Source this file. need PROBE PACKAGE...: notes the packages if the shell command PROBE fails; install_needed:
+# installs the noted packages on Debian and its relatives; elsewhere says what is missing.
 
-PATH=$PATH:/usr/sbin:/sbin # where nginx lies, which is not in everybody's PATH
+PATH=$PATH:/usr/sbin:/sbin # nginx is there, and not everybody's PATH has it
 missing_packages=()
 
 need() {
@@ -17,8 +17,8 @@ as_root() {
   if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# Packages with a service must not start it: only the program is needed. Runs in a subshell, whose
-# exit removes the policy again, however it ends.
+# Packages with a service must not start it: only the program is needed. Runs in a subshell, whose exit trap removes
+# the policy, however it ends.
 install_without_services() (
   policy=/usr/sbin/policy-rc.d
   if [ ! -e "$policy" ]; then

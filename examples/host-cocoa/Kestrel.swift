@@ -57,7 +57,7 @@ final class Kestrel: NSObject, NSApplicationDelegate {
     private var leaving = false
 
     func applicationDidFinishLaunching(_ notification: Notification) {
-        // Without this the two would start each other for ever.
+        // Without this the two would start each other forever.
         if !CommandLine.arguments.contains("no_check") {
             check.start { self.tell($0, asked: false) }
         }

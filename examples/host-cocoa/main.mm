@@ -33,7 +33,7 @@
     NSString *updater = [[[NSBundle mainBundle] bundlePath]
         stringByAppendingPathComponent:@"Contents/MacOS/updater"];
     _check = [[UpdateCheck alloc] initWithUpdater:updater delegate:self];
-    // Without this the two would start each other for ever.
+    // Without this the two would start each other forever.
     if (![[[NSProcessInfo processInfo] arguments] containsObject:@"no_check"]) {
         [_check start];
     }

@@ -21,7 +21,7 @@ int main(int argc, char *argv[])
     MainWindow window;
     QObject::connect(&instance, &SingleInstance::asked, &window, &MainWindow::comeToFront);
     window.show();
-    // Without this the two would start each other for ever.
+    // Without this the two would start each other forever.
     if (!arguments.contains(QLatin1String("no_check"))) {
         window.checkForUpdates(false);
     }

@@ -25,7 +25,7 @@ QSharedMemory::SharedMemoryError QSharedMemory::error() const
     return AttachError;
 }
 
-/// What a failed attempt to attach to the status record means. A test of its own, since it replaces
+/// What a failed attempt to attach to the status record means. A separate test, because it replaces
 /// functions of the toolkit.
 class tst_StatusRecordAttach : public QObject {
     Q_OBJECT

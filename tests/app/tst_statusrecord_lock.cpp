@@ -45,7 +45,7 @@ bool QSharedMemory::unlock()
     return true;
 }
 
-/// The lock around the status record. A test of its own, since it replaces functions of the
+/// The lock around the status record. A separate test, because it replaces functions of the
 /// toolkit.
 class tst_StatusRecordLock : public QObject {
     Q_OBJECT

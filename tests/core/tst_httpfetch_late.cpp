@@ -76,7 +76,7 @@ void tst_HttpFetchLate::getFileByUrl_answerAfterTheTimeout_changesNothing()
     QVERIFY(!call.run(manager, server.url("/")));
     QSignalSpy finished(manager.reply(), &QNetworkReply::finished);
     timedOut = true;
-    // Without an event loop of its own around it, the deletion waits and the answer comes first.
+    // Without its own event loop around it, the deletion waits and the answer comes first.
     QElapsedTimer timer;
     timer.start();
     while (finished.isEmpty() && timer.elapsed() < 5000) {

@@ -18,7 +18,7 @@ private slots:
 
 namespace {
 
-/// Makes \a proxy the system's, for this process. Every test has a proxy with a port of its own.
+/// Makes \a proxy the system's, for this process. Every test has a proxy with its own port.
 void UseAsSystemProxy(const ScriptedServer &proxy)
 {
     qputenv("http_proxy", proxy.url("/").toUtf8());

@@ -26,7 +26,7 @@ int QEventLoop::exec(ProcessEventsFlags flags)
     return next(this, flags);
 }
 
-/// How GetFileByUrl() waits. A test of its own, since it replaces a function of the toolkit.
+/// How GetFileByUrl() waits. A separate test, because it replaces a function of the toolkit.
 class tst_HttpFetchWait : public QObject {
     Q_OBJECT
 

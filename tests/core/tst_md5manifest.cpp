@@ -60,11 +60,11 @@ void tst_Md5Manifest::parseMd5File_size_isHexadecimal_data()
     row("a blank behind reads as 0", "10 ", 0, 0);
     row("any white space behind reads as 0", "10\v", 0, 0);
     row("a blank before NUL reads as 0", QByteArray("10 \0", 4), 0, 0);
-    row("a blank in front is passed over", " 10", 0, 16);
+    row("a leading blank is skipped", " 10", 0, 16);
     row("other white space in front too", "\v\f\r10", 0, 16);
-    row("a plus sign is passed over", "+10", 0, 16);
+    row("a plus sign is skipped", "+10", 0, 16);
     row("a minus sign reads as 0", "-10", 0, 0);
-    row("the prefix 0x is passed over", "0x10", 0, 16);
+    row("the prefix 0x is skipped", "0x10", 0, 16);
     row("the prefix 0X too", "0X10", 0, 16);
     row("the prefix alone reads as 0", "0x", 0, 0);
     row("a point reads as 0", "1.0", 0, 0);

@@ -30,7 +30,7 @@ SessionEnd FetchFailed(const QString &error);
 /// The end of a session that receives \a body, which is either MeasuredDescription() or invalid.
 SessionEnd Arrived(const QByteArray &body);
 
-/// A console session in a bundle of its own, with its time and memory.
+/// A console session in its own bundle, with its time and memory.
 class MeasuredSession {
 public:
     /// Installs \a updater and starts it, with \a more in its environment.

@@ -292,7 +292,7 @@ void tst_GuardStorm::killed_twoWhileAThirdStarts_refuseAtMostOneMore()
 void tst_GuardStorm::semaphore_leftHalfMade_stopsSessionsUntilItIsRemoved()
 {
     if (!HasOwnIpc) {
-        QSKIP("Semaphores of the test's own cannot be had here.");
+        QSKIP("Private semaphores are not available here.");
     }
     QString keyFile;
     {

@@ -161,7 +161,7 @@ void tst_Shipped::addRefusedRows()
 void tst_Shipped::session_overTls_isExactlyItsRow()
 {
     if (!HasOwnSurroundings) {
-        QSKIP("A network and mounts of the test's own cannot be had here.");
+        QSKIP("A private network and mounts are not available here.");
     }
     QFETCH(QSslConfiguration, tls);
     QFETCH(QByteArray, description);

@@ -9,7 +9,7 @@
 
 #include <QElapsedTimer>
 
-/// A worker in a process of its own, so that its memory can be told from the test's.
+/// A worker in a separate process, so that its memory can be told from the test's.
 class WorkerProcess {
 public:
     /// Starts the worker. \a authorities names a file of the certificates that it trusts.

@@ -7,7 +7,7 @@
 #include <QMetaType>
 #include <QtTest>
 
-/// The worker's downloads when all goes well.
+/// The worker's downloads when nothing fails.
 class tst_DownloadThread : public QObject {
     Q_OBJECT
 

@@ -74,7 +74,7 @@ QNetworkReply *QNetworkAccessManager::get(const QNetworkRequest &request)
 
 void QThread::quit()
 {
-    if (qobject_cast<CDownloadThread *>(this)) { // the toolkit has threads of its own
+    if (qobject_cast<CDownloadThread *>(this)) { // Qt has its own threads
         Events << QStringLiteral("quit") + Outcome();
     }
     exit();

@@ -141,7 +141,7 @@ private:
         }
         const std::string &name = m_fields[0];
         if (name == "@file") {
-            return "@file stands behind its file";
+            return "@file comes after its file";
         }
         if (name == "@link" || name == "@folder") {
             return readLinkOrFolder();

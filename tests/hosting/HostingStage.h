@@ -26,7 +26,7 @@ public:
 /// test's own, in namespaces that hold nobody else.
 class HostingStage {
 public:
-    /// Lays everything out. isReady() tells whether that worked.
+    /// Lays everything out. isReady() says whether that worked.
     HostingStage();
 
     bool isReady() const { return m_ready; }

@@ -87,7 +87,7 @@ private:
 void tst_Hosting::initTestCase()
 {
     if (!HasOwnSurroundings) {
-        QSKIP("A network and mounts of the test's own cannot be had here.");
+        QSKIP("A private network and mounts are not available here.");
     }
     QCOMPARE(BaseUrl, QStringLiteral("https://update.example.com/public/kestrel/update/mac"));
     m_stage = std::make_unique<HostingStage>();

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int LookMs = 10;
 
-/// Returns the peak of a process's resident memory in KiB; 0 when it cannot be told.
+/// Returns a process's peak resident memory in KiB; 0 if unknown.
 qint64 PeakKiB(qint64 processId)
 {
     const QByteArray status = ReadFile(QStringLiteral("/proc/%1/status").arg(processId));

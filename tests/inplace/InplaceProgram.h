@@ -9,28 +9,28 @@
 #include <QJsonObject>
 #include <QStringList>
 
-/// The program inplace_update, with its report and what it costs.
+/// The program inplace_update, its report and its peak memory.
 class InplaceProgram {
 public:
-    /// \a arguments  all but the program's own name.
+    /// \a arguments  without the program's own name.
     explicit InplaceProgram(QStringList arguments);
 
     /// Puts these words before the command line.
     void prefix(const QStringList &wrapper) { m_arguments = wrapper + m_arguments; }
-    /// Sets a variable of the program's surroundings.
+    /// Sets an environment variable for the program.
     void set(const QString &name, const QString &value);
-    /// Starts it, in a process that has run the shell commands \a before, such as "ulimit -f 1".
+    /// Starts it, in a process that first runs the shell commands \a before, such as "ulimit -f 1".
     void start(const QString &before = QString());
-    /// Waits for its end. False when it does not come.
+    /// Waits for it to end. False if it does not.
     bool waitForEnd(int milliseconds = 60000);
     /// start() and waitForEnd() in one. Returns exitCode().
     int run(const QString &before = QString());
-    /// Sends it a signal. False when it has ended by itself before.
+    /// Sends it a signal. False if it has already ended.
     bool send(int signal);
 
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     qint64 processId() const { return m_process.processId(); }
-    /// -1 while it runs and when it was killed or has crashed.
+    /// -1 while it runs and if it was killed or has crashed.
     int exitCode() const;
     /// Its report, and the `code` in it.
     QJsonObject report() const;
@@ -38,7 +38,7 @@ public:
     QByteArray output() const { return m_report; }
     QByteArray errors() const { return m_errors; }
     qint64 milliseconds() const { return m_milliseconds; }
-    /// The most memory it has had, in MiB, seen by waitForEnd().
+    /// Its peak memory in MiB, as seen by waitForEnd().
     qint64 peakMiB() const { return m_peakKiB / 1024; }
 
 private:

@@ -13,15 +13,15 @@
 class InplaceStage {
 public:
     /// \a name   of the installation's folder.
-    /// \a place  where the folders are made: in memory if possible, where no disk is waited for.
+    /// \a place  where the folders are made: in memory if possible, where syncs cost nothing.
     explicit InplaceStage(const QString &name = QStringLiteral("Sample.app"),
                           const QString &place = OtherVolume());
 
-    /// What a plain folder is updated from and to, every kind of entry in it.
+    /// The old and the new release of a plain folder with every kind of entry.
     static TestRelease oldRelease();
     static TestRelease newRelease();
 
-    /// Lays the installation, with the installed manifest of the release where it belongs.
+    /// Creates the installation, with the release's manifest where the installed one belongs.
     void lay(const TestRelease &release);
     void publish(const TestRelease &release);
     void serve(const ScriptedServer::Handler &handler);
@@ -39,10 +39,10 @@ public:
     const InplaceProgram &program() const { return *m_program; }
 
     Tree installed() const { return ReadNodes(install); }
-    /// How the installation differs from a release, apart from the installed manifest and from
-    /// \a users entries.
+    /// How the installation differs from a release, apart from the installed manifest and from the
+    /// user's own entries \a users.
     QString differences(const TestRelease &release, const Tree &users = Tree()) const;
-    /// What lies beside the installation, its own names left out.
+    /// The names beside the installation.
     QStringList leftovers() const;
 
     QTemporaryDir temporary;

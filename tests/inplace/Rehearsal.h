@@ -8,27 +8,29 @@
 /// All kinds of calls that change something, for FailingCalls.
 QStringList AllChanges();
 
-/// The same update again and again: from the second edition of a bundle with every kind of entry to
-/// the third. The installation was updated once before, so that there is a former tree already.
+/// The same update, repeatable: from the second edition of a bundle with every kind of entry to the
+/// third. The installation was updated once before, so that there is a previous tree already.
 class Rehearsal {
 public:
-    /// \a isApart  the staging folder is on another volume, for which there must be one.
+    /// \a isApart  the staging folder is on another volume, which must exist.
     Rehearsal(int entries, bool isApart);
 
     /// Puts the installation and the staging folder back to before the update.
     void putBack() const;
 
-    /// The installation is wholly the old or wholly the new release: empty, or what is wrong.
+    /// Returns empty text if the installation is entirely the old or entirely the new release,
+    /// otherwise what is wrong.
     QString mixture() const;
     bool isNew() const { return stage->differences(release).isEmpty(); }
 
-    /// Has the next run complete what was stopped. Empty, or what is wrong then.
+    /// Lets the next run complete what was stopped. Returns what is wrong then, or empty text.
     QString mend() const;
 
     TestRelease former;
     TestRelease release;
     std::unique_ptr<InplaceStage> stage;
-    /// Around everything on the volume of the installation, and around the staging folder.
+    /// The folder around everything on the installation's volume, and the one around the staging
+    /// folder.
     QString installSide() const { return stage->temporary.path(); }
     QString stagingSide() const { return m_apart ? m_apart->path() : installSide(); }
 

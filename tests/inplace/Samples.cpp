@@ -26,7 +26,7 @@ QByteArray ContentOf(int number, int edition)
     return line.repeated(number % 50 == 7 ? 10000 : number % 11 * 9);
 }
 
-/// What an entry of this number becomes in an edition. Numbers with the same rest do the same.
+/// What an entry of this number is in an edition. Numbers with the same remainder behave alike.
 void AddEntry(Tree &tree, int number, int edition)
 {
     const QString folder = QStringLiteral("Contents/Resources/第%1组/").arg(number % 7);
@@ -39,12 +39,12 @@ void AddEntry(Tree &tree, int number, int edition)
     case 2:
         tree.insert(path, File(changing));
         break;
-    case 3: // comes and goes
+    case 3: // appears and disappears
         if (isOdd) {
             tree.insert(path, File(ContentOf(number, 0)));
         }
         break;
-    case 4: // another mode alone
+    case 4: // only another mode
         tree.insert(path, File(ContentOf(number, 0), isOdd ? 0644 : 0755));
         break;
     case 5: // a link that changes
@@ -59,14 +59,14 @@ void AddEntry(Tree &tree, int number, int edition)
     case 8: // link and file
         tree.insert(path, isOdd ? Link("../../Info.plist") : File(changing));
         break;
-    case 9: // letter case alone
+    case 9: // only the letter case
         tree.insert(isOdd ? path : path.toUpper().replace(folder.toUpper(), folder),
                     File(ContentOf(number, 0)));
         break;
     case 10: // an empty folder, of a mode that changes
         tree.insert(path, Folder(isOdd ? 0700 : 0755));
         break;
-    case 11: // a folder whose last entry goes
+    case 11: // a folder whose last entry disappears
         tree.insert(path, Folder(0711));
         if (isOdd) {
             tree.insert(path + QStringLiteral("/last"), File(ContentOf(number, 0)));

@@ -8,12 +8,12 @@
 #include <QtGlobal>
 
 /// Returns an edition, from 1 on, of a bundle with about so many entries of every kind. From one
-/// edition to the next, of each kind some stay, change, come, go, get another mode, become one of
-/// another kind, and change their names in letter case alone.
+/// edition to the next, some entries of each kind stay, change, appear, disappear, get another
+/// mode, become another kind, or change only the letter case of their names.
 TestRelease ManyKinds(int edition, int entries);
 
-/// Returns the value of an environment variable, or \a otherwise when it is not given.
+/// Returns the value of an environment variable, or \a otherwise if it is not set.
 int Setting(const char *name, int otherwise);
 
-/// Returns a folder on another volume than the temporary one, or empty text when there is none.
+/// Returns a folder on another volume than the temporary one, or empty text if there is none.
 QString OtherVolume();

@@ -24,25 +24,25 @@ Node File(const QByteArray &content, int mode = 0644);
 Node Link(const QByteArray &target);
 Node Folder(int mode = 0755);
 
-/// Entries by path. Folders that hold something need not be in it when a tree is laid.
+/// Entries by path. Folders that are not empty may be left out of a tree to create.
 using Tree = QMap<QString, Node>;
 
-/// Returns every entry below a folder, folders included. Aborts the test when it cannot be read.
+/// Returns every entry below a folder, including folders. Aborts the test if one cannot be read.
 Tree ReadNodes(const QString &folder);
 
-/// Returns \a tree with the folders that hold its entries.
+/// Returns \a tree with the folders above its entries.
 Tree WithFolders(const Tree &tree);
 
-/// Lays a tree in a folder, which is made. Folders get their modes last.
+/// Creates a tree in a new folder. Folders get their modes last.
 void LayNodes(const QString &folder, const Tree &tree);
 
-/// Returns how \a there differs from \a wanted, one line for each path; empty when it does not.
+/// Returns how \a there differs from \a wanted, one line for each path; empty if it does not.
 QString Differences(const Tree &there, const Tree &wanted);
 
 /// Returns the tree without the installed manifest and its signature at the top.
 Tree WithoutManifest(Tree tree);
 
-/// A release of a tree.
+/// A release made of a tree.
 struct TestRelease {
     Tree tree;
     int version = 1010000;
@@ -54,6 +54,6 @@ struct TestRelease {
 
     QString folder() const { return versionString; }
     ReleaseManifest manifest() const;
-    /// What a server holds: update.json, the manifest and the files.
+    /// The files on a server: update.json, the manifest and the release's files.
     FileMap published() const;
 };

@@ -9,9 +9,9 @@
 
 #include <cerrno>
 
-/// Calls of the system that fail once, or from one moment on: the installation is wholly the old or
-/// wholly the new release, success is said only when it is the new one, and the next run ends with
-/// it.
+/// System calls that fail once, or from some call on: the installation is entirely the old or
+/// entirely the new release, success is reported only if it is the new one, and the next run ends
+/// with it.
 ///
 /// UPDATER_FILES entries; UPDATER_FAULTS failures of each kind, spread evenly over all calls, or
 /// one for each single call with 0.
@@ -77,7 +77,7 @@ void tst_InplaceFaults::call_fails_nothingIsLost()
         const QString wrong = rehearsal.mend();
         QVERIFY2(wrong.isEmpty(), qPrintable(where + wrong));
     }
-    qInfo("%d calls; %d failed: %d runs did it nevertheless, %d said so", count,
+    qInfo("%d calls; %d failed: %d runs succeeded anyway, %d reported it", count,
           successes + failures, successes, failures);
     QVERIFY(failures > 0);
 }
@@ -119,7 +119,7 @@ void tst_InplaceFaults::exchange_unknown_killedBetween_isMended()
     const Rehearsal rehearsal(40, false);
     InplaceStage &stage = *rehearsal.stage;
     QCOMPARE(stage.run({QStringLiteral("--fetch-only")}), QStringLiteral("ready"));
-    // As a run leaves it that was stopped between the two renames of a volume without exchange.
+    // The state after a stop between the two renames, on a volume without an exchange.
     QDir around(stage.parent);
     const QString former = QStringLiteral(".Sample.app#previous");
     QVERIFY(QDir(around.filePath(former)).removeRecursively());

@@ -12,13 +12,13 @@
 
 namespace {
 
-/// Whoever started the tests may have had them ignore the signal.
+/// The tests may have been started with the signal ignored.
 const QStringList Attentive{QStringLiteral("env"), QStringLiteral("--default-signal=INT")};
 
 } // namespace
 
-/// Updates that are stopped somewhere: at each moment the installation is wholly the old or wholly
-/// the new release, and the next run ends with the new one.
+/// Updates that are stopped somewhere: at each moment the installation is entirely the old or
+/// entirely the new release, and the next run ends with the new one.
 ///
 /// UPDATER_FILES entries; UPDATER_KILLS stops of each kind, spread evenly over all changes, or one
 /// before each single change with 0; UPDATER_RANDOM stops at random moments.

@@ -13,12 +13,12 @@ namespace {
 
 const QString Changed = QStringLiteral("/1.1.0/d/changed");
 
-/// Whoever started the tests may have had them ignore the signal.
+/// The tests may have been started with the signal ignored.
 const QStringList Attentive{QStringLiteral("env"), QStringLiteral("--default-signal=INT,HUP")};
 
 } // namespace
 
-/// The program itself: what it prints, how it ends, and servers that do not behave.
+/// The program itself: its output, its exit code, and servers that misbehave.
 class tst_InplaceProgram : public QObject {
     Q_OBJECT
 

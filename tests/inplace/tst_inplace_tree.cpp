@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What a path is in a release.
+/// The kind of a path in a release.
 Tree Entry(const QString &kind, const QByteArray &edition)
 {
     const QString path = QStringLiteral("data");
@@ -220,7 +220,7 @@ void tst_InplaceTree::staging_ofAnotherRelease_isNoObstacle()
              QString());
 }
 
-/// Many of them, which the worker would pass over by recursion, in a stack that is too small then.
+/// Many of them: the worker would skip them recursively, and overflow this small stack.
 void tst_InplaceTree::staging_wholeFiles_areNotFetchedAgain()
 {
     const int count = Setting("UPDATER_STAGED", 5000);
@@ -270,7 +270,7 @@ void tst_InplaceTree::repair_ofRot_bringsBackExactlyThat()
         }
     }
     QVERIFY(rotten > 100);
-    QCOMPARE(stage.run(), QStringLiteral("up-to-date")); // nobody looks at the files
+    QCOMPARE(stage.run(), QStringLiteral("up-to-date")); // the files are not checked
     QCOMPARE(stage.run({QStringLiteral("--repair")}), QStringLiteral("repaired"));
     QCOMPARE(stage.program().report().value(QStringLiteral("files")).toInt(), rotten);
     QCOMPARE(stage.differences(release), QString());

@@ -9,7 +9,7 @@
 #include <QCryptographicHash>
 #include <QtTest>
 
-/// Who is believed, with a key and without one.
+/// Which releases are trusted, with a key and without one.
 class tst_InplaceTrust : public QObject {
     Q_OBJECT
 
@@ -132,7 +132,7 @@ void tst_InplaceTrust::refused()
     }
 }
 
-/// A file can be made that has the listed MD5; here it is the list that has the file's.
+/// An attacker can make a file with the listed MD5; here the list gets the file's MD5 instead.
 void tst_InplaceTrust::file_ofOtherBytes_endsAtTheVerification()
 {
     const QString path = QStringLiteral("Contents/MacOS/Sample");
@@ -153,7 +153,7 @@ void tst_InplaceTrust::file_ofOtherBytes_endsAtTheVerification()
     const Tree before = m_stage->installed();
     QCOMPARE(run(), QStringLiteral("verification"));
     QCOMPARE(Differences(m_stage->installed(), before), QString());
-    publish(m_release); // what is wrong in the new tree is fetched again
+    publish(m_release); // wrong files in the new tree are fetched again
     QCOMPARE(run(), QStringLiteral("updated"));
     QCOMPARE(m_stage->differences(m_release), QString());
 }
@@ -186,7 +186,7 @@ void tst_InplaceTrust::number_same_otherBytes_isRefused()
     QCOMPARE(m_stage->differences(m_release), QString());
 }
 
-/// The installation may be replaced by an older one by hand: what was installed once counts.
+/// The user may replace the installation by an older one: the highest number ever installed counts.
 void tst_InplaceTrust::number_installedOnce_isRemembered()
 {
     publish(ManyKinds(4, 20));

@@ -8,7 +8,7 @@
 
 #include <QtTest>
 
-/// The whole way of an update, with the real program.
+/// Whole updates with the real program.
 class tst_InplaceUpdate : public QObject {
     Q_OBJECT
 

@@ -16,7 +16,7 @@ const QString Failure = QStringLiteral("CUpdateError");
 
 } // namespace
 
-/// The conversation with the user, with real windows on a screen of the test's own.
+/// The dialogs with the user, with real windows on a private screen.
 class tst_InplaceWindows : public QObject {
     Q_OBJECT
 
@@ -144,7 +144,7 @@ void tst_InplaceWindows::failure_isShown_retryHelps()
     QVERIFY(!window.isEmpty());
     QCOMPARE(m_stage->differences(InplaceStage::oldRelease()), QString());
     isAway = false;
-    m_desktop.press(window, QStringLiteral("Return")); // and nobody asks again
+    m_desktop.press(window, QStringLiteral("Return")); // and is not asked again
     QVERIFY(program->waitForEnd());
     QCOMPARE(program->exitCode(), 0);
     QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());

@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-/// What recorded_disk writes down, in the order in which it happened: one of these for each event,
-/// followed by \a length bytes of data when it is a write.
+/// An entry in the log of recorded_disk. Entries are in the order of events; a write is followed by
+/// \a length bytes of data.
 struct LogEntry {
     enum Kind : std::uint32_t {
         Write, ///< data reached the disk, which may keep it in its cache

@@ -18,7 +18,7 @@ QString FindProgram(const QString &name)
     return found.isEmpty() ? QStandardPaths::findExecutable(name, {"/usr/sbin", "/sbin"}) : found;
 }
 
-/// Runs a command on an image. Returns its exit code, or -1 when it did not end by itself.
+/// Runs a command on an image. Returns its exit code, or -1 if it did not end by itself.
 int Run(const QStringList &command, const QString &image, QString &errors)
 {
     QProcess process;
@@ -32,9 +32,9 @@ int Run(const QStringList &command, const QString &image, QString &errors)
 
 FileSystem FileSystemNamed(const QString &name)
 {
-    // One checksum covers all sectors of the block that ext4 and btrfs begin with: torn, it is
-    // mended from its copies, as a machine does at its start. Two disks of one btrfs or xfs may not
-    // be mounted at once, nor one that looks like another.
+    // One checksum covers all sectors of the first block of ext4 and btrfs. If that block is torn,
+    // it is repaired from its copies, as a machine does at boot. Two btrfs or xfs disks with the
+    // same identity cannot be mounted at once.
     const FileSystem all[] = {
         {"ext4",
          128 * MiB,

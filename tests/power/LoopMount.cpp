@@ -36,7 +36,8 @@ private:
     const int m_value;
 };
 
-/// Ties \a image to the device, which goes with its last user. False when somebody else has it.
+/// Attaches \a image to the device, which detaches itself after its last user. False if it is
+/// taken.
 bool Tie(int device, int image)
 {
     loop_config configuration{};
@@ -95,14 +96,14 @@ QString LoopMount::unmount()
     for (int i = 0; i < Tries && m_mounted; ++i) {
         m_mounted = ::umount2(QFile::encodeName(m_folder).constData(), 0) != 0;
         if (m_mounted) {
-            QThread::msleep(PauseMs); // a program that was started may be about to end
+            QThread::msleep(PauseMs); // a program that was started may still be ending
         }
     }
     return m_mounted ? Failure("unmount") : QString();
 }
 
-/// The system keeps in mind which btrfs it has seen on which device, and would take the next state
-/// of the same disk for an outdated copy.
+/// The system remembers which btrfs it has seen on which device, and would take the next state of
+/// the same disk for an outdated copy.
 void LoopMount::forget() const
 {
     if (!m_isBtrfs) {
@@ -111,5 +112,5 @@ void LoopMount::forget() const
     const Descriptor control("/dev/btrfs-control", O_RDWR | O_CLOEXEC);
     btrfs_ioctl_vol_args device{};
     std::strncpy(device.name, m_device.toLatin1().constData(), sizeof device.name - 1);
-    (void)::ioctl(control, BTRFS_IOC_FORGET_DEV, &device); // which may be forgotten already
+    (void)::ioctl(control, BTRFS_IOC_FORGET_DEV, &device); // may be forgotten already
 }

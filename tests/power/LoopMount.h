@@ -5,22 +5,22 @@
 
 #include <QString>
 
-/// A file system in a file, mounted through a loop device of its own. Needs root, and mounts that
-/// nobody else sees (EnterOwnNamespaces()): with the process both are gone, however it ends.
+/// A file system in a file, mounted through its own loop device. Needs root and private mounts
+/// (EnterOwnNamespaces()), so that both disappear with the process, however it ends.
 class LoopMount {
 public:
     /// Mounts \a image, of the kind \a fileSystem, on an existing \a folder. reason() says whether
-    /// that went well.
+    /// that succeeded.
     LoopMount(const QString &image, const QString &folder, const QString &fileSystem,
               const QByteArray &options);
-    /// Unmounts it, unless that was done before.
+    /// Unmounts it, unless that is done.
     ~LoopMount();
     Q_DISABLE_COPY(LoopMount)
 
     /// Why it could not be mounted, or empty text.
     QString reason() const { return m_reason; }
     QString folder() const { return m_folder; }
-    /// Has everything written to the image.
+    /// Writes everything to the image.
     void sync() const;
     /// Unmounts it and gives the device back. Returns why that failed, or empty text.
     QString unmount();

@@ -8,8 +8,8 @@
 #include <atomic>
 #include <thread>
 
-/// Another program with a file on the same file system, which it grows and syncs all the time. A
-/// journal of all files then reaches the disk long before their contents.
+/// Another program, which grows and syncs a file on the same file system all the time. The journal,
+/// which all files share, then reaches the disk long before their contents.
 class Neighbour {
 public:
     explicit Neighbour(const QString &folder);

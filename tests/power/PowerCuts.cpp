@@ -16,7 +16,7 @@ namespace {
 
 constexpr qint64 SectorSize = 512;
 
-/// Which of the writes that nobody had flushed reached the disk.
+/// Chooses which of the unflushed writes reached the disk.
 class Fate {
 public:
     Fate(quint32 seed, bool nothing, int writes) : m_random(seed), m_writes(writes)
@@ -26,8 +26,8 @@ public:
         m_chosen = writes > 0 ? m_random.bounded(writes) : 0;
     }
 
-    /// Whether a sector of the write with this number reached it. To be asked in order, once for
-    /// each sector.
+    /// Whether the next sector of the write with this number reached the disk. Ask in order, once
+    /// for each sector.
     bool reached(int write, bool newWrite)
     {
         if (newWrite) {
@@ -80,7 +80,7 @@ public:
         m_flushed = 0;
     }
 
-    /// Builds the state at a cut that is not before the one of the last call.
+    /// Builds the state at a cut; cuts must come in order.
     QString build(const std::vector<Event> &events, const PowerCut &cut)
     {
         int flushed = cut.after;
@@ -127,7 +127,7 @@ private:
     }
 
     const std::uint32_t m_number;
-    const SparseFile m_durable; ///< what is flushed for certain: the first m_flushed events
+    const SparseFile m_durable; ///< what is certainly flushed: the first m_flushed events
     const SparseFile m_state;
     const SparseFile m_blank;
     int m_flushed = 0;

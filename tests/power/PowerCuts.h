@@ -14,16 +14,16 @@
 
 class RecordedDisks;
 
-/// One instant at which the power is cut.
+/// An instant at which the power is cut.
 struct PowerCut {
-    int after = 0; ///< number of events that had happened, a write that is under way included
-    bool flushed = false; ///< of what had not been flushed, nothing reached the disks
-    quint32 seed = 0;     ///< chooses what of it did otherwise
-    int marks = 0;        ///< how many marks were set before
+    int after = 0;        ///< number of events so far, including a write that is under way
+    bool flushed = false; ///< nothing unflushed reached the disks
+    quint32 seed = 0;     ///< chooses what did, otherwise
+    int marks = 0;        ///< number of marks set before
 };
 
-/// Builds the disks as they may be found after the power was cut, from the record of a
-/// RecordedDisks that has been stopped.
+/// Builds the disks as they may be found after a power cut, from the record of a stopped
+/// RecordedDisks.
 class PowerCuts {
 public:
     explicit PowerCuts(const RecordedDisks &disks);

@@ -22,7 +22,7 @@
 namespace {
 
 constexpr int ImagesPerPlay = 250;
-constexpr int FewImages = 8; // not worth a play of their own
+constexpr int FewImages = 8; // not worth a run of their own
 constexpr int ManyImages = 100;
 constexpr int AftermathMs = 1300; // of files, and of journals that are written every second
 constexpr int FindingsToKeep = 5;
@@ -32,7 +32,8 @@ QString MemoryFolder()
     return QDir::tempPath() + QStringLiteral("/power");
 }
 
-/// Why a loop device on a file of FUSE, with this file system, is not to be had; or empty text.
+/// Returns why a loop device on a FUSE file, with this file system, is not available, or empty
+/// text.
 QString MissingReason(const FileSystem &fileSystem)
 {
     for (const char *device : {"/dev/fuse", "/dev/loop-control"}) {
@@ -44,19 +45,19 @@ QString MissingReason(const FileSystem &fileSystem)
     QString reason = Format(fileSystem, image);
     if (reason.isEmpty()) {
         const QString top = image + QStringLiteral("-top");
-        (void)QDir().mkpath(top); // or it cannot be mounted
+        (void)QDir().mkpath(top); // if this fails, so does the mount
         reason = LoopMount(image, top, fileSystem.name, fileSystem.afterwards).reason();
     }
     (void)QFile::remove(image);
     return reason;
 }
 
-/// Mounts a disk after the power is back, as a machine would at its start.
+/// Mounts a disk after the power is back, as a machine does at boot.
 std::unique_ptr<LoopMount> MountAgain(const QString &image, const FileSystem &fileSystem,
                                       PowerTally &tally)
 {
     const QString top = image + QStringLiteral("-top");
-    (void)QDir().mkpath(top); // or it cannot be mounted
+    (void)QDir().mkpath(top); // if this fails, so does the mount
     const auto mount = [&] {
         return std::make_unique<LoopMount>(image, top, fileSystem.name, fileSystem.afterwards);
     };
@@ -68,7 +69,7 @@ std::unique_ptr<LoopMount> MountAgain(const QString &image, const FileSystem &fi
     return mounted;
 }
 
-/// Mounts the disks of one cut and has them judged.
+/// Mounts the disks of one cut and judges them.
 QString Judged(const PowerScene &scene, const PowerCut &cut, const QStringList &images,
                const FileSystem &fileSystem, PowerTally &tally)
 {
@@ -77,7 +78,7 @@ QString Judged(const PowerScene &scene, const PowerCut &cut, const QStringList &
     for (const QString &image : images) {
         mounts.push_back(MountAgain(image, fileSystem, tally));
         const QString reason = mounts.back()->reason();
-        // Torn in all its copies at once, a file system is gone, whatever was on it.
+        // With all copies of its first block torn, a file system is lost, whatever was on it.
         if (!reason.isEmpty() && !cut.flushed) {
             ++tally.gone;
             --tally.images;
@@ -184,7 +185,7 @@ void EnterPowerTest(QString &reason)
 {
     const bool isRoot = ::geteuid() == 0;
     if (!isRoot || !EnterOwnNamespaces(OwnMounts | OwnNetwork | OwnIpc)) {
-        reason = QStringLiteral("no root, or no namespaces of its own");
+        reason = QStringLiteral("not root, or no private namespaces");
     } else if (!QDir().mkpath(MemoryFolder()) ||
                ::mount("none", QFile::encodeName(MemoryFolder()).constData(), "tmpfs", 0,
                        "mode=0700") != 0) {

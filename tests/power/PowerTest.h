@@ -10,33 +10,33 @@
 #include <functional>
 
 /// \file
-/// What the tests of a loss of power have in common. UPDATER_FILE_SYSTEM and UPDATER_IMAGES in the
-/// environment choose where and how often; UPDATER_SEED makes a run start from the same random
-/// numbers.
+/// The common ground of the power-cut tests. The environment variables UPDATER_FILE_SYSTEM and
+/// UPDATER_IMAGES choose where and how often they run; UPDATER_SEED repeats the random choices of a
+/// run.
 
-/// What became of some images.
+/// The results for some images.
 struct PowerTally {
     int images = 0;
     int losses = 0;
-    int repaired = 0;     ///< images that the file system's own repair had to look at first
-    int gone = 0;         ///< images whose file system could not be brought back; not in the others
+    int repaired = 0;     ///< images that needed the file system's own repair first
+    int gone = 0;         ///< images whose file system was lost; not counted above
     QStringList findings; ///< the first few
 
     void add(const QString &finding);
-    /// No losses, and hardly ever a file system that was gone.
+    /// No losses, and hardly any lost file systems.
     bool isClean() const;
     /// One line for the page, and the findings.
     QString text() const;
 };
 
-/// What happens on recorded disks, and how it is judged.
+/// An action on recorded disks, and how its result is judged.
 struct PowerScene {
     int disks = 1;
-    /// Lays out what is there before, in the folders that the disks are mounted on.
+    /// Prepares the folders that the disks are mounted on.
     std::function<void(const QStringList &tops)> prepare;
-    /// Does what is interrupted, to its end.
+    /// Runs the action to be interrupted, to its end.
     std::function<void(const QStringList &tops)> act;
-    /// Looks at the disks after the power is back. \a done: it was cut after act() had ended.
+    /// Checks the disks after the power is back. \a done: the power was cut after act() had ended.
     /// Returns what was lost, or empty text.
     std::function<QString(const QStringList &tops, bool done)> judge;
 };
@@ -44,20 +44,20 @@ struct PowerScene {
 /// The file system to test on.
 FileSystem ChosenFileSystem();
 
-/// Returns the number of images to build, or \a otherwise when none is given.
+/// Returns the number of images to build, \a otherwise if none is given.
 int ChosenImages(int otherwise);
 
-/// Adds a column "preloaded" with a row for each library that takes syncs out of a program: all of
-/// them, and with many images those of files too, and of folders alone when \a ofFolders says that
-/// a program is seen to lose something without these.
+/// Adds a column "preloaded" with a row for each library that removes syncs from a program: all
+/// syncs; with many images, also those of files only; and, if \a ofFolders, those of folders only.
+/// \a ofFolders: the tests can see a loss without the syncs of folders.
 void AddLibrariesWithoutSyncs(bool ofFolders);
 
-/// Gives the process mounts, a network and shared memory of its own, and a folder in memory for the
-/// images. To be called before there is a second thread. \a reason says why tests of this kind
-/// cannot run here, or is empty.
+/// Gives the process its own mounts, network and shared memory, and a folder in memory for the
+/// images. Call it before there is a second thread. \a reason receives why such tests cannot run
+/// here, or empty text.
 void EnterPowerTest(QString &reason);
 
-/// Plays \a scene again and again, a new one for every few images, and judges these: in every other
-/// play, a Neighbour is on the first disk. Prints a line with the figures.
+/// Runs \a scene repeatedly, once for every few images, and judges these. In every other run, a
+/// Neighbour is on the first disk. Prints a line with the figures.
 PowerTally CutPower(const QString &name, int images,
                     const std::function<PowerScene(int play)> &scene);

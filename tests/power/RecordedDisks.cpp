@@ -35,7 +35,7 @@ RecordedDisks::RecordedDisks(const QString &folder, const FileSystem &fileSystem
 {
     const QString served = m_folder + QStringLiteral("/served");
     QStringList arguments{served, log()};
-    (void)QDir().mkpath(served); // or it is not served
+    (void)QDir().mkpath(served); // if this fails, so does serving it
     for (int disk = 0; disk < count; ++disk) {
         Expect(Format(fileSystem, blank(disk)));
         const QString image = Numbered(m_folder + QStringLiteral("/image"), disk);
@@ -53,7 +53,7 @@ RecordedDisks::RecordedDisks(const QString &folder, const FileSystem &fileSystem
     }
     for (int disk = 0; disk < count; ++disk) {
         const QString top = Numbered(m_folder + QStringLiteral("/disk"), disk);
-        (void)QDir().mkpath(top); // or it cannot be mounted
+        (void)QDir().mkpath(top); // if this fails, so does the mount
         m_mounts.push_back(std::make_unique<LoopMount>(Numbered(served + QLatin1Char('/'), disk),
                                                        top, fileSystem.name, fileSystem.recording));
         Expect(m_mounts.back()->reason());
@@ -93,7 +93,7 @@ void RecordedDisks::stop()
     QElapsedTimer timer;
     timer.start();
     while (::umount2(served.constData(), 0) != 0 && timer.elapsed() < PatienceMs) {
-        (void)m_recorder.waitForFinished(5); // the loop devices may not have let go yet
+        (void)m_recorder.waitForFinished(5); // the loop devices may still hold it
     }
     if (!m_recorder.waitForFinished(PatienceMs) || m_recorder.exitCode() != 0) {
         Expect(QStringLiteral("the record is not whole"));

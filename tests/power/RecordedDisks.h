@@ -10,8 +10,8 @@
 #include <memory>
 #include <vector>
 
-/// Disks with a file system each, mounted, of which everything that reaches them is recorded in one
-/// order. Everything that fails aborts the test.
+/// Mounted disks, each with a file system. Everything that reaches them is recorded, in one order.
+/// Any failure aborts the test.
 class RecordedDisks {
 public:
     /// Works in \a folder, which must be empty.
@@ -22,7 +22,7 @@ public:
     int count() const { return static_cast<int>(m_mounts.size()); }
     /// The folder that a disk is mounted on.
     QString top(int disk) const;
-    /// Has everything written to the disks.
+    /// Writes everything to the disks.
     void sync() const;
     /// Sets a mark in the record.
     void mark() const;

@@ -21,7 +21,7 @@ constexpr std::size_t BlockSize = 0x10000;
     qFatal("The disk image %s: %s.", qPrintable(path), qPrintable(qt_error_string(errno)));
 }
 
-/// Calls \a use with each block of the file that is no hole, and where it lies.
+/// Calls \a use with each block of the file that is not a hole, and its offset.
 template <typename Use>
 bool ForEachBlock(int file, qint64 size, Use use)
 {

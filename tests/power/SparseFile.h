@@ -5,22 +5,21 @@
 
 #include <QString>
 
-/// A disk image: a file with holes, of which only the rest is copied. Everything that fails aborts
-/// the test.
+/// A disk image: a sparse file, of which only the data is copied. Any failure aborts the test.
 class SparseFile {
 public:
     /// Opens an existing file.
     explicit SparseFile(const QString &path);
-    /// Makes a file of zeros, over one that is there.
+    /// Makes a file of zeros, replacing an existing one.
     SparseFile(const QString &path, qint64 size);
     ~SparseFile();
     Q_DISABLE_COPY(SparseFile)
 
     QString path() const { return m_path; }
     void write(qint64 offset, const char *data, qint64 length) const;
-    /// Gives it the size and the content of another one.
+    /// Copies the size and the content of another one.
     void assign(const SparseFile &other) const;
-    /// Makes holes of the blocks that hold nothing but zeros.
+    /// Turns blocks of zeros into holes.
     void digHoles() const;
 
 private:

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 /// \file
-/// Preloaded into a program, it takes away what not every file system has: the exchange of two
-/// names.
+/// A library to preload. It makes the exchange of two names fail, as on a file system without it.
 
 #include <cerrno>
 

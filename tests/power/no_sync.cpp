@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 /// \file
-/// Preloaded into a program, it takes waits for the disk out of it: each says at once that all is
-/// well. KEPT_SYNCS, from the compiler, is the kind that is still waited for: 0 none, 1 folders,
-/// 2 files.
+/// A library to preload. It makes syncs succeed without doing anything. KEPT_SYNCS, set at compile
+/// time, says which still work: 0 none, 1 those of folders, 2 those of files.
 
 #include <cstddef>
 #include <sys/stat.h>

@@ -4,10 +4,10 @@
 /// \file
 /// recorded_disk MOUNT_POINT LOG IMAGE...
 ///
-/// A file system of one file for each IMAGE, named "0", "1" and so on, each a disk for a loop
+/// A file system with one file for each IMAGE, named "0", "1" and so on, each a disk for a loop
 /// device. Reads and writes go to the IMAGE; every write and every flush goes to LOG as well, in
-/// one order for all disks. Whatever is written to the file "mark" sets a mark in LOG. Ends when it
-/// is unmounted, with 0 when LOG is whole.
+/// one order for all disks. Any write to the file "mark" sets a mark in LOG. Ends when unmounted,
+/// with 0 if LOG is complete.
 
 #include "tests/power/DiskLog.h"
 
@@ -92,7 +92,7 @@ int GetAttributes(const char *path, struct stat *status, fuse_file_info *)
 int Open(const char *path, fuse_file_info *file)
 {
     const int number = FileNumber(path);
-    file->direct_io = 1; // nothing may be read or written behind the recorder's back
+    file->direct_io = 1; // nothing must be read or written behind the recorder's back
     return number == NoFile ? -ENOENT : 0;
 }
 
@@ -144,8 +144,8 @@ bool OpenAll(char **paths, Recorder &recorder)
     return recorder.log != nullptr;
 }
 
-/// Leaves the mounts of whoever started the program. Their last user would unmount them at its end,
-/// and unmounting the disks needs somebody who still serves.
+/// Leaves the mounts of the program that started this one. Their last user unmounts them when it
+/// ends, and unmounting the disks needs this process to serve them still.
 bool LeaveMounts(const char *mountPoint)
 {
     return ::unshare(CLONE_NEWNS) == 0 &&
@@ -153,7 +153,7 @@ bool LeaveMounts(const char *mountPoint)
            ::umount2(mountPoint, MNT_DETACH) == 0;
 }
 
-/// Serves until unmounted, one request at a time: so what was flushed had been written before.
+/// Serves until unmounted, one request at a time, so that a flush covers every write before it.
 bool Serve(char *program, const char *mountPoint, Recorder &recorder)
 {
     fuse_operations operations{};

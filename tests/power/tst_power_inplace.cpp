@@ -14,7 +14,7 @@ constexpr int Entries = 60;
 
 QString Missing;
 
-/// The folders of an update on disks: everything on the first, or staging on the last.
+/// The folders of an update: everything on the first disk, or staging on the last.
 struct Folders {
     explicit Folders(const QStringList &tops)
         : parent(tops.first() + QStringLiteral("/around")),
@@ -30,11 +30,11 @@ struct Folders {
     const QString staging;
 };
 
-/// Where the update runs that is interrupted.
+/// Where the interrupted update runs.
 struct Surroundings {
     int disks = 1;
-    bool hasExchange = true; ///< of two names
-    QString preloaded;       ///< into the interrupted run
+    bool hasExchange = true; ///< whether two names can be exchanged
+    QString preloaded;       ///< library for the interrupted run
 };
 
 QString DifferencesIn(const QString &folder, const TestRelease &release)
@@ -52,7 +52,7 @@ QString Gist(const QString &text)
 
 } // namespace
 
-/// The power fails while an installation is updated in place, and after it.
+/// The power fails during an update in place, and after it.
 class tst_PowerInplace : public QObject {
     Q_OBJECT
 
@@ -132,12 +132,12 @@ QString tst_PowerInplace::judge(const Folders &folders, const Surroundings &surr
 {
     const QString toNew = DifferencesIn(folders.install, m_new);
     const QString toOld = DifferencesIn(folders.install, m_old);
-    // Where there is no exchange, a moment without an installation is told of, and mended.
+    // Without an exchange there is a moment without an installation: it is reported and repaired.
     const bool isGap = !surroundings.hasExchange && !QFileInfo::exists(folders.install);
     if (!toNew.isEmpty() && (done || (!toOld.isEmpty() && !isGap))) {
         return Gist(done ? toNew : toOld);
     }
-    // Which of the two runs first is another case each time.
+    // Which of the two runs first varies.
     const bool onlineFirst = ++m_judged % 2 == 0;
     QString wrong = judgeRun(folders, surroundings, onlineFirst, toNew.isEmpty());
     if (wrong.isEmpty()) {
@@ -146,7 +146,7 @@ QString tst_PowerInplace::judge(const Folders &folders, const Surroundings &surr
     return wrong.isEmpty() ? judgeEnd(folders) : wrong;
 }
 
-/// Runs the program with its server or without one. Returns what is wrong afterwards.
+/// Runs the program with or without its server. Returns what is wrong afterwards.
 QString tst_PowerInplace::judgeRun(const Folders &folders, const Surroundings &surroundings,
                                    bool isOnline, bool wasNew)
 {
@@ -165,7 +165,7 @@ QString tst_PowerInplace::judgeRun(const Folders &folders, const Surroundings &s
     return wrong.isEmpty() ? wrong : who + Gist(wrong);
 }
 
-/// The former tree is kept, and nothing else is left.
+/// Checks that the former tree is kept and nothing else is left.
 QString tst_PowerInplace::judgeEnd(const Folders &folders) const
 {
     const QStringList names =

@@ -11,7 +11,7 @@ namespace {
 
 QString Missing;
 
-/// The files of a release: empty, small, of a page, large; three are as in every release.
+/// The files of a release: empty, small, one page, large; three are the same in every release.
 void LayRelease(const QString &folder, int release)
 {
     for (int file = 0; file < 36; ++file) {
@@ -23,12 +23,12 @@ void LayRelease(const QString &folder, int release)
     }
 }
 
-/// Something that publish_update is told to do with an output folder.
+/// A command of publish_update for an output folder.
 using Command = std::function<QStringList(const QString &output)>;
 
 } // namespace
 
-/// The power fails while publish_update changes what is published, and after it.
+/// The power fails while publish_update changes an output folder, and after it.
 class tst_PowerPublish : public QObject {
     Q_OBJECT
 
@@ -76,7 +76,7 @@ Command Verifying()
     return [](const QString &output) { return QStringList{QStringLiteral("--verify"), output}; };
 }
 
-/// What is served before the command and after it.
+/// The files served before the command and after it.
 struct Served {
     QMap<QString, QByteArray> before;
     QMap<QString, QByteArray> after;
@@ -87,7 +87,7 @@ QString Output(const QStringList &tops)
     return tops.first() + QStringLiteral("/output");
 }
 
-/// Returns what those who fetch would miss, or empty text.
+/// Returns what users could not fetch, or empty text.
 QString Missed(const Served &served, const QString &output, bool done)
 {
     const QString announcement = QStringLiteral("update.json");
@@ -195,7 +195,7 @@ void tst_PowerPublish::output_powerFails_servesAWholeRelease()
 
 void tst_PowerPublish::output_withoutSyncs_isSeenToLose_data()
 {
-    // A folder is mostly on the disk with the next file that is synced.
+    // A folder usually reaches the disk with the next file that is synced.
     AddLibrariesWithoutSyncs(false);
 }
 

@@ -24,7 +24,7 @@ QString Home(const QStringList &tops)
 
 } // namespace
 
-/// The power fails while sessions write their logs into a new data directory, and after it.
+/// The power fails while sessions write their logs into a new data directory, and afterwards.
 class tst_PowerSession : public QObject {
     Q_OBJECT
 
@@ -52,7 +52,7 @@ void tst_PowerSession::initTestCase()
         UPDATER_PORT);
 }
 
-/// Runs a session with this home. Returns what is not as it should be, or empty text.
+/// Runs a session with this home. Returns what is wrong, or empty text.
 QString tst_PowerSession::session(const QString &home) const
 {
     QProcessEnvironment environment = m_bundle->environment();

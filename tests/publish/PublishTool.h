@@ -10,17 +10,17 @@
 #include <QStringList>
 
 /// \file
-/// Runs the real publish_update, and looks at what it leaves.
+/// Runs the real publish_update and looks at the result.
 
 /// How a run of the program ended.
 struct ToolRun {
-    int exitCode = -1; ///< -1 when it did not end by itself
+    int exitCode = -1; ///< -1 if it did not end by itself
     QByteArray output;
     QByteArray errors;
 };
 
-/// Runs publish_update with \a arguments to its end, in \a seconds at most. A \a wrapper is a
-/// command that the program's own command line is put behind.
+/// Runs publish_update with \a arguments until it ends, for \a seconds at most. The program's
+/// command line is appended to a \a wrapper.
 ToolRun RunPublish(const QStringList &arguments, const QStringList &wrapper = {}, int seconds = 60);
 
 /// The path of the program.
@@ -30,13 +30,13 @@ QString PublishProgram();
 QByteArray FileLines(const QByteArray &path, const QByteArray &content,
                      const QByteArray &mode = "0644");
 
-/// The lines that the manifest of PublishArguments() begins with.
+/// The first lines of the manifest of PublishArguments().
 QByteArray HeadLines();
 
 /// The arguments that publish \a releaseDir as version 3.10.25 in \a outputDir.
 QStringList PublishArguments(const QString &releaseDir, const QString &outputDir);
 
-/// A wrapper under which the rights of files bind root too.
+/// A wrapper that makes file permissions apply to root too.
 QStringList WithoutRootsRights();
 
 /// The path as the program's messages show it.

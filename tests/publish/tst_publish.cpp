@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-/// What publish_update publishes, and how it is asked to.
+/// What publish_update publishes, and its command line.
 class tst_Publish : public QObject {
     Q_OBJECT
 
@@ -31,9 +31,9 @@ private slots:
     void publish_sameRelease_hasTheSameManifestAnywhere();
     void publish_pathOfTheRelease_mayBeWrittenInAnyWay_data();
     void publish_pathOfTheRelease_mayBeWrittenInAnyWay();
-    void publish_noThreads_doesItsWorkAllTheSame();
+    void publish_noThreads_stillPublishes();
     void publish_minVersionAbove_isWarnedOf();
-    void publish_otherLocale_writesUtf8AllTheSame();
+    void publish_otherLocale_stillWritesUtf8();
     void publish_terminal_showsProgress();
     void usage_bad_exitsWith2_data();
     void usage_bad_exitsWith2();
@@ -219,7 +219,7 @@ void tst_Publish::publish_sameRelease_hasTheSameManifestAnywhere()
 
 void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay_data()
 {
-    QTest::addColumn<QString>("folder"); // to stand in
+    QTest::addColumn<QString>("folder"); // the working folder
     QTest::addColumn<QString>("path");
     QTest::newRow("relative") << ""
                               << "release";
@@ -257,12 +257,12 @@ void tst_Publish::publish_pathOfTheRelease_mayBeWrittenInAnyWay()
              QStringList({".hidden", "Contents/MacOS/Host", QStringLiteral("资源/a b.txt")}));
 }
 
-void tst_Publish::publish_noThreads_doesItsWorkAllTheSame()
+void tst_Publish::publish_noThreads_stillPublishes()
 {
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-    QSKIP("The sanitizer needs threads of its own.");
+    QSKIP("The sanitizer needs its own threads.");
 #endif
-    // Nobody has this user number; root's threads are not limited.
+    // An unused user number: root's threads are not limited.
     const QStringList nobody{"setpriv", "--reuid=54321", "--inh-caps=+dac_override",
                              "--ambient-caps=+dac_override"};
     const QStringList wrapper{"prlimit", "--nproc=1"};
@@ -284,7 +284,7 @@ void tst_Publish::publish_minVersionAbove_isWarnedOf()
     QVERIFY(run.errors.contains("warning: the minimum version is above the version"));
 }
 
-void tst_Publish::publish_otherLocale_writesUtf8AllTheSame()
+void tst_Publish::publish_otherLocale_stillWritesUtf8()
 {
     const ToolRun run = RunPublish(PublishArguments(m_release, m_output), {"env", "LC_ALL=C"});
     QCOMPARE(run.exitCode, 0);

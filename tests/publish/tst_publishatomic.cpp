@@ -13,7 +13,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-/// Whatever happens to publish_update, those who fetch see the old release or the new one.
+/// Whatever happens to publish_update, users see the old release or the new one.
 class tst_PublishAtomic : public QObject {
     Q_OBJECT
 
@@ -23,15 +23,15 @@ private slots:
     void killed_whileItCopies_leavesTheOldReleaseInSight();
     void killed_atAnyMoment_leavesAWholeReleaseInSight_data();
     void killed_atAnyMoment_leavesAWholeReleaseInSight();
-    void killed_betweenItsTwoStrokes_isTakenBackByTheNextRun();
+    void killed_betweenItsTwoRenames_isTakenBackByTheNextRun();
     void leftovers_ofAPublishedRelease_doNotTakeItBack_data();
     void leftovers_ofAPublishedRelease_doNotTakeItBack();
     void leftovers_behindALink_areLeftAlone();
     void failure_inANewOutput_leavesNoFolder();
     void failure_whileItWrites_changesNothing();
     void failure_whileItWritesTheManifest_changesNothing();
-    void failure_ofTheLastStroke_takesTheReleaseBack();
-    void failure_ofTheFirstStroke_announcesNothing();
+    void failure_ofTheLastRename_takesTheReleaseBack();
+    void failure_ofTheFirstRename_announcesNothing();
     void output_unwritable_changesNothing();
     void output_inUse_isRefused();
     void twoAtOnce_sameRelease_isPublishedOnce();
@@ -152,10 +152,10 @@ void tst_PublishAtomic::killed_atAnyMoment_leavesAWholeReleaseInSight()
              QStringList({"3.10.25", "3.9.0", "update.json"}));
 }
 
-void tst_PublishAtomic::killed_betweenItsTwoStrokes_isTakenBackByTheNextRun()
+void tst_PublishAtomic::killed_betweenItsTwoRenames_isTakenBackByTheNextRun()
 {
-    // What such a run leaves: the release in sight, its name noted, update.json still the old one
-    // and the new one prepared.
+    // What such a run leaves: the release is visible, its name is noted, update.json is still the
+    // old one, and the new one is prepared.
     QCOMPARE(RunPublish(arguments()).exitCode, 0);
     WriteFile(m_output + "/.publish_update/update.json", tree().value("update.json"));
     WriteFile(m_output + "/update.json", OldDescription);
@@ -176,14 +176,14 @@ void tst_PublishAtomic::leftovers_ofAPublishedRelease_doNotTakeItBack_data()
     QTest::addColumn<Files>("left");
     const QString name = "/.publish_update/name";
     const QString prepared = "/.publish_update/update.json";
-    QTest::newRow("killed after the last stroke") << Files{{name, "3.10.25"}};
-    QTest::newRow("killed after the last stroke, another release announced since")
+    QTest::newRow("killed after the last rename") << Files{{name, "3.10.25"}};
+    QTest::newRow("killed after the last rename, another release announced since")
         << Files{{name, "3.10.25"}, {"/update.json", OldDescription}};
-    QTest::newRow("killed before the first stroke") << Files{{name, "3.10.25"},
+    QTest::newRow("killed before the first rename") << Files{{name, "3.10.25"},
                                                              {prepared, "new"},
                                                              {"/.publish_update/release/f", "copy"},
                                                              {"/update.json", OldDescription}};
-    QTest::newRow("killed between the strokes, announced by hand since")
+    QTest::newRow("killed between the renames, announced by hand since")
         << Files{{name, "3.10.25"}, {prepared, "new"}};
     QTest::newRow("no name of ours")
         << Files{{name, "../output/3.10.25"}, {prepared, "new"}, {"/update.json", OldDescription}};
@@ -261,19 +261,19 @@ void tst_PublishAtomic::failure_whileItWritesTheManifest_changesNothing()
     QVERIFY(!tree().contains(Work));
 }
 
-void tst_PublishAtomic::failure_ofTheLastStroke_takesTheReleaseBack()
+void tst_PublishAtomic::failure_ofTheLastRename_takesTheReleaseBack()
 {
     QVERIFY(QFile::remove(m_output + "/update.json"));
     WriteFile(m_output + "/update.json/in the way", "");
     const QMap<QString, QByteArray> before = tree();
-    const ToolRun run = RunPublish(arguments() + QStringList("--force")); // without a look at it
+    const ToolRun run = RunPublish(arguments() + QStringList("--force")); // which ignores it
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(QString::fromUtf8(run.errors), "publish_update: " + Quoted(m_output + "/update.json") +
                                                 " cannot be written: Is a directory.\n");
     QCOMPARE(tree(), before);
 }
 
-void tst_PublishAtomic::failure_ofTheFirstStroke_announcesNothing()
+void tst_PublishAtomic::failure_ofTheFirstRename_announcesNothing()
 {
     {
         Workspace workspace(m_output);
@@ -305,7 +305,7 @@ void tst_PublishAtomic::output_inUse_isRefused()
     const ToolRun run = RunPublish(arguments());
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(QString::fromUtf8(run.errors),
-             "publish_update: Another publish_update is at work in " + Quoted(m_output) + ".\n");
+             "publish_update: Another publish_update is running in " + Quoted(m_output) + ".\n");
     verifyOldInSight();
     QCOMPARE(::close(other), 0);
     QCOMPARE(RunPublish(arguments()).exitCode, 0);

@@ -17,14 +17,14 @@
 namespace {
 
 std::mutex Guard;
-QStringList Synced;    // what was synced, in that order
+QStringList Synced;    // what was synced, in order
 QString Unsyncable;    // end of the path that cannot be synced
-QString AnnouncedPath; // a release that is synced when it is in sight already is marked
+QString AnnouncedPath; // a release that is synced after it became visible is marked
 
 } // namespace
 
-/// Takes the place of the system's in this program, the toolkit and the tool included: it keeps a
-/// list, and fails where a test wants it to.
+/// Replaces the system's function in this program, Qt and the tool included: it keeps a list, and
+/// fails where a test wants it to.
 extern "C" int fsync(int descriptor)
 {
     const std::lock_guard<std::mutex> lock(Guard);
@@ -37,7 +37,7 @@ extern "C" int fsync(int descriptor)
     return 0;
 }
 
-/// How files get from the release to the output folder, and what must not get there.
+/// Copying files from the release to the output folder, and what must not be copied.
 class tst_PublishCopy : public QObject {
     Q_OBJECT
 
@@ -99,7 +99,7 @@ void tst_PublishCopy::copy_fileSwapped_isRefused_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("reason");
-    const QString special(R"("d/e/file" cannot be read: it is no regular file.)");
+    const QString special(R"("d/e/file" cannot be read: it is not a regular file.)");
     const QString size(R"("d/e/file" changed its size while it was read.)");
     QTest::newRow("as it was found") << "same" << QString();
     QTest::newRow("link to a file outside") << "link" << special;
@@ -128,7 +128,7 @@ void tst_PublishCopy::copy_fileSwapped_isRefused()
     } else if (kind == "folder") {
         QVERIFY(QDir().mkdir(path));
     } else if (kind != "nothing" && kind != "same") {
-        QTest::qWait(10); // the time of a file's last change is not kept exactly everywhere
+        QTest::qWait(10); // not every file system stores exact times
         WriteFile(path, kind.toUtf8());
     }
     QVERIFY(QDir().mkpath(m_output));

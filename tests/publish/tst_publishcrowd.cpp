@@ -17,7 +17,8 @@ bool HasOwnMounts = false;
 
 } // namespace
 
-/// publish_update where there is too much of something, or too little, and where something moves.
+/// publish_update with too much of something, too little of something, and files that change
+/// meanwhile.
 class tst_PublishCrowd : public QObject {
     Q_OBJECT
 
@@ -46,7 +47,7 @@ void tst_PublishCrowd::init()
 
 void tst_PublishCrowd::release_changesWhileItIsRead_isRefused_data()
 {
-    QTest::addColumn<QString>("change"); // made again and again
+    QTest::addColumn<QString>("change"); // run again and again
     QTest::newRow("a file is written to") << "printf x >> d/changing";
     QTest::newRow("a file is replaced") << "echo y > t; mv t d/changing";
     QTest::newRow("files come") << "touch d/come-$n";
@@ -88,7 +89,7 @@ void tst_PublishCrowd::volume_full_isSaid_data()
 void tst_PublishCrowd::volume_full_isSaid()
 {
     if (!HasOwnMounts) {
-        QSKIP("The system lets nobody have mounts of its own.");
+        QSKIP("The system does not allow private mounts.");
     }
     QFETCH(int, pages);
     WriteFile(m_release + "/d/file", QByteArray(300000, 'x'));

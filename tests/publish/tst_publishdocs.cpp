@@ -23,7 +23,7 @@ const char *const Page = PUBLISHING_PAGE;
 const QByteArray HostName = "update.example.com";
 bool HasOwnSurroundings = false;
 
-/// The fenced blocks of \a language in the page, in their order.
+/// The fenced blocks of \a language in the page, in order.
 QStringList Blocks(const QString &language)
 {
     const QRegularExpression fence(QStringLiteral("^```%1\\n(.*?)^```$").arg(language),
@@ -38,7 +38,7 @@ QStringList Blocks(const QString &language)
     return blocks;
 }
 
-/// Lets this process and its children see \a own where the system has \a system.
+/// Makes this process and its children see \a own in place of \a system.
 bool Cover(const char *system, const QString &own)
 {
     return ::mount(QFile::encodeName(own).constData(), system, nullptr, MS_BIND, nullptr) == 0;
@@ -46,9 +46,8 @@ bool Cover(const char *system, const QString &own)
 
 } // namespace
 
-/// Every command of docs/publishing.md, run as it is written there, one after the other: in a
-/// folder with the application, and with a web server as the page describes it, under its real
-/// name.
+/// Every command of docs/publishing.md, run as written, one after the other, in a folder with the
+/// application and with a web server set up as the page says, under its real name.
 class tst_PublishDocs : public QObject {
     Q_OBJECT
 
@@ -63,7 +62,7 @@ private slots:
 private:
     void startServer();
 
-    QTemporaryDir m_system; // what covers the system's own
+    QTemporaryDir m_system; // covers the system's own files
     QTemporaryDir m_folder; // where the commands run
     ThrowAwayCa m_authority;
     ChildProcess m_server;
@@ -72,7 +71,7 @@ private:
 void tst_PublishDocs::initTestCase()
 {
     if (!HasOwnSurroundings) {
-        QSKIP("The system lets nobody have namespaces of its own.");
+        QSKIP("The system does not allow private namespaces.");
     }
     QVERIFY(m_authority.isValid());
     const QString hosts = m_system.filePath("hosts");
@@ -88,7 +87,7 @@ void tst_PublishDocs::initTestCase()
 
     QByteArray path = QFile::encodeName(QFileInfo(PublishProgram()).path()) + ':' + qgetenv("PATH");
     if (!qEnvironmentVariableIsSet("UPDATER_PASS_PHRASES")) {
-        // Each use of a key with a pass phrase takes seconds: usually there is none.
+        // Each use of a key with a pass phrase takes seconds; the quick test uses none.
         const QString quick = m_system.filePath("bin/minisign");
         WriteFile(quick, "#!/bin/sh\nwithout=\nif [ \"$1\" = -G ]; then without=-W; fi\n"
                          "PATH=${PATH#*:} exec minisign \"$@\" $without\n");
@@ -140,7 +139,7 @@ void tst_PublishDocs::commands_runAsWritten_data()
 void tst_PublishDocs::commands_runAsWritten()
 {
     QFETCH(QString, command);
-    // The application of the version that the command publishes, just built.
+    // The application, built with the version that the command publishes.
     const QString version = QRegularExpression("--version (\\S+)").match(command).captured(1);
     if (!version.isEmpty()) {
         const QString bundle = m_folder.filePath("Sample.app");
@@ -154,7 +153,7 @@ void tst_PublishDocs::commands_runAsWritten()
     shell.setWorkingDirectory(m_folder.path());
     shell.setProcessChannelMode(QProcess::MergedChannels);
     shell.start("sh", {"-euc", command});
-    shell.write("open sesame\nopen sesame\n"); // where a pass phrase is asked for
+    shell.write("open sesame\nopen sesame\n"); // for the pass phrase
     shell.closeWriteChannel();
     QVERIFY(shell.waitForFinished(60000));
     const QByteArray said = shell.readAll();

@@ -21,8 +21,8 @@ constexpr std::array<int, 4> Errors{ENOSPC, EIO, EACCES, EDQUOT};
 
 } // namespace
 
-/// Every single call by which publish_update changes something fails once, and from there on: it
-/// says so, and what is announced is a whole release at any time.
+/// Every single call by which publish_update changes something fails once, and then permanently.
+/// The program says so, and the announced release is whole at any time.
 class tst_PublishFailing : public QObject {
     Q_OBJECT
 
@@ -36,11 +36,11 @@ private slots:
     void verifyAndList_needNoRightToWrite();
 
 private:
-    /// What a command does to a copy of the prepared output folder, or to none.
+    /// A command to run on a copy of the prepared output folder, or without one.
     struct Scenario {
-        bool isFirst = false;  ///< the output folder is not there yet
+        bool isFirst = false;  ///< the output folder does not exist yet
         QStringList arguments; ///< before the output folder
-        QString announced;     ///< by a run that went well
+        QString announced;     ///< by a run that succeeds
     };
 
     void failEverywhere(const Scenario &scenario);
@@ -53,7 +53,7 @@ private:
     QTemporaryDir m_folder{MemoryFolder()};
     QString m_release;
     QString m_prepared; // two releases, the second one announced
-    QString m_work;     // holds the output folder of the run at hand
+    QString m_work;     // contains the output folder of the current run
     QString m_output;
 };
 
@@ -113,15 +113,15 @@ void tst_PublishFailing::failAt(const Scenario &scenario, int number, bool isOnw
     QVERIFY2(!run.output.contains("Published") && !run.output.contains("Announced"),
              where.constData());
 
-    // What is announced is there: the former release, or the new one where only the wait failed.
+    // The announced release is there: the former one, or the new one if only the final sync failed.
     const QString now = announced();
     QVERIFY2(now == before || now == scenario.announced, where.constData());
     QVERIFY2(now.isEmpty() ? !QFileInfo::exists(m_output + "/update.json") : isWhole(now),
              where.constData());
-    QVERIFY2(now == before || run.errors.contains("a loss of power may bring the former one back"),
+    QVERIFY2(now == before || run.errors.contains("a power loss may bring the old one back"),
              where.constData());
 
-    // Once all goes well again, so does the next run.
+    // Once calls succeed again, so does the next run.
     if (now == before) {
         const ToolRun again = RunPublish(scenario.arguments + QStringList(m_output));
         QVERIFY2(again.exitCode == 0, (where + again.errors).constData());
@@ -140,7 +140,7 @@ void tst_PublishFailing::failEverywhere(const Scenario &scenario)
     QCOMPARE(announced(), scenario.announced);
     const int count = calls.count();
     QVERIFY2(count >= 4, qPrintable(calls.calls().join("\n")));
-    // Each call with each error takes its time; usually the errors take turns.
+    // Every error at every call would take long; the quick test takes the errors in turn.
     const int errorsAtOnce = qEnvironmentVariableIsSet("UPDATER_ALL_ERRORS") ? 4 : 1;
     for (int turn = 0; turn < 2 * errorsAtOnce * count; ++turn) {
         const int number = 1 + turn / 2 % count;

@@ -14,7 +14,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-/// publish_update --list, --announce and --prune: what becomes of releases that are published.
+/// publish_update --list, --announce and --prune: managing published releases.
 class tst_PublishList : public QObject {
     Q_OBJECT
 
@@ -159,7 +159,7 @@ void tst_PublishList::list_brokenThings_areReported()
     const ToolRun list = run({"--list", m_output});
     QCOMPARE(list.exitCode, 1);
     QVERIFY2(list.errors.contains(message), list.errors.constData());
-    QVERIFY(list.output.contains("3.10.0")); // the others all the same
+    QVERIFY(list.output.contains("3.10.0")); // the others anyway
     const QJsonObject object =
         QJsonDocument::fromJson(run({"--list", m_output, "--json"}).output).object();
     QCOMPARE(object.value("success").toBool(), false);
@@ -220,7 +220,7 @@ void tst_PublishList::announce_signedRelease_needsItsKey()
 void tst_PublishList::announce_unfit_isRefused_data()
 {
     QTest::addColumn<QString>("folder");
-    QTest::addColumn<QString>("command"); // run in the output folder before
+    QTest::addColumn<QString>("command"); // run in the output folder first
     QTest::addColumn<QByteArray>("message");
     QTest::newRow("not there") << "4.0.0"
                                << "true" << QByteArray(R"(There is no release "4.0.0" in )");
@@ -321,10 +321,9 @@ void tst_PublishList::prune_unknownThings_areLeftAlone()
     QVERIFY(QFile::link("3.10.0", m_output + "/latest"));
     const ToolRun prune = run({"--prune", "0", m_output});
     QCOMPARE(prune.exitCode, 0);
-    QVERIFY2(
-        prune.errors.contains(R"("winter" is left alone: nobody knows which version it is.)") &&
-            prune.errors.contains(R"("3.9.0" is left alone: )"),
-        prune.errors.constData());
+    QVERIFY2(prune.errors.contains(R"("winter" is left alone: its version is unknown.)") &&
+                 prune.errors.contains(R"("3.9.0" is left alone: )"),
+             prune.errors.constData());
     QCOMPARE(folders(), QStringList({"3.11.0", "3.9.0", "notes", "winter"}));
     QVERIFY(QFileInfo(m_output + "/latest").isSymLink());
 }
@@ -334,14 +333,14 @@ void tst_PublishList::prune_unclearAnnouncement_removesNothing()
     WriteFile(m_output + "/update.json", "{}");
     const ToolRun prune = run({"--prune", "0", m_output});
     QCOMPARE(prune.exitCode, 1);
-    QVERIFY2(prune.errors.contains("which release is announced is not known"),
+    QVERIFY2(prune.errors.contains("which release is announced is unknown"),
              prune.errors.constData());
     QCOMPARE(folders(), QStringList({"3.10.0", "3.11.0", "3.9.0"}));
 }
 
 void tst_PublishList::prune_killed_isFinishedByTheNextRun()
 {
-    // What such a run leaves: a release that is out of sight, and not removed yet.
+    // What such a run leaves: a release that is hidden and not removed yet.
     QVERIFY(QDir().mkdir(m_output + "/.publish_update"));
     QVERIFY(QDir().rename(m_output + "/3.9.0", m_output + "/.publish_update/hidden-0"));
     QCOMPARE(run({"--prune", "2", m_output}).exitCode, 0);
@@ -357,9 +356,9 @@ void tst_PublishList::output_inUse_isRefused()
          {QStringList{"--prune", "0"}, QStringList{"--announce", "3.9.0"}}) {
         const ToolRun refused = run(arguments + QStringList(m_output));
         QCOMPARE(refused.exitCode, 1);
-        QVERIFY(refused.errors.contains("Another publish_update is at work"));
+        QVERIFY(refused.errors.contains("Another publish_update is running"));
     }
-    QCOMPARE(run({"--list", m_output}).exitCode, 0); // only looks
+    QCOMPARE(run({"--list", m_output}).exitCode, 0); // only reads
     QCOMPARE(::close(other), 0);
     QCOMPARE(FilesBelow(m_output), before);
 }

@@ -10,7 +10,7 @@
 
 #include <sys/stat.h>
 
-/// What publish_update refuses: a clear message, exit code 1, and nothing changed.
+/// What publish_update refuses, with a clear message, exit code 1 and nothing changed.
 class tst_PublishRefusal : public QObject {
     Q_OBJECT
 
@@ -75,7 +75,7 @@ void tst_PublishRefusal::options_unfit_areRefused_data()
     QTest::addColumn<int>("index");
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("message");
-    const QString force(" --force publishes it all the same.");
+    const QString force(" --force publishes it anyway.");
     const auto version = [](const char *row, int index, const QString &value,
                             const QString &message) {
         QTest::newRow(row) << index << value << message;
@@ -147,26 +147,26 @@ void tst_PublishRefusal::release_unsafeFile_isRefused_data()
     const QString unsafe(R"("%1" cannot be published: %2.)");
     const QString whole("The release cannot be published: %1.");
     const QString replaced(QChar::ReplacementCharacter);
-    const QString address("it holds '%1', which has a meaning of its own in a web address");
+    const QString address("it contains '%1', which has a special meaning in a web address");
     const auto add = [&unsafe](const char *row, const QByteArray &name, const QString &shown,
                                const QString &reason) {
         QTest::newRow(row) << name << unsafe.arg(shown, reason);
     };
     add("TAB", "a\tb", "a" + replaced + "b",
-        "it holds a TAB, which separates the manifest's fields");
+        "it contains a TAB, which separates the manifest's fields");
     add("LF", "a\nb", "a" + replaced + "b",
-        "it holds a line feed, which ends the manifest's lines");
+        "it contains a line feed, which ends the manifest's lines");
     add("CR", "a\rb", "a" + replaced + "b",
-        "it holds a carriage return, which ends the manifest's lines");
+        "it contains a carriage return, which ends the manifest's lines");
     QTest::newRow("escape, which no message may hold")
         << QByteArray("Host\x1B[31m.old#")
         << unsafe.arg("Host" + replaced + "[31m.old#", address.arg('#'));
     add("backslash", "a\\b", "a\\b",
-        "it holds a backslash, which the manifest takes for a separator");
+        "it contains a backslash, which the manifest takes for a separator");
     add("number sign", "a#b", "a#b", address.arg('#'));
     add("question mark", "a?b", "a?b", address.arg('?'));
     add("percent", "d/a%b", "d/a%b", address.arg('%'));
-    add("not UTF-8", "a\xFF", "a" + replaced, "it does not come unchanged through UTF-8");
+    add("not UTF-8", "a\xFF", "a" + replaced, "it does not survive UTF-8 unchanged");
     add("252 bytes", QByteArray(252, 'n'), QString(252, 'n'),
         "it has a name over 251 bytes in its decomposed form");
     const QString accented(84, QChar(0xE9)); // two bytes each, three when decomposed
@@ -174,12 +174,12 @@ void tst_PublishRefusal::release_unsafeFile_isRefused_data()
         "it has a name over 251 bytes in its decomposed form");
     QTest::newRow("old name beside")
         << QByteArray("Host.old")
-        << whole.arg(R"("Host.old" takes the name that is kept for the old "Host")");
+        << whole.arg(R"("Host.old" takes the name reserved for the old "Host")");
     QTest::newRow("manifest") << QByteArray("update_md5.info")
                               << whole.arg(R"("update_md5.info" takes the manifest's own name)");
     QTest::newRow("letter case")
         << QByteArray("host")
-        << whole.arg(R"("Host" and "host" differ in letter case or Unicode normalisation only)");
+        << whole.arg(R"("Host" and "host" differ only in letter case or Unicode normalisation)");
 }
 
 void tst_PublishRefusal::release_unsafeFile_isRefused()
@@ -187,7 +187,7 @@ void tst_PublishRefusal::release_unsafeFile_isRefused()
     QFETCH(QByteArray, name);
     QFETCH(QString, message);
     QVERIFY(QDir(m_release).mkpath("d"));
-    const QByteArray path = m_release.toUtf8() + '/' + name; // any bytes, which the toolkit cannot
+    const QByteArray path = m_release.toUtf8() + '/' + name; // any bytes, which Qt cannot handle
     FILE *file = std::fopen(path.constData(), "w");
     QVERIFY(file);
     QCOMPARE(std::fclose(file), 0);
@@ -205,7 +205,7 @@ void tst_PublishRefusal::release_namesEqualButForNormalisation_areRefused()
     QCOMPARE(refusal(PublishArguments(m_release, m_output)),
              QStringList("The release cannot be published: " + Quoted(decomposed) + " and " +
                          Quoted(composed) +
-                         " differ in letter case or Unicode normalisation only."));
+                         " differ only in letter case or Unicode normalisation."));
 }
 
 void tst_PublishRefusal::release_severalUnsafeFiles_areAllNamed()
@@ -221,7 +221,7 @@ void tst_PublishRefusal::release_severalUnsafeFiles_areAllNamed()
 void tst_PublishRefusal::release_fileOf2GiB_isRefused()
 {
     QFile file(m_release + "/big");
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(qint64{1} << 31)); // takes no room
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(qint64{1} << 31)); // a sparse file
     QCOMPARE(
         refusal(PublishArguments(m_release, m_output)),
         QStringList(R"("big" cannot be published: files of almost 2 GiB (2,147,483,584 bytes) and )"
@@ -241,7 +241,7 @@ void tst_PublishRefusal::release_specialFile_isRefused()
 {
     QCOMPARE(::mkfifo((m_release + "/pipe").toUtf8().constData(), 0600), 0);
     QCOMPARE(refusal(PublishArguments(m_release, m_output)),
-             QStringList(R"("pipe" cannot be published: it is no regular file.)"));
+             QStringList(R"("pipe" cannot be published: it is not a regular file.)"));
 }
 
 void tst_PublishRefusal::release_notThere_isRefused()
@@ -287,11 +287,11 @@ void tst_PublishRefusal::release_unreadable_isRefused()
                                   QFile::ExeOwner | QFile::WriteOwner | QFile::ReadOwner));
     const QString mode(
         R"("closed" cannot be published: its mode %1 does not let its owner read it.)");
-    QCOMPARE(named, QStringList({mode.arg("0400"),
-                                 R"("closed/a" cannot be looked at: Permission denied.)"}));
+    QCOMPARE(named,
+             QStringList({mode.arg("0400"), R"("closed/a" cannot be read: Permission denied.)"}));
     QCOMPARE(messages.size(), 2);
     QCOMPARE(messages.constFirst(), mode.arg("0000"));
-    QVERIFY2(messages.constLast().startsWith("The release cannot be looked through at ") &&
+    QVERIFY2(messages.constLast().startsWith("The release cannot be read at ") &&
                  messages.constLast().contains("/closed"),
              qPrintable(messages.constLast()));
 }
@@ -346,7 +346,7 @@ void tst_PublishRefusal::output_folderPublishedBefore_isRefused()
 
     const QStringList arguments = PublishArguments(m_release, m_output);
     const QString unfit(R"("%1" cannot be the release's folder: %2.)");
-    const QString used("the name has another use");
+    const QString used("the name is reserved");
     QCOMPARE(refusal(arguments + QStringList({"--folder", "a/b"})),
              QStringList(unfit.arg("a/b", "it is a path, not a name")));
     QCOMPARE(refusal(arguments + QStringList({"--folder", ".."})),

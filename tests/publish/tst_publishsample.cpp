@@ -14,9 +14,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// The life of a real application's releases, from the first to one that is withdrawn: published
-/// and signed, verified by the web and by the folder, listed, pruned. Each test goes on from the
-/// one before.
+/// The life of a real application's releases, from the first to a withdrawn one: published, signed,
+/// verified from the web and from the folder, listed, pruned. Each test continues from the one
+/// before.
 class tst_PublishSample : public QObject {
     Q_OBJECT
 

@@ -15,7 +15,7 @@
 using Modes = QMap<QString, int>;
 using Targets = QMap<QString, QString>;
 
-/// What of a release folder is published, and which entries are refused.
+/// Which entries of a release folder are published, and which are refused.
 class tst_PublishScan : public QObject {
     Q_OBJECT
 
@@ -56,7 +56,7 @@ void SetMode(const QString &path, int mode)
 
 const QString Unpublished("\"%1\" cannot be published: %2.");
 const QString Whole("The release cannot be published: %1.");
-const QString SameName(R"("%1" and "%2" differ in letter case or Unicode normalisation only)");
+const QString SameName(R"("%1" and "%2" differ only in letter case or Unicode normalisation)");
 
 } // namespace
 
@@ -150,7 +150,7 @@ void tst_PublishScan::modes_ofFolders_areRefusedOrKept()
 void tst_PublishScan::links_leadSomewhere_data()
 {
     QTest::addColumn<Targets>("links");
-    QTest::addColumn<QString>("reason"); // of the link named "l" or ending in "/l"
+    QTest::addColumn<QString>("reason"); // for the link named "l" or ending in "/l"
     const QString nothing("leads to nothing");
     const QString leaves("leaves the release");
     const QString circle("leads in a circle, or through more than 32 links");
@@ -204,7 +204,7 @@ void tst_PublishScan::links_hundredDeep_areRefused()
     for (int number = 1; number < 100; ++number) {
         link(QStringLiteral("l%1").arg(number), QStringLiteral("l%1").arg(number - 1));
     }
-    QCOMPARE(problems().size(), 68); // 32 of them are followed everywhere
+    QCOMPARE(problems().size(), 68); // every system follows 32 of them
 }
 
 void tst_PublishScan::links_deepButFew_arePublished()
@@ -244,7 +244,7 @@ void tst_PublishScan::collisions_areAllReported()
     WriteFile(path("D/other"), "");
     link("d/E", "e");
     WriteFile(path("d/e/file.OLD"), "");
-    const QString kept(R"("d/e/file.OLD" takes the name that is kept for the old "%1")");
+    const QString kept(R"("d/e/file.OLD" takes the name reserved for the old "%1")");
     QCOMPARE(problems(),
              QStringList({Whole.arg(SameName.arg("D", "d")), Whole.arg(SameName.arg("d/E", "d/e")),
                           Whole.arg(SameName.arg(decomposed, composed)),

@@ -13,7 +13,7 @@
 #include <csignal>
 #include <sys/stat.h>
 
-/// publish_update --sign-with: a release is in sight with a signature that is good, or not at all.
+/// publish_update --sign-with: a release becomes visible with a good signature, or not at all.
 class tst_PublishSign : public QObject {
     Q_OBJECT
 
@@ -73,7 +73,7 @@ ToolRun tst_PublishSign::publish(const QString &command, const QStringList &opti
                       PublishArguments(m_release, m_output));
 }
 
-/// Publishes with a script as the signing command. It gets the manifest's path as $1 and stands in
+/// Publishes with a script as the signing command. It gets the manifest's path as $1 and runs in
 /// the release's folder; $sign signs.
 ToolRun tst_PublishSign::publishBy(const QByteArray &script, const QStringList &options) const
 {
@@ -112,8 +112,10 @@ void tst_PublishSign::sign_withoutAKey_isWarnedOf()
     QVERIFY(!QFileInfo::exists(m_output));
     const ToolRun run = publish(m_key.command(), {});
     QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.errors, QByteArray("publish_update: warning: without --public-key nobody checks "
-                                    "the signature here.\n"));
+    QCOMPARE(
+        run.errors,
+        QByteArray(
+            "publish_update: warning: without --public-key the signature is not checked here.\n"));
 }
 
 void tst_PublishSign::sign_withoutAnIdentifier_isWarnedOf()
@@ -167,8 +169,8 @@ void tst_PublishSign::unsigned_afterASignedOne_isWarnedOf()
     const ToolRun run = RunPublish(arguments);
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.errors,
-             QByteArray("publish_update: warning: the announced release is signed, this "
-                        "one is not: who demands a signature will not take it.\n"));
+             QByteArray("publish_update: warning: the announced release is signed and this one is "
+                        "not: users who demand a signature will not accept it.\n"));
 }
 
 void tst_PublishSign::sign_command_runsWhereTheCallerIs()
@@ -216,7 +218,7 @@ void tst_PublishSign::sign_command_hasTheTerminal()
     };
     const QByteArray wrong = run("open barley\n");
     QVERIFY2(wrong.contains("The signing command failed: its exit code is 3."), wrong.constData());
-    QVERIFY2(wrong.contains(" echo "), wrong.constData()); // given back as it was
+    QVERIFY2(wrong.contains(" echo "), wrong.constData()); // restored as it was
     QVERIFY(!QFileInfo::exists(m_output));
     const QByteArray right = run("open sesame\n");
     QVERIFY2(right.contains("Published version"), right.constData());
@@ -261,11 +263,11 @@ void tst_PublishSign::signature_notGood_showsNothing_data()
                           << QByteArray("it is too long: ");
     QTest::newRow("link")
         << sign + "mv \"$1.minisig\" \"$TMPDIR/s\"; ln -s \"$TMPDIR/s\" \"$1.minisig\"\n"
-        << QByteArray("it cannot be read: it is no regular file.");
+        << QByteArray("it cannot be read: it is not a regular file.");
     QTest::newRow("pipe") << QByteArray("mkfifo \"$1.minisig\"\n")
-                          << QByteArray("it cannot be read: it is no regular file.");
+                          << QByteArray("it cannot be read: it is not a regular file.");
     QTest::newRow("folder") << QByteArray("mkdir \"$1.minisig\"\n")
-                            << QByteArray("it cannot be read: it is no regular file.");
+                            << QByteArray("it cannot be read: it is not a regular file.");
 }
 
 void tst_PublishSign::signature_notGood_showsNothing()
@@ -280,7 +282,7 @@ void tst_PublishSign::signature_notGood_showsNothing()
     QVERIFY2(run.errors.contains("publish_update: ") && run.errors.contains(message),
              run.errors.constData());
     QCOMPARE(FilesBelow(m_output), before);
-    QCOMPARE(publishBy("eval \"$sign\" '\"$1\"'\n").exitCode, 0); // all that was missing
+    QCOMPARE(publishBy("eval \"$sign\" '\"$1\"'\n").exitCode, 0); // nothing else was missing
 }
 
 void tst_PublishSign::command_doesOtherThings_showsNothing_data()
@@ -308,7 +310,7 @@ void tst_PublishSign::command_doesOtherThings_showsNothing_data()
         << QByteArray("rm Contents/Host\n") << QByteArray(changed + "Contents/Host: ");
     QTest::newRow("a link for a file")
         << QByteArray("cp Contents/Host \"$TMPDIR/h\"; ln -sf \"$TMPDIR/h\" Contents/Host\n")
-        << QByteArray(changed + "Contents/Host: it is no regular file");
+        << QByteArray(changed + "Contents/Host: it is not a regular file");
     QTest::newRow("adds a file") << QByteArray("echo x > Contents/new\n")
                                  << QByteArray(changed +
                                                "Contents/new: it is not in the manifest.");
@@ -367,14 +369,14 @@ void tst_PublishSign::command_interrupted_showsNothing()
     QFETCH(QByteArray, message);
     WriteFile(m_output + "/update.json", "as before");
     const QMap<QString, QByteArray> before = FilesBelow(m_output);
-    QProcess process; // leads a session of its own
+    QProcess process; // leads its own session
     process.start("setsid", QStringList{PublishProgram(), "--sign-with", "exec sleep 60 #",
                                         "--application", "a.b.c"} +
                                 keyOption() + PublishArguments(m_release, m_output));
     QVERIFY(process.waitForStarted());
     const QString began = m_output + "/.publish_update/release/update_md5.info";
     QTRY_VERIFY(QFileInfo::exists(began));
-    QTest::qWait(300); // the command begins right after
+    QTest::qWait(300); // the command starts right after that
     QCOMPARE(::kill(static_cast<pid_t>(toAll ? -process.processId() : process.processId()), signal),
              0);
     QVERIFY(process.waitForFinished(10000));

@@ -19,7 +19,7 @@
 
 using Pages = QMap<QByteArray, QByteArray>;
 
-/// publish_update --verify against a server that serves a published release, whole or not.
+/// publish_update --verify against a server with a published release, intact or not.
 class tst_PublishVerify : public QObject {
     Q_OBJECT
 
@@ -50,7 +50,7 @@ private slots:
 
 private:
     QTemporaryDir m_folder;
-    Pages m_pages; ///< whole answers by their encoded paths
+    Pages m_pages; ///< whole answers, by encoded path
 };
 
 namespace {
@@ -79,7 +79,7 @@ QByteArray Sha256(const QByteArray &content)
     return QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex();
 }
 
-/// The manifest of the release that is verified.
+/// The manifest of the verified release.
 QByteArray ReleaseManifest()
 {
     return HeadLines() + FileLines("Contents/Host", "host") + FileLines("Contents/empty", "") +
@@ -165,11 +165,11 @@ void tst_PublishVerify::verify_fault_isReported_data()
         << Description
         << Page(R"({"Version":3100026,"VersionString":"","Folder":"3.10.25","MinVersion":0,)"
                 R"("DownloadUrl":"https://h/"})")
-        << QByteArray("update.json: it names version 3100026 in \"3.10.25\", where the manifest is "
-                      "of version 3100025 in \"3.10.25\".");
+        << QByteArray("update.json: it names version 3100026 in \"3.10.25\", but the manifest has "
+                      "version 3100025 in \"3.10.25\".");
     QTest::newRow("manifest of another folder")
         << Manifest << Page(QByteArray(ReleaseManifest()).replace("\t3.10.25\t", "\t3.10.24\t"))
-        << QByteArray("where the manifest is of version 3100025 in \"3.10.24\".");
+        << QByteArray("but the manifest has version 3100025 in \"3.10.24\".");
 
     QTest::newRow("manifest missing")
         << Manifest << missing << QByteArray("3.10.25/update_md5.info: " + isMissing);
@@ -219,12 +219,13 @@ void tst_PublishVerify::verify_fault_isReported_data()
         << Manifest << Page(QByteArray(ReleaseManifest()).replace(Sha256("host"), Sha256("HOST")))
         << QByteArray(file + "its SHA-256 is " + Sha256("host") + " instead of " + Sha256("HOST"));
     const QByteArray gzip = GzipAnswer("host").bytes;
-    QTest::newRow("file compressed all the same")
+    QTest::newRow("file compressed anyway")
         << Host << gzip << QByteArray(file + "it is too long: more than 4 bytes.");
-    QTest::newRow("manifest compressed all the same")
+    QTest::newRow("manifest compressed anyway")
         << Manifest << GzipAnswer(ReleaseManifest()).bytes
-        << QByteArray("3.10.25/update_md5.info: it comes compressed (gzip), although that was not "
-                      "asked for.");
+        << QByteArray(
+               "3.10.25/update_md5.info: it is sent compressed (gzip), although that was not "
+               "asked for.");
 }
 
 void tst_PublishVerify::verify_fault_isReported()
@@ -327,11 +328,11 @@ void tst_PublishVerify::verify_bodies_areHeldWithinABudget()
             for (int waited = 0; waited < 1000 && most < atOnce; ++waited) {
                 connection.pause(10);
             }
-            connection.pause(50); // time for one too many
+            connection.pause(50); // time for one more than allowed
             --now;
             connection.send(Page("x"));
         });
-    (void)RunVerify(server); // the sizes are wrong
+    (void)RunVerify(server); // fails: the sizes are wrong
     QCOMPARE(server.requests().size(), 6);
     QCOMPARE(most.load(), atOnce);
 }
@@ -350,7 +351,7 @@ void tst_PublishVerify::verify_connectionDropped_isReported()
     });
     const ToolRun run = RunVerify(server);
     QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.errors, QByteArray("publish_update: Contents/Host: it does not come whole.\n"));
+    QCOMPARE(run.errors, QByteArray("publish_update: Contents/Host: it arrives incomplete.\n"));
 }
 
 void tst_PublishVerify::verify_noServer_isReported()
@@ -385,7 +386,7 @@ void tst_PublishVerify::verify_manyFiles_areAllAskedFor()
                              Md5Hash("88") + " instead of " + Md5Hash("77") + ".\n");
     QCOMPARE(server.requests().size(), 502);
     const int threads = qMax(4, QThread::idealThreadCount());
-    QVERIFY2(server.connections() <= threads + 1, // they are kept for the next file
+    QVERIFY2(server.connections() <= threads + 1, // kept for the next file
              qPrintable(QString::number(server.connections())));
 }
 
@@ -497,7 +498,7 @@ void tst_PublishVerify::verify_folder_fault_isReported_data()
                                  << QByteArray("Contents/Host: it has 5 bytes instead of 4.");
     QTest::newRow("link to the file")
         << "mv 3.10.25/Contents/Host host && ln -s ../../host 3.10.25/Contents/Host"
-        << QByteArray("Contents/Host: it is no regular file.");
+        << QByteArray("Contents/Host: it is not a regular file.");
     QTest::newRow("no folder at all") << "rm -r ../copy" << QByteArray(" is not a folder.");
 }
 

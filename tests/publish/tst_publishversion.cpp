@@ -10,7 +10,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// Which versions publish_update takes, and what it says of a release before it is published.
+/// Which versions publish_update accepts, and what it says about a release before publishing it.
 class tst_PublishVersion : public QObject {
     Q_OBJECT
 
@@ -69,7 +69,7 @@ ToolRun tst_PublishVersion::dryRun(const QString &version, const QStringList &op
 
 void tst_PublishVersion::version_ofTheBundle_isCompared_data()
 {
-    QTest::addColumn<QString>("listed"); // in the property list; empty: there is no such text
+    QTest::addColumn<QString>("listed"); // in the property list; empty: the key is missing
     QTest::addColumn<QString>("version");
     QTest::addColumn<QByteArray>("message");
     QTest::newRow("the same") << "3.10.25"
@@ -78,10 +78,10 @@ void tst_PublishVersion::version_ofTheBundle_isCompared_data()
                                      << "3.10.25" << QByteArray();
     QTest::newRow("lower") << "3.10.24"
                            << "3.10.25"
-                           << QByteArray("Version 3.10.25 (3100025) is not that of the release, "
+                           << QByteArray("Version 3.10.25 (3100025) does not match the release, "
                                          "whose Contents/Info.plist says 3.10.24 (3100024): users "
-                                         "would be told of the same update for ever, or never. "
-                                         "--force publishes it all the same.");
+                                         "would be told of the same update forever, or never. "
+                                         "--force publishes it anyway.");
     QTest::newRow("higher") << "3.10.26"
                             << "3.10.25" << QByteArray("says 3.10.26 (3100026)");
     QTest::newRow("two parts") << "3.10"
@@ -132,7 +132,7 @@ void tst_PublishVersion::version_notAboveTheAnnounced_isRefused()
     if (isRefused) {
         QVERIFY2(run.errors.contains(" is not above the announced one, 3.10.24 (3100024): users "
                                      "who have that one would not be told of it. --force "
-                                     "publishes it all the same."),
+                                     "publishes it anyway."),
                  run.errors.constData());
         QCOMPARE(FilesBelow(m_output), before);
         QCOMPARE(RunPublish(next + QStringList("--force")).exitCode, 0);

@@ -9,8 +9,8 @@
 
 #include <cstdio>
 
-/// durable_driver write PATH SCRATCH CONTENT, sync FOLDER, or digest FILE: makes the one call and
-/// prints what it returns.
+/// durable_driver write PATH SCRATCH CONTENT, sync FOLDER, or digest FILE: makes one call and
+/// prints its result.
 int main(int argc, char *argv[])
 {
     QStringList arguments;

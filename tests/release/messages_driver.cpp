@@ -5,7 +5,7 @@
 
 #include <QCoreApplication>
 
-/// Says something in every way. The exit code is made of those that the messages give.
+/// Prints one message of every kind. The exit code combines those that the messages return.
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);

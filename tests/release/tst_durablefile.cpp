@@ -48,7 +48,7 @@ namespace {
 const QByteArray Before = "before";
 bool HasOwnMounts = false;
 
-/// Runs the driver and returns what the call gave, or null when it ended otherwise.
+/// Runs the driver and returns its result, or null if it did not end normally.
 QString Run(const QStringList &wrapper, const QStringList &arguments)
 {
     QStringList command = wrapper;
@@ -174,7 +174,7 @@ void tst_DurableFile::writeDurably_fullDisk_isSaidAndChangesNothing()
     }
     const SmallVolume volume(m_folder->path(), 2);
     WriteFile(path("file"), Before);
-    volume.fillAllBut(3); // a part of the content has room, so that a write ends early
+    volume.fillAllBut(3); // room for a part of the content, so that a write is short
     const QString reason = WriteDurably(path("file"), path("scratch"), QByteArray(1000000, 'x'));
     QCOMPARE(reason, "\"" + path("file") + "\" cannot be written: No space left on device");
     QCOMPARE(ReadFile(path("file")), Before);
@@ -224,7 +224,7 @@ void tst_DurableFile::syncTree_everyKindOfEntry_isSynced()
     WriteFile(path("top/a/b/.hidden"), Before);
     QVERIFY(QDir(path("top")).mkpath("empty"));
     QVERIFY(QFile::link("nowhere", path("top/link")));
-    QVERIFY(QFile::link("..", path("top/a/up"))); // followed, it would come back for ever
+    QVERIFY(QFile::link("..", path("top/a/up"))); // would never end if followed
     QCOMPARE(::mkfifo(QFile::encodeName(path("top/pipe")).constData(), 0600), 0); // not waited for
     FailingCalls calls(m_folder->path());
     QCOMPARE(Run(calls.letThrough(), {"sync", path("top")}), QString());

@@ -51,7 +51,7 @@ QByteArray Sha256(const QByteArray &content)
     return QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex();
 }
 
-/// Runs the driver, which prints what is read of a file.
+/// Runs the driver, which prints the digests of a file.
 QString Run(const QStringList &wrapper, const QString &path)
 {
     const QStringList command =
@@ -167,11 +167,11 @@ void tst_FileDigests::readDigests_notAFile_isRefused_data()
     QTest::newRow("missing") << "none"
                              << "No such file or directory";
     QTest::newRow("folder") << "folder"
-                            << "it is no regular file";
+                            << "it is not a regular file";
     QTest::newRow("link to a file") << "link"
-                                    << "it is no regular file";
+                                    << "it is not a regular file";
     QTest::newRow("pipe") << "pipe"
-                          << "it is no regular file";
+                          << "it is not a regular file";
 }
 
 void tst_FileDigests::readDigests_notAFile_isRefused()
@@ -197,7 +197,7 @@ void tst_FileDigests::readDigests_readThatFails_isSaid()
     for (int number = 1; number <= 5; ++number) {
         QCOMPARE(Run(calls.failOnce(number, EIO), folder.filePath("file")),
                  QString("Input/output error"));
-        // A signal that comes in between is no failure.
+        // An interrupting signal is no failure.
         QCOMPARE(Run(calls.failOnce(number, EINTR), folder.filePath("file")), QString());
         QVERIFY(calls.hasFailed());
     }
@@ -213,7 +213,7 @@ void tst_FileDigests::readDigests_systemWithoutAlgorithm_isSaid()
                                               "[rules]\ndefault_properties = fips=yes\n");
     const QStringList wrapper{"env", "OPENSSL_CONF=" + folder.filePath("openssl.cnf")};
     QCOMPARE(Run(wrapper, folder.filePath("file")),
-             QString("the cryptographic library of this system gives no SHA-256"));
+             QString("this system's cryptographic library has no SHA-256"));
 }
 
 void tst_FileDigests::readDigests_manyThreads_agree()

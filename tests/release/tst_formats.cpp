@@ -7,7 +7,7 @@
 
 #include <QtTest>
 
-/// How versions, manifests and update descriptions are judged and written.
+/// Checks and writing of versions, manifests and update descriptions.
 class tst_Formats : public QObject {
     Q_OBJECT
 
@@ -79,7 +79,7 @@ void tst_Formats::versionReasons_version_areAsExpected()
     }
 }
 
-/// What is found lossless comes back out of the number that the hosts are compared by.
+/// A version found lossless can be restored from the number that hosts are compared by.
 void tst_Formats::lossyVersionReason_losslessVersions_haveNumbersOfTheirOwn()
 {
     for (const int major : {0, 1, 2147}) {
@@ -154,15 +154,13 @@ void tst_Formats::manifestProblems_content_areNamed_data()
     QTest::newRow("too large by far") << Md5 + "\tffffffffffffffff\ta\n" << line(1, tooLarge);
     QTest::newRow("path upwards") << Md5 + "\t1\t../a\n"
                                   << line(1, R"(path "../a": it has a ".." component)");
-    QTest::newRow("path not UTF-8")
-        << Md5 + "\t1\ta\xFF\n"
-        << line(1, R"(path "a)" + QString(QChar::ReplacementCharacter) +
-                       R"(": it does not come unchanged through UTF-8)");
+    QTest::newRow("path not UTF-8") << Md5 + "\t1\ta\xFF\n"
+                                    << line(1, R"(path "a)" + QString(QChar::ReplacementCharacter) +
+                                                   R"(": it does not survive UTF-8 unchanged)");
     QTest::newRow("same path twice") << good + good << QStringList(R"("a" is listed twice)");
     QTest::newRow("old name beside")
         << good + Md5 + "\t1\ta.old\n"
-        << QStringList(R"("a.old" takes the name that is kept for the )"
-                       R"(old "a")");
+        << QStringList(R"("a.old" takes the name reserved for the old "a")");
 }
 
 void tst_Formats::manifestProblems_content_areNamed()

@@ -15,7 +15,7 @@
 using Kind = ReleaseFault::Kind;
 Q_DECLARE_METATYPE(ReleaseFault::Kind)
 
-/// How published releases are read and judged, from a web server and from a folder.
+/// Published releases are read and checked, from a web server and from a folder.
 class tst_PublishedRelease : public QObject {
     Q_OBJECT
 
@@ -87,7 +87,7 @@ QByteArray OldManifest()
     return Md5 + "\t1\ta\n" + Md5 + "\t1\tb\n";
 }
 
-/// A server of whole pages; a missing one is answered so.
+/// A server of whole pages, with 404 for the others.
 ScriptedServer::Handler Serve(const QMap<QByteArray, QByteArray> &pages)
 {
     return [pages](ScriptedConnection &connection, const QByteArray &request) {
@@ -168,7 +168,7 @@ void tst_PublishedRelease::read_release_givesWhatIsPublished()
     QCOMPARE(release.description.version, 3100025);
     QCOMPARE(release.description.folder, QString("3.10.25"));
     QCOMPARE(release.descriptionProblems, QStringList());
-    // What is shown and obeyed is the manifest's as soon as that can be trusted.
+    // Once the manifest can be trusted, its values are shown and used.
     QCOMPARE(release.description.versionString,
              withKey ? QString("by the manifest") : QString("by update.json"));
     QCOMPARE(release.description.minVersion, withKey ? 3000000 : 7);
@@ -185,7 +185,7 @@ void tst_PublishedRelease::read_oldManifest_isTakenAsEver()
         QString());
     QVERIFY(!release.manifest.isComplete);
     QCOMPARE(release.manifest.files.size(), std::size_t(2));
-    // Only where to look is needed of update.json; what else is wrong with it is told.
+    // Only the folder is needed from update.json; other faults are reported.
     QCOMPARE(
         readPages({{DescriptionName, R"({"Folder":"3.10.25"})"}, {ManifestName, OldManifest()}},
                   false, release)
@@ -200,8 +200,9 @@ void tst_PublishedRelease::read_oldManifest_isRefusedWithAKey()
     const ReleaseFault fault = readPages(signedPages(OldManifest()), true, release);
     QCOMPARE(fault.kind, Kind::Manifest);
     QCOMPARE(fault.subject.toLatin1(), ManifestName);
-    QCOMPARE(fault.detail, QString("it does not say of which release it is, so that its signature "
-                                   "says nothing"));
+    QCOMPARE(
+        fault.detail,
+        QString("it does not say which release it belongs to, so its signature proves nothing"));
 }
 
 void tst_PublishedRelease::read_signed_nothingUnsignedDecides()
@@ -251,14 +252,14 @@ void tst_PublishedRelease::read_releaseWithAFault_isRefused_data()
     row("manifest is refused", ManifestName, manifest + "x\n", false, Kind::Manifest,
         "line 44: it does not have three fields");
     row("other version", DescriptionName, about(3100026, "3.10.25"), false, Kind::Mismatch,
-        R"(it names version 3100026 in "3.10.25", where the manifest is of version 3100025)");
+        R"(it names version 3100026 in "3.10.25", but the manifest has version 3100025)");
     row("version that is no number", DescriptionName, R"({"Folder":"3.10.25","Version":"3100025"})",
         false, Kind::Mismatch, "it names version 0 in");
     row("other version, key", DescriptionName, about(3100026, "3.10.25"), true, Kind::Mismatch,
         "it names version 3100026 in");
     row("manifest of another folder", ManifestName,
         QByteArray(manifest).replace("\t3.10.25\t", "\t3.10.26\t"), false, Kind::Mismatch,
-        R"(it names version 3100025 in "3.10.25", where the manifest is of version 3100025 in "3.10.26")",
+        R"(it names version 3100025 in "3.10.25", but the manifest has version 3100025 in "3.10.26")",
         DescriptionName);
     row("no signature, key", SignatureName, {}, true, Kind::Signature,
         "the release is not signed: it is missing");
@@ -267,9 +268,9 @@ void tst_PublishedRelease::read_releaseWithAFault_isRefused_data()
     row("signature too long, key", SignatureName, QByteArray(TooLargeSignature + 1, 'x'), true,
         Kind::Network, "it is too long");
     row("signature of another manifest, key", ManifestName, Manifest(19), true, Kind::Signature,
-        "it is not of this content", SignatureName);
+        "it is not a signature of this content", SignatureName);
     row("bad manifest not signed so, key", ManifestName, "@!", true, Kind::Signature,
-        "it is not of this content", SignatureName);
+        "it is not a signature of this content", SignatureName);
 }
 
 void tst_PublishedRelease::read_releaseWithAFault_isRefused()
@@ -316,9 +317,9 @@ void tst_PublishedRelease::read_answerOfTheServer_isRefused_data()
         "it cannot be fetched: ");
     row("no content", answer("204 No Content", "", {}), Kind::Network, "it cannot be fetched: ");
     row("compressed", answer("200 OK", Description(), "Content-Encoding: gzip\r\n"), Kind::Network,
-        "it comes compressed (gzip), although that was not asked for");
+        "it is sent compressed (gzip), although that was not asked for");
     row("compressed otherwise", answer("200 OK", Description(), "CONTENT-ENCODING: br\r\n"),
-        Kind::Network, "it comes compressed (br), although that was not asked for");
+        Kind::Network, "it is sent compressed (br), although that was not asked for");
     row("not compressed, and said so", answer("200 OK", "{", "Content-Encoding: Identity\r\n"),
         Kind::Description, "it is not JSON");
     row("another protocol", "220 mail.example.com ready\r\n", Kind::Network,
@@ -341,7 +342,7 @@ void tst_PublishedRelease::read_answerOfTheServer_isRefused()
     QCOMPARE(fault.kind, kind);
     QCOMPARE(fault.subject, QString("update.json"));
     for (const QByteArray &request : server.requests()) {
-        QVERIFY(request.startsWith("GET /update.json ")); // nothing else, as often as it was
+        QVERIFY(request.startsWith("GET /update.json ")); // and nothing else
     }
 }
 
@@ -351,8 +352,8 @@ void tst_PublishedRelease::read_faultyManifest_isRefusedOrWhole_data()
     const QList<FaultyAnswer> answers = FaultyAnswers(Manifest());
     int waiting = 0;
     for (const FaultyAnswer &answer : answers) {
-        // A client that waits has one way to go, and long heads say nothing of the body; each of
-        // these rows takes a second or two.
+        // These rows take a second or two each: waiting is tested once, and long heads do not
+        // concern the body.
         const bool isWorthIt = answer.bytes.size() < 100000 && (!answer.waits || ++waiting <= 2);
         if (isWorthIt) {
             QTest::newRow(qPrintable(answer.name)) << answer;
@@ -361,7 +362,7 @@ void tst_PublishedRelease::read_faultyManifest_isRefusedOrWhole_data()
     QTest::newRow("gzip") << GzipAnswer(Manifest());
 }
 
-/// Whatever goes wrong on the way, no other manifest than the published one is taken.
+/// Whatever goes wrong on the way, only the published manifest is accepted.
 void tst_PublishedRelease::read_faultyManifest_isRefusedOrWhole()
 {
     QFETCH(FaultyAnswer, answer);
@@ -393,7 +394,7 @@ void tst_PublishedRelease::read_manifestOfUnknownLength_needsASignature_data()
     QTest::newRow("chunks, without the last file") << chunked << QByteArray() << 2;
 }
 
-/// Nobody notices that such a body broke off, and a manifest without its last lines is one too.
+/// Such a body can break off unnoticed, and a manifest without its last lines is still valid.
 void tst_PublishedRelease::read_manifestOfUnknownLength_needsASignature()
 {
     QFETCH(QByteArray, head);
@@ -416,15 +417,16 @@ void tst_PublishedRelease::read_manifestOfUnknownLength_needsASignature()
     });
     WebSource source(Url(server));
     PublishedRelease release;
-    const QString unknown("the server does not say how long it is, so that a part of it could pass "
-                          "for the whole");
-    const QString broken("it does not come whole"); // a missing last chunk is noticed at times
+    const QString unknown(
+        "the server does not give its length, so a part of it could pass for the whole");
+    const QString broken("it arrives incomplete"); // a missing last chunk is noticed sometimes
     const QString unsignedDetail = ReadPublishedRelease(source, {}, release).detail;
     QVERIFY2(unsignedDetail == unknown || (missing > 0 && unsignedDetail == broken),
              qPrintable(unsignedDetail));
     const QString signedDetail = ReadPublishedRelease(source, {m_key}, release).detail;
     QVERIFY2(missing == 0 ? signedDetail.isEmpty()
-                          : signedDetail == "it is not of this content" || signedDetail == broken,
+                          : signedDetail == "it is not a signature of this content" ||
+                                signedDetail == broken,
              qPrintable(signedDetail));
 }
 
@@ -433,7 +435,7 @@ void tst_PublishedRelease::webSource_requests_areWhatAnUpdaterSends()
     const ScriptedServer server(Serve({{"a/b c", "x"}}));
     WebSource source(server.url("/base"));
     QByteArray content("before");
-    QCOMPARE(source.read("a/none", 1, content).kind, Kind::Missing); // whatever its page says
+    QCOMPARE(source.read("a/none", 1, content).kind, Kind::Missing); // whatever the page contains
     QCOMPARE(content, QByteArray("before"));
     const QByteArray request = server.requests().constFirst();
     QVERIFY2(request.startsWith("GET /base/a/none HTTP/1.1\r\n"), request.constData());
@@ -479,7 +481,7 @@ void tst_PublishedRelease::webSource_bodyThatBreaksOff_isRefused_data()
     }
 }
 
-/// What there is ends as a line does: nothing but the network tells.
+/// The part that arrives ends with a whole line: only the network layer can notice the break.
 void tst_PublishedRelease::webSource_bodyThatBreaksOff_isRefused()
 {
     QFETCH(QByteArray, answer);
@@ -487,7 +489,7 @@ void tst_PublishedRelease::webSource_bodyThatBreaksOff_isRefused()
     const ScriptedServer server([&](ScriptedConnection &connection, const QByteArray &) {
         connection.send(answer);
         if (isReset) {
-            connection.pause(200); // so that what was sent arrives
+            connection.pause(200); // so that the bytes sent arrive
             connection.reset();
         } else {
             connection.close();
@@ -497,11 +499,11 @@ void tst_PublishedRelease::webSource_bodyThatBreaksOff_isRefused()
     QByteArray content("before");
     const ReleaseFault fault = source.read("file", 100000, content);
     QCOMPARE(fault.kind, Kind::Network);
-    QCOMPARE(fault.detail, QString("it does not come whole"));
+    QCOMPARE(fault.detail, QString("it arrives incomplete"));
     QCOMPARE(content, QByteArray("before"));
 }
 
-/// An answer that comes when nobody waits any more is not taken for that of the next request.
+/// A late answer is not mistaken for the answer to the next request.
 void tst_PublishedRelease::webSource_lateAnswer_isRefusedAndForgotten()
 {
     const ScriptedServer server([](ScriptedConnection &connection, const QByteArray &request) {
@@ -520,7 +522,7 @@ void tst_PublishedRelease::webSource_lateAnswer_isRefusedAndForgotten()
     source.setSeconds(1, 1);
     QByteArray content;
     QCOMPARE(source.read("late", 10000, content).detail,
-             QString("it did not come within 1 seconds"));
+             QString("it did not arrive within 1 seconds"));
     source.setSeconds(10, 10);
     QCOMPARE(source.read("other", 100, content).detail, QString());
     QCOMPARE(content, QByteArray("in time"));
@@ -553,9 +555,11 @@ void tst_PublishedRelease::folderSource_files_areReadOrRefused_data()
     QTest::newRow("missing") << "none" << Kind::Missing << "it is missing";
     QTest::newRow("in no folder") << "file/a" << Kind::Missing << "it is missing";
     QTest::newRow("folder") << "folder" << Kind::Network
-                            << "it cannot be read: it is no regular file";
-    QTest::newRow("link") << "link" << Kind::Network << "it cannot be read: it is no regular file";
-    QTest::newRow("pipe") << "pipe" << Kind::Network << "it cannot be read: it is no regular file";
+                            << "it cannot be read: it is not a regular file";
+    QTest::newRow("link") << "link" << Kind::Network
+                          << "it cannot be read: it is not a regular file";
+    QTest::newRow("pipe") << "pipe" << Kind::Network
+                          << "it cannot be read: it is not a regular file";
 }
 
 void tst_PublishedRelease::folderSource_files_areReadOrRefused()

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-/// How the whole manifest of a release is written and read.
+/// Writing and reading the whole manifest of a release.
 class tst_ReleaseManifest : public QObject {
     Q_OBJECT
 
@@ -105,7 +105,7 @@ void tst_ReleaseManifest::manifestContent_release_isWrittenLineByLine()
 
 void tst_ReleaseManifest::manifestContent_anyOrder_givesTheSameBytes()
 {
-    // Above the first plane, the order of UTF-16 is another one than that of the bytes.
+    // Beyond the first plane, UTF-16 sorts differently from the bytes of UTF-8.
     const QStringList names{QString::fromUtf8("\xEF\xAC\x81"),
                             QString::fromUtf8("\xF0\x9F\x98\x80"),
                             "B",
@@ -207,7 +207,7 @@ void tst_ReleaseManifest::readManifest_content_isAccepted()
     QCOMPARE(Reason(content), QString());
 }
 
-/// Each row replaces a text, once, in a manifest that is right, and tells the line and the reason.
+/// Each row replaces one text in a valid manifest, and names the line and the reason.
 void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_data()
 {
     QTest::addColumn<QByteArray>("before");
@@ -225,7 +225,7 @@ void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_dat
     row("@release with five fields", "\t3.10.25\n", "\t3.10.25\t\n",
         "line 1: @release has 5 fields instead of 4");
     row("@release twice", release, release + release,
-        "line 2: @release stands twice, or behind what must follow it");
+        "line 2: @release comes twice, or after what must follow it");
     row("version in hexadecimal", "3100025", "31000aa", "line 1: \"31000aa\" is not a number");
     row("version with a zero in front", "3100025", "03100025",
         "line 1: \"03100025\" is not a number");
@@ -235,31 +235,31 @@ void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_dat
     row("folder upwards", "3.10.25", "..", "line 1: folder \"..\": it has a \"..\" component");
     row("folder deeper", "3.10.25", "a/b", "line 1: folder \"a/b\": it is a path, not a name");
     row("version text not UTF-8", "\t3.10.25\n", "\t3\xFF\n",
-        "line 1: \"3\uFFFD\" does not come unchanged through UTF-8");
+        "line 1: \"3\uFFFD\" does not survive UTF-8 unchanged");
     row("version text with the mark of lost letters", "\t3.10.25\n", "\t3\xEF\xBF\xBD\n",
-        "line 1: \"3\uFFFD\" does not come unchanged through UTF-8");
+        "line 1: \"3\uFFFD\" does not survive UTF-8 unchanged");
     row("@application with one field", "@application\tcom.example.sample", "@application",
         "line 2: @application has 1 fields instead of 2");
     row("@application without a name", "com.example.sample", "",
         "line 2: the application has no identifier");
     row("@application behind @minimum", "@application\tcom.example.sample\n@minimum\t3000000\n",
         "@minimum\t3000000\n@application\tcom.example.sample\n",
-        "line 3: @application stands twice, or behind what must follow it");
+        "line 3: @application comes twice, or after what must follow it");
     row("no @minimum before @page", "@minimum\t3000000\n", "",
-        "line 3: @minimum must stand before it");
+        "line 3: @minimum must come before it");
     row("no @minimum before a file", "@minimum\t3000000\n@page\thttps://www.example.com/\n", "",
-        "line 3: @minimum must stand before it");
+        "line 3: @minimum must come before it");
     row("@minimum not a number", "3000000", "3.0.0", "line 3: \"3.0.0\" is not a number");
     row("@page not https", "https", "http",
         "line 4: \"http://www.example.com/\" is not an https address");
     row("@page behind a path", "\tlast\n", "\tlast\n@page\thttps://h/\n",
-        "line 12: @page stands twice, or behind what must follow it");
+        "line 12: @page comes twice, or after what must follow it");
     row("MD5 text in capitals", Md5, QByteArray(32, 'A'),
         "line 5: its MD5 text is not 32 lower-case hexadecimal digits");
     row("MD5 text too short", Md5, Md5.mid(1),
         "line 5: its MD5 text is not 32 lower-case hexadecimal digits");
     const char *const size =
-        "line 5: its size is not a lower-case hexadecimal number without zeros in front";
+        "line 5: its size is not a lower-case hexadecimal number without leading zeros";
     row("size in capitals", "\t1\ta\n", "\tA\ta\n", size);
     row("size with a zero in front", "\t1\ta\n", "\t01\ta\n", size);
     row("size with a prefix", "\t1\ta\n", "\t0x1\ta\n", size);
@@ -279,18 +279,18 @@ void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_dat
     row("path upwards", "\ta\n", "\t../a\n", "line 5: path \"../a\": it has a \"..\" component");
     row("absolute path", "\ta\n", "\t/a\n", "line 5: path \"/a\": it is absolute");
     row("path with '#'", "\ta\n", "\ta#b\n",
-        "line 5: path \"a#b\": it holds '#', which has a meaning of its own in a web address");
+        "line 5: path \"a#b\": it contains '#', which has a special meaning in a web address");
     row("path not UTF-8", "\ta\n", "\ta\xFF\n",
-        "line 5: path \"a\uFFFD\": it does not come unchanged through UTF-8");
+        "line 5: path \"a\uFFFD\": it does not survive UTF-8 unchanged");
     row("path that begins with a byte order mark", "\ta\n",
         "\t\xEF\xBB\xBF"
         "a\n",
-        "line 5: path \"a\" does not come unchanged through UTF-8");
-    row("backslash", "\ta\n", "\ta\\b\n", "line 5: it holds a CR, NUL or backslash");
-    row("NUL", "\ta\n", QByteArray("\ta\0\n", 4), "line 5: it holds a CR, NUL or backslash");
-    row("CR LF", "\ta\n", "\ta\r\n", "line 5: it holds a CR, NUL or backslash");
+        "line 5: path \"a\" does not survive UTF-8 unchanged");
+    row("backslash", "\ta\n", "\ta\\b\n", "line 5: it contains a CR, NUL or backslash");
+    row("NUL", "\ta\n", QByteArray("\ta\0\n", 4), "line 5: it contains a CR, NUL or backslash");
+    row("CR LF", "\ta\n", "\ta\r\n", "line 5: it contains a CR, NUL or backslash");
     row("CR in an unknown line", "\tlast\n", "\tlast\n@x\r\n",
-        "line 12: it holds a CR, NUL or backslash");
+        "line 12: it contains a CR, NUL or backslash");
     const char *const noFile = "line 6: it is not the @file line of \"a\" with its four fields";
     row("no @file line", "@file\t" + Sha256 + "\t0644\ta\n", "", noFile);
     row("@file of another path", "\t0644\ta\n", "\t0644\tb\n", noFile);
@@ -312,8 +312,8 @@ void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_dat
     row("mode with an 8", "0644", "0684", mode);
     row("mode with a sign", "0644", "+644", mode);
     const auto forbidden = [](const char *digits) {
-        return QStringLiteral("line 6: mode %1 gives more than reading and execution to others "
-                              "than the owner, or has a set-user-ID, set-group-ID or sticky bit")
+        return QStringLiteral("line 6: mode %1 lets others than the owner write, or has a "
+                              "set-user-ID, set-group-ID or sticky bit")
             .arg(QLatin1String(digits));
     };
     for (const char *digits : {"4755", "2755", "1755", "0664", "0646", "0777"}) {
@@ -322,9 +322,9 @@ void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_dat
     row("mode 0000", "0644", "0000", "line 6: mode 0000 does not let the owner read");
     row("mode 0355", "0644", "0355", "line 6: mode 0355 does not let the owner read");
     row("unknown line that counts", "\tlast\n", "\tlast\n@!x\ta\n",
-        "line 12: @!x is not known, and must not be passed over");
+        "line 12: @!x is unknown, and must not be ignored");
     row("the same with its name alone", "\tlast\n", "\tlast\n@!\n",
-        "line 12: @! is not known, and must not be passed over");
+        "line 12: @! is unknown, and must not be ignored");
     row("@link with two fields", "\there\t-\tlast\n", "\tlast\n",
         "line 11: @link has 2 fields instead of 4");
     row("@link with three fields", "\there\t-\tlast\n", "\there\tlast\n",
@@ -336,7 +336,7 @@ void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_dat
     row("@folder with five fields", "\t-\tfolder\n", "\t-\tfolder\t\n",
         "line 7: @folder has 5 fields instead of 4");
     row("@folder with a forbidden bit", "0700", "0720",
-        "line 7: mode 0720 gives more than reading and execution to others than the owner, or has "
+        "line 7: mode 0720 lets others than the owner write, or has "
         "a set-user-ID, set-group-ID or sticky bit");
     row("@folder that cannot be entered", "0700", "0600",
         "line 7: mode 0600 does not let the owner enter");
@@ -347,7 +347,7 @@ void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine_dat
     row("path twice", "\t-\tlast\n", "\t-\tlast\n@link\there\t-\tlast\n",
         "line 12: \"last\" is listed twice");
     row("paths in another order", "\t-\tlast\n", "\t-\tlast\n@link\there\t-\tkast\n",
-        "line 12: \"kast\" stands behind \"last\", which is not the order of their bytes");
+        "line 12: \"kast\" comes after \"last\", which is not the order of their bytes");
 }
 
 void tst_ReleaseManifest::readManifest_oneLineChanged_isRefusedNamingTheLine()
@@ -382,14 +382,14 @@ void tst_ReleaseManifest::readManifest_content_isRefusedNamingTheLine_data()
         QString::fromUtf8("line 5: \"update_md5.info.mini\u017Fig\" takes the name of the "
                           "manifest's signature"));
     row("file and folder", File("a") + File("a-") + File("a/b"),
-        R"(line 9: "a" is a file and the folder of "a/b" at once)");
+        R"(line 9: "a" is both a file and the folder of "a/b")");
     row("file and folder further up", File("a") + File("a/b/c"),
-        R"(line 7: "a" is a file and the folder of "a/b/c" at once)");
+        R"(line 7: "a" is both a file and the folder of "a/b/c")");
     row("below a link", Folder("a") + Link("b", "a") + File("b/c"),
         R"(line 7: "b/c" goes through the link "b")");
     row("folder below a link", File("a") + Link("b", "a") + Folder("b/c/d"),
         R"(line 8: "b/c/d" goes through the link "b")");
-    const QString differ(" differ in letter case or Unicode normalisation only");
+    const QString differ(" differ only in letter case or Unicode normalisation");
     row("letter case", File("A") + File("B") + File("a"), "line 9: \"A\" and \"a\"" + differ);
     row("letter case of folders", File("A/b") + File("a/c"), "line 7: \"A\" and \"a\"" + differ);
     row("letter case of a file and a folder", File("A") + File("a/b"),
@@ -404,7 +404,7 @@ void tst_ReleaseManifest::readManifest_content_isRefusedNamingTheLine_data()
         QString::fromUtf8("line 7: \"\u0391\" and \"\u03B1\"") + differ);
     row("first of two", File("A") + File("B") + File("a") + File("b"),
         "line 9: \"A\" and \"a\"" + differ);
-    const QString kept(R"("a.old" takes the name that is kept for the old "a")");
+    const QString kept(R"("a.old" takes the name reserved for the old "a")");
     row("name of an old copy", File("a") + File("a.old"), "line 7: " + kept);
     row("folder with the name of an old copy", File("a") + File("a.old/b"), "line 7: " + kept);
     row("link with the name of an old copy", File("a") + Link("a.old", "a"), "line 7: " + kept);
@@ -504,7 +504,7 @@ void tst_ReleaseManifest::readManifest_oldOne_isRefused_data()
     row("too large", Md5 + "\t7fffffc0\ta\n",
         "path \"a\": files of almost 2 GiB (2,147,483,584 bytes) and more cannot be updated");
     row("letter case", line + Md5 + "\t1\tA\n",
-        "\"A\" and \"a\" differ in letter case or Unicode normalisation only");
+        "\"A\" and \"a\" differ only in letter case or Unicode normalisation");
     row("signature's name", Md5 + "\t1\tupdate_md5.info.minisig\n",
         "\"update_md5.info.minisig\" takes the name of the manifest's signature");
 }
@@ -543,10 +543,9 @@ void tst_ReleaseManifest::readManifest_links_areFollowedAsAFileSystemDoes_data()
     row("further out", Link("l", "d/../../f"), leaves);
     row("absolute", Link("l", "/f"), "line 9: link \"l\" points to \"/f\", which is absolute");
     row("empty target", Link("l", ""), "line 9: link \"l\" points to nothing: its target is empty");
-    row("not UTF-8", Link("l", "f\xFF"),
-        "line 9: \"f\uFFFD\" does not come unchanged through UTF-8");
+    row("not UTF-8", Link("l", "f\xFF"), "line 9: \"f\uFFFD\" does not survive UTF-8 unchanged");
     row("'%'", Link("l", "f%"),
-        "line 9: link \"l\" points to \"f%\": it holds '%', which has a meaning of its own in a "
+        "line 9: link \"l\" points to \"f%\": it contains '%', which has a special meaning in a "
         "web "
         "address");
     row("to itself", Link("l", "l"), circle);
@@ -556,7 +555,8 @@ void tst_ReleaseManifest::readManifest_links_areFollowedAsAFileSystemDoes_data()
     row("chain to nothing", Link("l", "m") + Link("m", "n") + Link("n", "x"), nothing);
     row("through a link", Link("l", "m/file") + Link("m", "d/e"), "");
     row("through a link to a file", Link("l", "m/file") + Link("m", "f"), nothing);
-    // A browser's way to take ".." would end at "f"; a file system's ends at "d/f", which is not.
+    // A browser would resolve ".." to "f"; a file system resolves it to "d/f", which does not
+    // exist.
     row("back behind a link", Link("l", "m/../f") + Link("m", "d/e"), nothing);
     row("back behind a link to what is there", Link("l", "m/../e/file") + Link("m", "d/e"), "");
     row("out behind a link", Link("l", "m/..") + Link("m", "."), leaves);
@@ -581,7 +581,7 @@ void tst_ReleaseManifest::readManifest_links_areFollowedAsAFileSystemDoes()
 void tst_ReleaseManifest::readManifest_chainOfLinks_mayBe32Long()
 {
     for (const int length : {1, 31, 32, 33, 100}) {
-        for (const bool isUpwards : {true, false}) { // each link leads to the next or the last one
+        for (const bool isUpwards : {true, false}) { // to the next link, or the previous one
             QByteArray content = Head;
             for (int number = 0; number < length; ++number) {
                 const int next = isUpwards ? number + 1 : number - 1;
@@ -603,7 +603,7 @@ void tst_ReleaseManifest::readManifest_manyPaths_areAMillionAtMost()
     for (int number = 1; number < MostManifestPaths; ++number) {
         content += "@folder\t0755\t-\tf" + QByteArray::number(number + MostManifestPaths) + '\n';
     }
-    QCOMPARE(Reason(content + Folder("g")), // a million lines before that one are in order
+    QCOMPARE(Reason(content + Folder("g")), // a million lines before it are fine
              QString("line 1000006: it lists more than 1000000 paths"));
 
     QByteArray folders = Head;

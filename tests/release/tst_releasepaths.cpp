@@ -25,7 +25,7 @@ private slots:
 namespace {
 
 const QString Composed = QString(QChar(0xE9));                 // e acute
-const QString Decomposed = QStringLiteral("e") + QChar(0x301); // the same in two
+const QString Decomposed = QStringLiteral("e") + QChar(0x301); // the same as two characters
 const QString Folder = QStringLiteral("Contents/MacOS/");
 
 } // namespace
@@ -58,9 +58,9 @@ void tst_ReleasePaths::unsafePathReason_path_isRefusedWithTheReason_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("reason");
-    const QString address("it holds '%1', which has a meaning of its own in a web address");
+    const QString address("it contains '%1', which has a special meaning in a web address");
     const QString tooLong("it has a name over 251 bytes in its decomposed form");
-    const QString utf8("it does not come unchanged through UTF-8");
+    const QString utf8("it does not survive UTF-8 unchanged");
     const QString empty("it has an empty component");
     QTest::newRow("empty") << ""
                            << "it is empty";
@@ -78,21 +78,22 @@ void tst_ReleasePaths::unsafePathReason_path_isRefusedWithTheReason_data()
                                     << R"(it has a ".." component)";
     QTest::newRow("two dots inside") << "a/../b"
                                      << R"(it has a ".." component)";
-    const QString lost("it has a folder of '.' and one character, which addresses lose");
+    const QString lost("it has a folder named '.' and one character, which web addresses lose");
     QTest::newRow("dot and a letter") << ".x/a" << lost;
     QTest::newRow("dot and a Chinese letter") << QStringLiteral("a/.文/b") << lost;
     QTest::newRow("two dots last") << "a/.."
                                    << R"(it has a ".." component)";
     QTest::newRow("NUL") << QString("a") + QChar(0) + "b"
-                         << "it holds a NUL";
+                         << "it contains a NUL";
     QTest::newRow("TAB") << "a\tb"
-                         << "it holds a TAB, which separates the manifest's fields";
+                         << "it contains a TAB, which separates the manifest's fields";
     QTest::newRow("LF") << "a\nb"
-                        << "it holds a line feed, which ends the manifest's lines";
+                        << "it contains a line feed, which ends the manifest's lines";
     QTest::newRow("CR") << "a\rb"
-                        << "it holds a carriage return, which ends the manifest's lines";
-    QTest::newRow("backslash") << "a\\b"
-                               << "it holds a backslash, which the manifest takes for a separator";
+                        << "it contains a carriage return, which ends the manifest's lines";
+    QTest::newRow("backslash")
+        << "a\\b"
+        << "it contains a backslash, which the manifest takes for a separator";
     QTest::newRow("number sign") << "a#b" << address.arg('#');
     QTest::newRow("question mark") << "a?b" << address.arg('?');
     QTest::newRow("percent") << "a%b" << address.arg('%');
@@ -116,8 +117,8 @@ void tst_ReleasePaths::unsafePathReason_path_isRefusedWithTheReason()
     QCOMPARE(UnsafePathReason(path), reason);
 }
 
-/// A character in any place either is refused, or means the same to the manifest's reader and to a
-/// web server that undoes the percent encoding.
+/// A character at any position is either refused, or means the same to the manifest's reader and to
+/// a web server that decodes the percent encoding.
 void tst_ReleasePaths::unsafePathReason_everySafeCharacter_survivesManifestAndAddress()
 {
     int safe = 0;
@@ -164,8 +165,8 @@ void tst_ReleasePaths::collisionReason_paths_areRefusedWithTheReason_data()
 {
     QTest::addColumn<QStringList>("paths");
     QTest::addColumn<QString>("reason");
-    const QString same(R"("%1" and "%2" differ in letter case or Unicode normalisation only)");
-    const QString old(R"("%1" takes the name that is kept for the old "%2")");
+    const QString same(R"("%1" and "%2" differ only in letter case or Unicode normalisation)");
+    const QString old(R"("%1" takes the name reserved for the old "%2")");
     QTest::newRow("same path") << QStringList{"a", "a"} << R"("a" is listed twice)";
     QTest::newRow("letter case") << QStringList{"a/Read.me", "a/README", "a/readme"}
                                  << same.arg("a/README", "a/readme");
@@ -175,11 +176,11 @@ void tst_ReleasePaths::collisionReason_paths_areRefusedWithTheReason_data()
     QTest::newRow("normalisation of a folder")
         << QStringList{Composed + "/x", Decomposed + "/y"} << same.arg(Composed, Decomposed);
     QTest::newRow("parent first") << QStringList{"a", "a/b"}
-                                  << R"("a" is a file and the folder of "a/b" at once)";
+                                  << R"("a" is both a file and the folder of "a/b")";
     QTest::newRow("parent last") << QStringList{"a/b/c", "a"}
-                                 << R"("a" is a file and a folder at once)";
+                                 << R"("a" is both a file and a folder)";
     QTest::newRow("parent in another letter case")
-        << QStringList{"A", "a/b"} << R"("A" is a file and the folder of "a/b" at once)";
+        << QStringList{"A", "a/b"} << R"("A" is both a file and the folder of "a/b")";
     QTest::newRow("old name") << QStringList{"d/a", "d/a.old"} << old.arg("d/a.old", "d/a");
     QTest::newRow("old name first") << QStringList{"a.old", "a"} << old.arg("a.old", "a");
     QTest::newRow("old name in another letter case")

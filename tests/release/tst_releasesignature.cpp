@@ -10,7 +10,7 @@
 #include <memory>
 #include <sodium.h>
 
-/// Signatures as the real minisign makes them, and what must not pass for one.
+/// Signatures made by the real minisign, and what must not pass for one.
 class tst_ReleaseSignature : public QObject {
     Q_OBJECT
 
@@ -192,7 +192,7 @@ void tst_ReleaseSignature::signatureReason_severalKeys_oneIsEnough()
     QCOMPARE(SignatureReason(Content, m_signature, {m_key, sameNumber}), QString());
     QCOMPARE(SignatureReason(Content, other.signature(Content), {m_key, otherKey}), QString());
     QCOMPARE(SignatureReason(Content, m_signature, {sameNumber}),
-             QString("it is not of this content"));
+             QString("it is not a signature of this content"));
     QVERIFY(!SignatureReason(Content, m_signature, {}).isEmpty());
 }
 
@@ -204,21 +204,21 @@ void tst_ReleaseSignature::signatureReason_otherKey_isRefusedWithItsNumber()
     QCOMPARE(number.size(), 16);
     QCOMPARE(reason(signature),
              "it was made with the key " + number + ", which is not among those asked for");
-    // The other key's signature under this one's number.
+    // The other key's signature with this key's number.
     QByteArray forged = QByteArray::fromBase64(Line(signature, 1));
     forged.replace(2, 8, m_key.id);
     QCOMPARE(reason(WithLine(signature, 1, forged.toBase64())),
-             QString("it is not of this content"));
+             QString("it is not a signature of this content"));
 }
 
 void tst_ReleaseSignature::signatureReason_otherContent_isRefused()
 {
-    const QString other("it is not of this content");
+    const QString other("it is not a signature of this content");
     QCOMPARE(SignatureReason(Content + '\n', m_signature, {m_key}), other);
     QCOMPARE(SignatureReason(Content.chopped(1), m_signature, {m_key}), other);
     QCOMPARE(SignatureReason({}, m_signature, {m_key}), other);
     QCOMPARE(reason(m_signer->signature("other")), other);
-    // The comment of one and the signature of another, each right by itself.
+    // The comment of one and the signature of another, each valid by itself.
     const QByteArray commented = m_signer->signature(Content, {"-t", "version 9"});
     QCOMPARE(reason(WithLine(m_signature, 2, Line(commented, 2))),
              QString("its trusted comment was changed"));
@@ -233,10 +233,10 @@ void tst_ReleaseSignature::signatureReason_legacy_isRefusedSayingHowToSign()
     const QString told = reason(signature);
     QVERIFY2(told.contains("legacy") && told.contains("sign with minisign 0.10 or later"),
              qPrintable(told));
-    // The letters of the new form do not make one of it.
+    // Changing the letters to the new form's does not make it one.
     QByteArray relabelled = QByteArray::fromBase64(Line(signature, 1)).replace(0, 2, "ED");
     QCOMPARE(reason(WithLine(signature, 1, relabelled.toBase64())),
-             QString("it is not of this content"));
+             QString("it is not a signature of this content"));
 }
 
 void tst_ReleaseSignature::signatureReason_anyBitChanged_isRefused()
@@ -266,16 +266,16 @@ void tst_ReleaseSignature::signatureReason_form_isRefused_data()
         QTest::newRow(rule) << signature << QString::fromLatin1(told);
     };
     const QByteArray first = Line(m_signature, 1);
-    const char *const none = "it is no minisign signature";
-    const char *const damaged = "it is no minisign signature: it is damaged";
-    const char *const behind = "something stands behind its four lines";
+    const char *const none = "it is not a minisign signature";
+    const char *const damaged = "it is not a minisign signature: it is damaged";
+    const char *const behind = "something follows its four lines";
     const char *const comment = "it has a comment that is too long";
     row("nothing", "", "it is cut off");
-    row("zeros", QByteArray(300, '\0'), "it holds a CR or NUL, which minisign does not write");
+    row("zeros", QByteArray(300, '\0'), "it contains a CR or NUL, which minisign does not write");
     row("page of a server", "<html>\n<body>\n404\n</body>\n</html>\n", behind);
     row("four other lines", "a\nb\nc\nd\n", none);
     row("CR LF", QByteArray(m_signature).replace("\n", "\r\n"),
-        "it holds a CR or NUL, which minisign does not write");
+        "it contains a CR or NUL, which minisign does not write");
     row("empty line behind", m_signature + "\n", behind);
     row("garbage behind", m_signature + "x", behind);
     row("line behind", m_signature + "x\n", behind);
@@ -309,8 +309,8 @@ void tst_ReleaseSignature::signatureReason_form_isRefused()
     QCOMPARE(reason(signature), told);
 }
 
-/// The keys and signatures are the test values of RFC 8032, 7.1. With each key a signature is put
-/// together here, which is taken here and by minisign.
+/// The keys and signatures are the test values of RFC 8032, 7.1. With each key, a signature is
+/// assembled here and accepted both here and by minisign.
 void tst_ReleaseSignature::signatureReason_publishedKeys_areAcceptedHereAndByMinisign_data()
 {
     QTest::addColumn<QByteArray>("secret");
@@ -363,7 +363,7 @@ void tst_ReleaseSignature::library_publishedHashes_areMade_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QByteArray>("hash");
-    // Of RFC 7693, appendix A, and of the empty content in the authors' own test values.
+    // From RFC 7693, appendix A; the value for the empty content is from the authors' own tests.
     QTest::newRow("abc") << QByteArray("abc")
                          << QByteArray("ba80a53f981c4d0d6a2797b69f12f6e94c212f14685ac4b74b12bb6fdbf"
                                        "fa2d17d87c5392aab792dc252d5de45"

@@ -10,7 +10,7 @@
 /// object.
 class ContextTranslator : public QTranslator {
 public:
-    /// Installs itself; the destructor takes it off again.
+    /// Installs itself; the destructor removes it.
     explicit ContextTranslator(QObject *parent = nullptr) : QTranslator(parent)
     {
         QCoreApplication::installTranslator(this);

@@ -41,7 +41,7 @@ QList<qint64> Children()
 
 void AdoptDescendants()
 {
-    (void)::prctl(PR_SET_CHILD_SUBREAPER, 1); // where it fails, AwaitDescendants() has less to do
+    (void)::prctl(PR_SET_CHILD_SUBREAPER, 1); // if it fails, AwaitDescendants() has less to do
 }
 
 bool AwaitDescendants(const QList<qint64> &known)

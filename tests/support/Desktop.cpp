@@ -48,7 +48,7 @@ Desktop::~Desktop()
     m_server.terminate();
     if (!m_server.waitForFinished(5000)) {
         m_server.kill();
-        (void)m_server.waitForFinished(5000); // nothing is left to try
+        (void)m_server.waitForFinished(5000); // nothing more can be done
     }
 }
 
@@ -118,7 +118,8 @@ bool Desktop::screenshot(const QString &path)
                               QStringLiteral("root"), path}) == 0;
 }
 
-/// As a desktop does for its programs: Qt 5 asks the server for the density, Qt 6 the desktop.
+/// As a desktop sets it for its programs: Qt 5 asks the server for the density, Qt 6 asks the
+/// desktop.
 void Desktop::tellDensity(int dpi) const
 {
     (void)QProcess::execute(

@@ -8,8 +8,8 @@
 #include <QRect>
 #include <QString>
 
-/// An X server of the test's own (Xvfb) and a user who works on it with mouse and keyboard
-/// (xdotool). Every wait gives up after some seconds; then the answer is empty or false.
+/// A private X server (Xvfb) and a user who works on it with mouse and keyboard (xdotool). Every
+/// wait gives up after some seconds and returns empty or false.
 class Desktop {
 public:
     /// Starts the X server. \a dpi is the dots per inch it claims.
@@ -19,7 +19,7 @@ public:
 
     /// Whether the X server could be started.
     bool isUp() const { return !m_display.isEmpty(); }
-    /// \a environment, changed so that a program shows its windows here.
+    /// Returns \a environment, changed so that a program shows its windows here.
     QProcessEnvironment shownIn(QProcessEnvironment environment) const;
     qint64 processId() const { return m_server.processId(); }
 

@@ -63,7 +63,7 @@ private:
         m_answers.append({name, bytes, ending, {}, error});
     }
 
-    /// The last row once more, with a connection that stays; \a waits as in the row.
+    /// The last row again, with a connection that stays open; \a waits as in the row.
     void addHeld(bool waits)
     {
         FaultyAnswer held = m_answers.last();
@@ -152,7 +152,7 @@ void Table::addChunks()
     arrives(QStringLiteral("chunk size below zero"), first + "-5\r\n" + rest + last, half);
     whole(QStringLiteral("chunk of 2^63-1 bytes"), first + "7fffffffffffffff\r\n" + rest);
     addHeld(true);
-    // A size that does not fit is read as none, and none ends the body.
+    // A size that does not fit is read as 0, which ends the body.
     arrives(QStringLiteral("chunk of 2^64-1 bytes"), first + "ffffffffffffffff\r\n" + rest, half);
 }
 

@@ -10,10 +10,10 @@
 #include <QMetaType>
 #include <QString>
 
-/// An answer that is odd or wrong, what its server does behind it, and what of it reaches a client.
+/// An odd or wrong answer, what its server does after it, and how much of it reaches a client.
 struct FaultyAnswer {
     enum class Ending {
-        Close, ///< the connection ends in good order
+        Close, ///< the connection is closed properly
         Reset, ///< the connection is dropped
         Hold,  ///< the connection stays until the client goes away
     };
@@ -21,12 +21,12 @@ struct FaultyAnswer {
     QString name; ///< the rule, for a row of a table
     QByteArray bytes;
     Ending ending = Ending::Close;
-    /// The body that arrives with status 200; null where no such status does.
+    /// The body that arrives with status 200; null if no such status arrives.
     QByteArray arrives;
-    /// What the network layer says where no status arrives.
+    /// The network layer's message if no status arrives.
     QString error;
     bool waits = false; ///< whether a client waits for more that never comes
-    /// So many bytes are sent at once and the others one a second; negative for all at once.
+    /// How many bytes are sent at once; the others follow at one a second. Negative: all at once.
     int quick = -1;
 };
 Q_DECLARE_METATYPE(FaultyAnswer)
@@ -34,8 +34,8 @@ Q_DECLARE_METATYPE(FaultyAnswer)
 /// Every faulty answer that has \a body in it. The body has 1,000 bytes or more.
 QList<FaultyAnswer> FaultyAnswers(const QByteArray &body);
 
-/// An answer whose body is \a body in gzip form, to be unpacked by the network layer.
+/// An answer with \a body in gzip form, for the network layer to decompress.
 FaultyAnswer GzipAnswer(const QByteArray &body);
 
-/// Gives one answer on a connection: its bytes and its ending.
+/// Sends one answer on a connection and ends the connection as it says.
 void Give(const FaultyAnswer &answer, ScriptedConnection &connection);

@@ -151,7 +151,7 @@ QStringList HostBundle::log() const
     const QStringList names = folder.entryList({QStringLiteral("*.log")}, QDir::Files, QDir::Name);
     for (const QString &name : names) {
         const QByteArray content = ReadFile(folder.absoluteFilePath(name));
-        // By length: a message may hold a NUL.
+        // By length: a message may contain a NUL.
         QStringList lines =
             QString::fromUtf8(content.constData(), content.size()).split(QLatin1Char('\n'));
         lines.removeLast(); // empty behind the last line end
@@ -180,7 +180,7 @@ void HostBundle::writeRecorder(const QString &path, const QString &record) const
                                           "for word in \"$@\"; do line=\"$line[$word]\"; done\n"
                                           "pwd -P >> '%1.folder'\n"
                                           "printf '%s\\n' \"$line\" >> '%1'\n");
-    // The one-argument form of arg() knows nothing of the %s of printf.
+    // The one-argument form of arg() leaves the %s of printf alone.
     WriteFile(path, QString(script).arg(this->path(QStringLiteral("records/") + record)).toUtf8());
     (void)QFile::setPermissions(path, QFile::permissions(path) | QFile::Permissions(0x1111));
 }

@@ -12,9 +12,9 @@
 
 #include <memory>
 
-/// A host application's bundle with the updater in it, in a temporary folder, and everything that
-/// a session touches around it: a home, a host program and a browser that write down how they were
-/// started, and the log.
+/// A host application's bundle with the updater in it, in a temporary folder, with everything that
+/// a session touches: a home, a host program and a browser that record how they were started, and
+/// the log.
 class HostBundle {
 public:
     /// Installs a copy of \a updater as "updater" in \a folder, with version 3.0.0 and the host
@@ -26,14 +26,14 @@ public:
     QString macOsDir() const;
     QString updaterPath() const;
     QString home() const;
-    /// The data directory that a session uses when nothing is in its way.
+    /// The data directory that a session uses if nothing prevents it.
     QString dataDir() const;
     QString path(const QString &relative) const;
 
     void setVersion(const QString &version) const;
     void writeInfoPlist(const QByteArray &content) const;
     void writeConfig(const QByteArray &content) const;
-    /// Makes an executable in the bundle that writes its arguments down for hostArguments().
+    /// Makes an executable in the bundle that records its arguments for hostArguments().
     void addHost(const QString &name) const;
 
     /// Starts a session in \a environment; the caller waits for its end. \a wrapper is a program
@@ -41,12 +41,12 @@ public:
     std::unique_ptr<QProcess> start(const QStringList &arguments,
                                     const QProcessEnvironment &environment,
                                     const QStringList &wrapper = {}) const;
-    /// Gives \a session all that start() would; the caller starts updaterPath() with it.
+    /// Prepares \a session as start() would; the caller starts updaterPath() with it.
     void prepare(QProcess &session, const QProcessEnvironment &environment) const;
-    /// The surroundings of a session without windows; Desktop::shownIn() adds them.
+    /// The environment of a session without windows; Desktop::shownIn() adds them.
     QProcessEnvironment environment() const;
 
-    /// What the host was started with, a line per start: its name and each argument in brackets.
+    /// How the host was started, a line per start: its name and each argument in brackets.
     QStringList hostStarts() const;
     /// The working directories that the host was started with.
     QStringList hostFolders() const;
@@ -54,8 +54,8 @@ public:
     QString properHostStart(const QString &name) const;
     /// The addresses that the browser was opened with.
     QStringList browserAddresses() const;
-    /// The messages of the log, each with its letter in front: "I message". A line that does not
-    /// look as a log line should is returned whole, with "?" in front.
+    /// The messages of the log, each with its letter in front: "I message". A malformed log line is
+    /// returned whole, with "?" in front.
     QStringList log() const;
     /// Forgets host starts, browser addresses and log.
     void forget() const;

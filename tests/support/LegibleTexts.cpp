@@ -5,8 +5,8 @@
 
 #include <cstring>
 
-// A failed comparison shows its texts by these two functions. The toolkit's own escape every letter
-// beyond ASCII; these take their place in each test program, which the linker searches first.
+// A failed comparison prints its texts with these two functions. Qt's own escape every letter
+// beyond ASCII; these replace them in each test program, because the linker searches it first.
 
 namespace {
 
@@ -35,7 +35,7 @@ QByteArray Escaped(QChar character)
     }
 }
 
-/// One letter, which may take two characters, or an escape sequence. Moves \a i behind it.
+/// One letter, which may take two characters, or an escape sequence. Moves \a i past it.
 QByteArray Legible(QStringView text, int &i)
 {
     const QChar character = text.at(i++);

@@ -15,7 +15,7 @@ QStringList Memcheck::wrapper() const
         QStringLiteral("--errors-for-leak-kinds=definite"), QStringLiteral("--error-exitcode=99"),
         QStringLiteral("--num-callers=40"), QStringLiteral("--gen-suppressions=all"),
         QStringLiteral("--suppressions=" VALGRIND_SUPPRESSIONS),
-        // What a fork does before it executes another program does not count.
+        // Ignore what a fork does before it executes another program.
         QStringLiteral("--child-silent-after-fork=yes"), QStringLiteral("--log-file=") + logFile()};
 }
 

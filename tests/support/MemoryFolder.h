@@ -8,7 +8,7 @@
 #include <QString>
 
 /// The template of a QTemporaryDir in memory, where there is such a file system: for tests that
-/// sync thousands of files and do not care whether these outlive a loss of power.
+/// sync thousands of files and need not survive a power loss.
 inline QString MemoryFolder()
 {
     const QString memory = QStringLiteral("/dev/shm");

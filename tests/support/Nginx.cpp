@@ -63,7 +63,7 @@ bool Nginx::start(int bytesPerSecond)
         if (isUp()) {
             return true;
         }
-        (void)m_process.waitForFinished(10); // a pause that ends early when there is no hope
+        (void)m_process.waitForFinished(10); // a pause that ends early if nginx has ended
     }
     return false;
 }

@@ -8,7 +8,7 @@
 #include <QSslConfiguration>
 #include <QTemporaryDir>
 
-/// A web server of the test's own (nginx), at one port of 127.0.0.1 for its life.
+/// A private web server (nginx), at one port of 127.0.0.1 for its life.
 class Nginx {
 public:
     /// Takes \a port, or a free one for 0.
@@ -21,8 +21,7 @@ public:
     /// The address of root(), without a separator at the end.
     QString url() const;
 
-    /// Shows the certificate of \a tls, which holds its key, and speaks TLS from the next start()
-    /// on.
+    /// Uses TLS from the next start() on, with the certificate and key of \a tls.
     void encrypt(const QSslConfiguration &tls);
     /// Starts serving, with at most \a bytesPerSecond for each response; 0 means no limit. Returns
     /// false if it does not come up.
@@ -37,6 +36,6 @@ private:
 
     QTemporaryDir m_folder;
     quint16 m_port;
-    QByteArray m_encryption; // what follows the port in the configuration
+    QByteArray m_encryption; // follows the port in the configuration
     ChildProcess m_process;
 };

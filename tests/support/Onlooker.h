@@ -12,7 +12,7 @@ class Onlooker {
 public:
     explicit Onlooker(const HostBundle &bundle);
 
-    /// Returns false when there is no record: no session runs.
+    /// Returns false if there is no record, because no session runs.
     bool attach();
     void detach();
     /// The two bytes; empty when not attached.

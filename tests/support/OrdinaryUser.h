@@ -7,7 +7,8 @@
 
 #include <unistd.h>
 
-/// Makes the process an ordinary user while it lives, if root runs it: permissions count again.
+/// If the process runs as root, makes it an ordinary user while this object lives, so that
+/// permissions apply.
 class OrdinaryUser {
 public:
     OrdinaryUser()

@@ -23,7 +23,7 @@ bool Tell(const char *path, const QByteArray &text)
            file.write(text) == text.size();
 }
 
-/// A user namespace in which this process may do what root may, and is who it was.
+/// Enters a user namespace in which this process has root's rights and keeps its user number.
 bool EnterAsOrdinaryUser(int flags)
 {
     const QByteArray user = QByteArray::number(::geteuid());

@@ -3,14 +3,14 @@
 
 #pragma once
 
-/// What a process can have to itself. Values can be combined with |.
+/// What a process can have for itself. Values can be combined with |.
 enum OwnNamespace : unsigned {
     OwnMounts = 1U,  ///< mounts that nobody else sees
-    OwnNetwork = 2U, ///< the loopback device alone, on which every port is free and allowed
+    OwnNetwork = 2U, ///< only a loopback device, on which every port is free and allowed
     OwnIpc = 4U,     ///< shared memory and semaphores of System V, none at first
 };
 
-/// Moves this process, and all that it starts from now on, into namespaces of its own, which end
+/// Moves this process, and all that it starts from now on, into its own namespaces, which end
 /// with it.
 ///
 /// \a namespaces  OwnNamespace values, ored.

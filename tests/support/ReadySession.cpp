@@ -36,7 +36,7 @@ QString StartingShot::gate() const
 
 ReadySession::ReadySession(const HostBundle &bundle, const StartingShot &shot)
 {
-    // Only a program of its own can wait: the toolkit may hold this process until there is one.
+    // Only a separate program can wait: Qt may hold this process until the program has started.
     bundle.prepare(*this, bundle.environment());
     start(QStringLiteral("/bin/sh"),
           {QStringLiteral("-c"), QStringLiteral("echo; read -r _ <\"$0\"; exec \"$@\""),

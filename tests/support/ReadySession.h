@@ -19,16 +19,16 @@ public:
     Q_DISABLE_COPY(StartingShot)
 
     void fire();
-    /// The path of a file that a child process opens and that ends with the shot.
+    /// The path of a file that a child process opens and that ends when the shot is fired.
     QString gate() const;
 
 private:
     std::array<int, 2> m_pipe{-1, -1}; // its end is the shot
 };
 
-/// A process for a console session of a bundle, which begins with a shot.
+/// A process for a bundle's console session, which begins when the shot is fired.
 class ReadySession : public ChildProcess {
 public:
-    /// Returns when the process waits. \a shot lives at least until it has been fired.
+    /// Returns when the process waits. \a shot must live until it has been fired.
     ReadySession(const HostBundle &bundle, const StartingShot &shot);
 };

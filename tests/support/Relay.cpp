@@ -25,7 +25,7 @@ void Relay::take()
             client->disconnectFromHost();
             continue;
         }
-        auto *origin = new QTcpSocket(client); // whatever is written before it is connected waits
+        auto *origin = new QTcpSocket(client); // what is written before it is connected waits
         origin->connectToHost(QHostAddress::LocalHost, port);
         QObject::connect(client, &QTcpSocket::readyRead, origin,
                          [client, origin] { origin->write(client->readAll()); });

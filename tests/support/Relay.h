@@ -8,20 +8,20 @@
 
 class QTcpSocket;
 
-/// A loopback server that passes every connection on to another server, byte by byte, and can break
-/// off in the middle. It works while the thread that made it runs its event loop.
+/// A loopback server that forwards every connection to another server, byte by byte, and can break
+/// off in the middle. It works while the thread that created it runs its event loop.
 class Relay {
 public:
     static constexpr qint64 NoLimit = -1;
 
-    /// The first connection goes to the first of \a ports, the next one to the second, all further
-    /// ones to the last. A connection ends when \a limit bytes of answer have passed.
+    /// The first connection goes to the first of \a ports, the second to the second, and so on, and
+    /// all others to the last. A connection ends after \a limit bytes of answer.
     explicit Relay(QList<quint16> ports, qint64 limit = NoLimit);
 
     quint16 port() const { return m_server.serverPort(); }
     /// How many connections have come.
     int connections() const { return m_connections; }
-    /// How many bytes of answer have passed on all connections together.
+    /// How many bytes of answer have passed on all connections.
     qint64 passed() const { return m_passed; }
 
 private:

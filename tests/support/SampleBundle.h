@@ -14,7 +14,7 @@ struct SampleBundle {
     int resources = 3000; ///< files in Contents/Resources/data
 
     /// Lays the bundle out as the new folder \a bundle, such as ".../Sample.app", which is the
-    /// folder to publish. Every tenth resource and every program holds the version's text; the
+    /// folder to publish. Every tenth resource and every program contains the version's text; the
     /// other files are the same in every version. Modes do not depend on the umask. Aborts the test
     /// when that fails.
     void make(const QString &bundle) const;

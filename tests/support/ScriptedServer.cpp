@@ -20,7 +20,7 @@ namespace {
 
 constexpr int PollMs = 20;
 
-/// Accepts connections and gives their descriptors away.
+/// Accepts connections and hands their descriptors over.
 class AcceptingServer : public QTcpServer {
 public:
     explicit AcceptingServer(std::function<void(qintptr)> take) : m_take(std::move(take)) {}
@@ -49,7 +49,7 @@ ScriptedConnection::ScriptedConnection(QTcpSocket &socket, const std::function<b
 bool ScriptedConnection::send(const QByteArray &bytes)
 {
     if (m_socket.write(bytes) != bytes.size()) {
-        return false; // it has gone since the last look
+        return false; // the peer has gone meanwhile
     }
     while (m_socket.bytesToWrite() > 0) {
         if (m_stopped() || m_socket.state() != QAbstractSocket::ConnectedState) {

@@ -18,7 +18,8 @@ class ScriptedConnection {
 public:
     ScriptedConnection(QTcpSocket &socket, const std::function<bool()> &stopped);
 
-    /// Sends exactly these bytes and waits until the system took them. False when the peer is gone.
+    /// Sends exactly these bytes and waits until the system has taken them. False when the peer is
+    /// gone.
     bool send(const QByteArray &bytes);
     /// Waits; returns early when the server stops or the peer has gone away.
     void pause(int milliseconds);
@@ -29,8 +30,8 @@ public:
     /// Resets the connection, discarding what is still in transit.
     void reset();
 
-    /// Returns one whole request, head and body as the head's Content-Length says; empty when the
-    /// peer has gone away or the server stops.
+    /// Returns one whole request, with the body that the head's Content-Length announces; empty if
+    /// the peer has gone away or the server stops.
     QByteArray readRequest();
 
 private:
@@ -39,8 +40,8 @@ private:
     QByteArray m_buffer;
 };
 
-/// A loopback server that sends exactly the bytes a test tells it to, and remembers what it was
-/// asked. It runs on threads of its own, so a test may block while it serves.
+/// A loopback server that sends exactly the bytes a test chooses, and records the requests. It runs
+/// on its own threads, so a test may block while it serves.
 class ScriptedServer {
 public:
     /// Called once for every request that has arrived whole, on the connection's thread. When it
@@ -48,7 +49,7 @@ public:
     using Handler = std::function<void(ScriptedConnection &connection, const QByteArray &request)>;
 
     /// Listens on 127.0.0.1 at \a port, or at a free one for 0. With a \a tls configuration that
-    /// holds a certificate, connections are encrypted. Aborts the test when the port is taken.
+    /// contains a certificate, connections are encrypted. Aborts the test when the port is taken.
     explicit ScriptedServer(Handler handler, quint16 port = 0,
                             const QSslConfiguration &tls = QSslConfiguration());
     /// Ends every connection and waits for its threads.

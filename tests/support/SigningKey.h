@@ -8,10 +8,10 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// A key pair of the real minisign, without a pass phrase, which goes with the object.
+/// A key pair of the real minisign, without a pass phrase; removed with the object.
 class SigningKey {
 public:
-    /// Makes a new pair. Aborts the test when minisign does not.
+    /// Makes a new pair. Aborts the test if minisign fails.
     SigningKey();
     Q_DISABLE_COPY(SigningKey)
 
@@ -21,7 +21,7 @@ public:
     /// The path of the secret key.
     QString secretKey() const;
 
-    /// The command that signs the file whose path is put behind it, as publish_update takes it.
+    /// The signing command as publish_update expects it: the file's path is appended to it.
     QString command() const;
 
     /// The same as a program and its arguments, with more \a options of minisign.

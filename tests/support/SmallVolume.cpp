@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int Names = 200; // that the volume has for files and folders
+constexpr int Names = 200; // for files and folders on the volume
 
 struct statvfs Free(const QString &folder)
 {
@@ -23,7 +23,7 @@ struct statvfs Free(const QString &folder)
     return state;
 }
 
-/// Makes a file of zeros that takes its room at once.
+/// Makes a file of zeros that takes its space at once.
 void Allocate(const QString &path, off_t bytes)
 {
     const int handle = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT, 0600);

@@ -5,11 +5,11 @@
 
 #include <QString>
 
-/// A volume of its own in memory (tmpfs), mounted on a folder, that can be filled up. Linux only.
+/// A volume in memory (tmpfs), mounted on a folder, that can be filled up. Linux only.
 class SmallVolume {
 public:
-    /// Mounts it on an existing folder, for which the process must have mounts of its own
-    /// (EnterOwnNamespaces()). Aborts the test when that fails.
+    /// Mounts it on an existing folder; the process must have its own mounts
+    /// (EnterOwnNamespaces()). Aborts the test if that fails.
     SmallVolume(const QString &folder, int mebibytes);
     ~SmallVolume();
     Q_DISABLE_COPY(SmallVolume)

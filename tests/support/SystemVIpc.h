@@ -14,8 +14,8 @@ QList<QByteArray> Semaphores();
 /// Removes all semaphores of this process's namespace.
 void RemoveSemaphores();
 
-/// Removes the semaphores that were made and never set, and returns how many there were.
+/// Removes the semaphores that were created and never set, and returns how many there were.
 ///
-/// The toolkit makes a semaphore in two steps. A process that is killed between them leaves one
-/// with value 0, and everybody who comes later waits for it forever.
+/// Qt makes a semaphore in two steps. A process that is killed between them leaves one with value
+/// 0, and every later process waits for it forever.
 int RemoveHalfMadeSemaphores();

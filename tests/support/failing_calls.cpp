@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 /// \file
-/// A library to be preloaded (LD_PRELOAD): calls that change files below a folder are counted, and
-/// chosen ones fail without doing anything. Told by the environment, see FailingCalls.cpp; the
-/// count goes on in processes that are started meanwhile.
+/// A library to preload (LD_PRELOAD): calls that change files below a folder are counted, and
+/// chosen ones fail without doing anything. Environment variables configure it, see
+/// FailingCalls.cpp; processes that the program starts continue the count.
 
 #include "tests/support/failing_calls.h"
 
@@ -36,7 +36,7 @@ std::string Environment(const char *name)
     return value ? value : "";
 }
 
-/// What the environment tells, once in a process.
+/// The configuration in the environment, read once in a process.
 struct Settings {
     Settings()
         : under(Environment("FAILING_CALLS_UNDER")), kinds(Environment("FAILING_CALLS_KINDS")),
@@ -156,7 +156,7 @@ bool Fails(const char *kind, const std::string &path, bool isUsual)
         const long number = ++*told.count;
         fails = told.number > 0 && (told.isOnwards ? number >= told.number : number == told.number);
         Note(kind, path, fails);
-        if (fails && told.error < 0) { // a signal instead, before the call goes its way
+        if (fails && told.error < 0) { // a signal instead, before the call
             (void)::kill(::getpid(), -told.error);
             fails = false;
         }
@@ -185,7 +185,7 @@ bool FailsToOpen(int folder, const char *path, int flags)
 
 int Open(int folder, const char *path, int flags, mode_t mode)
 {
-    // There is one call below all of the library's functions.
+    // All functions of the library use this one call.
     return FailsToOpen(folder, path, flags)
                ? -1
                : static_cast<int>(::syscall(SYS_openat, folder, path, flags, mode));
@@ -199,7 +199,7 @@ std::FILE *OpenStream(const char *path, const char *mode, const char *name)
 
 } // namespace
 
-// The system's own declarations have attributes and exceptions that differ from one to the other.
+// The system's own declarations differ in attributes and exception specifications.
 #pragma GCC diagnostic ignored "-Wmissing-attributes"
 
 extern "C" {
@@ -240,7 +240,7 @@ int openat64(int folder, const char *path, int flags, ...)
     return Open(folder, path, flags | O_LARGEFILE, mode);
 }
 
-int __open_2(const char *path, int flags) // what open() without a mode is with checks of its own
+int __open_2(const char *path, int flags) // open() without a mode, in fortified builds
 {
     return Open(AT_FDCWD, path, flags, 0);
 }
@@ -342,7 +342,7 @@ int syncfs(int descriptor) noexcept
 
 int sync_file_range(int descriptor, off64_t from, off64_t length, unsigned flags)
 {
-    // One that only begins to write promises nothing.
+    // A call that only begins to write promises nothing.
     const bool isWait = flags != SYNC_FILE_RANGE_WRITE;
     return isWait && Fails("sync", PathOf(descriptor))
                ? -1

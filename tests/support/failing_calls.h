@@ -9,24 +9,27 @@
 /// \file
 /// What the functions of the preloaded library have in common. Hidden from the program.
 
-namespace failing_calls __attribute__((visibility("hidden")))
+#pragma GCC visibility push(hidden)
+
+namespace failing_calls {
+
+/// Returns the path of an open file; errno may change.
+std::string PathOf(int descriptor);
+/// Returns the path that a call means with a folder and a path; errno may change.
+std::string PathOf(int folder, const char *path);
+
+/// Counts a call. Returns whether it is to fail, and sets errno then; errno stays otherwise.
+///
+/// \a isUsual  it is counted also when no kinds were chosen.
+bool Fails(const char *kind, const std::string &path, bool isUsual = true);
+
+/// Returns the function of the system that this library stands before.
+template <typename Function>
+Function *Next(Function * /*same*/, const char *name)
 {
+    return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
+}
 
-    /// Returns the path of an open file; errno may change.
-    std::string PathOf(int descriptor);
-    /// Returns the path that a call means with a folder and a path; errno may change.
-    std::string PathOf(int folder, const char *path);
+} // namespace failing_calls
 
-    /// Counts a call. Returns whether it is to fail, and sets errno then; errno stays otherwise.
-    ///
-    /// \a isUsual  it is counted also when no kinds were chosen.
-    bool Fails(const char *kind, const std::string &path, bool isUsual = true);
-
-    /// Returns the function of the system that this library stands before.
-    template <typename Function>
-    Function *Next(Function * /*same*/, const char *name)
-    {
-        return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
-    }
-
-} // namespace )
+#pragma GCC visibility pop

@@ -2,12 +2,12 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# isolated.sh PROGRAM [ARGUMENT...]: runs a test in an environment of its own. The program sees its own HOME,
-# TMPDIR, XDG_RUNTIME_DIR and working directory, which are removed at the end, and none of the caller's
-# environment but PATH and the options of the sanitizers and the coverage counters.
+# isolated.sh PROGRAM [ARGUMENT...]: runs a test in its own environment. The program sees its own HOME, TMPDIR,
+# XDG_RUNTIME_DIR and working directory, which are removed at the end. Of the caller's environment it sees only PATH
+# and the options of the sanitizers and the coverage counters.
 #
-# Whatever a sanitizer reports in the program or in one that it started, killed ones included, is
-# printed at the end and makes the test fail.
+# Whatever a sanitizer reports in the program or in one that it started, even a killed one, is printed at the end
+# and makes the test fail.
 set -u
 
 support=$(cd "$(dirname "$0")" && pwd)
@@ -19,14 +19,14 @@ mkdir "$root/home" "$root/tmp" "$root/work" && mkdir -m 0700 "$root/run" || exit
 mkdir -m 1777 "$root/reports" || exit 99
 cd "$root/work" || exit 99
 
-# Shared-memory segments left behind by killed sessions would block whoever gets the same key by chance: where
-# the system allows it, each test starts without any and takes its own with it.
+# Shared-memory segments left behind by killed sessions would block later tests that get the same key by chance.
+# Where the system allows it, each test starts without any and removes its own.
 own_ipc=
 unshare --ipc true 2>/dev/null && own_ipc='unshare --ipc'
 
 report="log_path=$root/reports/report"
-# What Qt frees or copies on one thread after another thread handed it over looks like a race, because QMutex
-# is not instrumented: such accesses by library functions are ignored, our own locks and threads are not.
+# Data that Qt hands from one thread to another looks like a race, because QMutex is not instrumented. Such accesses
+# by library functions are ignored; our own locks and threads are not.
 tsan="ignore_interceptors_accesses=1:suppressions=$support/tsan.supp:print_suppressions=0"
 env -i \
   PATH="$PATH" \

@@ -14,7 +14,7 @@
 /// KiB. Exits with the program's exit code, or with 128 plus the number of the signal that ended
 /// it.
 ///
-/// A small program of its own, because the memory of a process before exec counts for the new
+/// A separate small program, because the memory of a process before exec counts for the new
 /// program too.
 
 namespace {

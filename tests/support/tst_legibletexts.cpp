@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// What a failed comparison shows of its texts.
+/// How a failed comparison prints its texts.
 class tst_LegibleTexts : public QObject {
     Q_OBJECT
 
