@@ -85,15 +85,23 @@ void tst_Gallery::program_run_makesAllPicturesAndTellsWhatIsOther()
 {
     const QTemporaryDir temporary;
     const QDir folder(temporary.filePath(QStringLiteral("new/folder")));
-    savePicture(QDir(temporary.path()), QStringLiteral("notice-1x.png"), Qt::red);
-    savePicture(QDir(temporary.path()), QStringLiteral("of-old-1x.png"), Qt::red);
-    const Run run = gallery({folder.path(), QStringLiteral("--against"), temporary.path()});
+    const QDir former(temporary.path());
+    QCOMPARE(gallery({QStringLiteral("--look"), QStringLiteral("dark"), former.path()}).exitCode,
+             0);
+    QImage red(556, 341, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    QVERIFY(red.save(former.filePath(QStringLiteral("icon-dark.png"))));
+    savePicture(former, QStringLiteral("notice-dark.png"), Qt::red);
+    savePicture(former, QStringLiteral("of-old-dark.png"), Qt::red);
+    const Run run = gallery({folder.path(), QStringLiteral("--against"), former.path()});
     QCOMPARE(run.errors, QString());
     QCOMPARE(run.exitCode, 0);
     const QStringList told = run.output.split(QLatin1Char('\n'));
-    QVERIFY(told.contains(QStringLiteral("changed  notice-1x.png (another size)")));
-    QVERIFY(told.contains(QStringLiteral("gone     of-old-1x.png")));
+    QVERIFY(told.contains(QStringLiteral("changed  icon-dark.png (100.00 % of its pixels)")));
+    QVERIFY(told.contains(QStringLiteral("changed  notice-dark.png (another size)")));
+    QVERIFY(told.contains(QStringLiteral("gone     of-old-dark.png")));
     QVERIFY(told.contains(QStringLiteral("new      notice-3x.png")));
+    QVERIFY(!run.output.contains(QLatin1String("error-dark.png")));
     QVERIFY(QImage(folder.filePath(QStringLiteral("contact-sheet.png"))).width() > 3000);
     // The page shows each of them, and nothing else is there.
     QFile page(folder.filePath(QStringLiteral("index.html")));
