@@ -23,7 +23,7 @@ bool HasOwner(const struct stat &about, const PlannedEntry &entry)
     return about.st_uid == entry.user && about.st_gid == entry.group;
 }
 
-/// The mode that a new file has and an owner's change may take bits of.
+/// The mode to set: a new file has another one, and a change of owner clears bits.
 mode_t WantedMode(const struct stat &about, const PlannedEntry &entry)
 {
     return entry.mode < 0 ? about.st_mode & ModeBits : static_cast<mode_t>(entry.mode);
@@ -37,7 +37,9 @@ bool SettleEntry(int folder, const char *name, const PlannedEntry &entry)
     if (::fstatat(folder, name, &about, AT_SYMLINK_NOFOLLOW) != 0) {
         return false;
     }
-    if (IsSettled(about, entry) && (HasOwner(about, entry) || about.st_nlink > 1)) {
+    // A shared file keeps its group: changing it would need a copy.
+    const bool isShared = !S_ISDIR(about.st_mode) && about.st_nlink > 1;
+    if (IsSettled(about, entry) && (HasOwner(about, entry) || isShared)) {
         return true;
     }
     const mode_t mode = WantedMode(about, entry);

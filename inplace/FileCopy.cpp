@@ -55,6 +55,16 @@ bool CopyContent(int from, int to)
     }
 }
 
+/// The times of access and of the last change.
+std::array<timespec, 2> TimesOf(const struct stat &about)
+{
+#ifdef __APPLE__
+    return {about.st_atimespec, about.st_mtimespec};
+#else
+    return {about.st_atim, about.st_mtim};
+#endif
+}
+
 bool CopyFile(int fromFolder, const char *name, int toFolder, const char *newName, bool withMode)
 {
     const Descriptor from(
@@ -67,11 +77,7 @@ bool CopyFile(int fromFolder, const char *name, int toFolder, const char *newNam
         !CopyContent(from.number(), to.number())) {
         return false;
     }
-#ifdef __APPLE__
-    const std::array<timespec, 2> times{about.st_atimespec, about.st_mtimespec};
-#else
-    const std::array<timespec, 2> times{about.st_atim, about.st_mtim};
-#endif
+    const std::array<timespec, 2> times = TimesOf(about);
     (void)::futimens(to.number(), times.data()); // the time is not part of a release
     if (withMode && ::fchmod(to.number(), about.st_mode & 0777U) != 0) {
         return false;
@@ -108,6 +114,20 @@ bool PutEntry(int from, int to, const char *name)
     }
     errno = error;
     return false;
+}
+
+bool IsUpToDate(const QByteArray &put, const QByteArray &original)
+{
+    struct stat here {};
+    struct stat there {};
+    if (::lstat(put.constData(), &here) != 0 || ::lstat(original.constData(), &there) != 0) {
+        return false;
+    }
+    const timespec copied = TimesOf(here).at(1);
+    const timespec now = TimesOf(there).at(1);
+    return (here.st_dev == there.st_dev && here.st_ino == there.st_ino) ||
+           (here.st_size == there.st_size && copied.tv_sec == now.tv_sec &&
+            copied.tv_nsec == now.tv_nsec);
 }
 
 bool CopyInPlace(int folder, const char *name)

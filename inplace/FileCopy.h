@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <QByteArray>
+
 /// \file
 /// Adds files and links to a second tree. Folders are open handles, names single components.
 /// A false result leaves the reason in errno. Callable on any thread.
@@ -11,6 +13,10 @@
 /// under the same name, which must be free: as a hard link, or as a copy if the volume or the
 /// system refuses that.
 bool PutEntry(int from, int to, const char *name);
+
+/// Whether the regular file \a put, made by PutEntry() from \a original, still has its content: it
+/// is the same file, or a copy of the same size and time.
+bool IsUpToDate(const QByteArray &put, const QByteArray &original);
 
 /// Replaces the regular file \a name by a copy of itself, so that it no longer shares its content
 /// with any other name. The copy has the original's times and a mode for its owner only.

@@ -4,6 +4,7 @@
 #include "inplace/NewTree.h"
 
 #include "app/FileNames.h"
+#include "inplace/FileCopy.h"
 #include "inplace/Preconditions.h"
 #include "inplace/Staging.h"
 #include "inplace/TreeBuild.h"
@@ -142,8 +143,17 @@ Problem NewTree::putManifest() const
 
 bool NewTree::isCurrent() const
 {
+    const QByteArray install = QFile::encodeName(m_layout.install);
+    const QByteArray next = QFile::encodeName(m_layout.next);
     TreeEntries now;
-    return ListTree(QFile::encodeName(m_layout.install), now).isEmpty() && IsSameTree(m_there, now);
+    if (!ListTree(install, now).isEmpty() || !IsSameTree(m_there, now)) {
+        return false;
+    }
+    // Where files cannot be linked, the user may have changed one since it was copied.
+    return std::all_of(m_plan.cbegin(), m_plan.cend(), [&](const PlannedEntry &entry) {
+        return entry.from != PlannedEntry::From::User || entry.kind != EntryKind::File ||
+               IsUpToDate(next + '/' + entry.path, install + '/' + entry.path);
+    });
 }
 
 bool NewTree::isAsInstalled()

@@ -17,7 +17,7 @@ namespace {
 
 constexpr uid_t Nobody = 65534;
 
-/// Runs the program as another user than root.
+/// Runs the program as a user other than root.
 const QStringList AsNobody{QStringLiteral("setpriv"), QStringLiteral("--reuid=65534"),
                            QStringLiteral("--regid=65534"), QStringLiteral("--clear-groups")};
 
@@ -37,7 +37,7 @@ void Give(const QString &folder, uid_t user)
 QString NotOf(const QString &folder, uid_t user)
 {
     TreeEntries entries;
-    (void)ListTree(Bytes(folder), entries); // an empty list shows in the test that follows
+    (void)ListTree(Bytes(folder), entries); // the caller's test notices an empty list
     for (const TreeEntry &entry : entries) {
         if (entry.about.st_uid != user || entry.about.st_gid != user) {
             return QFile::decodeName(entry.path);
@@ -48,8 +48,8 @@ QString NotOf(const QString &folder, uid_t user)
 
 } // namespace
 
-/// What stands in the way of an update: each is refused before a file is asked for, with its own
-/// word, and changes nothing.
+/// Obstacles to an update: each is refused before a file is requested, with its own word, and
+/// nothing changes.
 class tst_InplaceObstacles : public QObject {
     Q_OBJECT
 
@@ -71,7 +71,9 @@ private slots:
     void root_stagingOfOthers_isRefused();
     void root_filesStayTheirOwners();
     void user_updatesWhatIsTheirs();
+    void user_foldersKeepTheirGroup();
     void user_filesOfOthers_areReplacedByCopies();
+    void copiedFile_changedMeanwhile_isCopiedAgain();
     void special_filesAtListedPaths_hangNothing();
     void immutable_file_isNoObstacleBeforeTheExchange();
     void lock_ofTheFileSystem_isNotNeeded();
@@ -258,7 +260,7 @@ void tst_InplaceObstacles::room_forTheChangedFilesIsEnough()
     QCOMPARE(::umount(parent.constData()), 0);
 }
 
-/// A volume that refuses a name, as some refuse ':' and '*', stood in for by a call that fails.
+/// A volume that refuses a name, as some refuse ':' and '*', simulated by a failing call.
 void tst_InplaceObstacles::names_unstorable_areRefused()
 {
     TestRelease release = InplaceStage::newRelease();
@@ -322,7 +324,30 @@ void tst_InplaceObstacles::user_updatesWhatIsTheirs()
     QCOMPARE(NotOf(m_stage->install, Nobody), QString());
 }
 
-/// A file that may be read but not linked, as the system's own protection of links has it.
+void tst_InplaceObstacles::user_foldersKeepTheirGroup()
+{
+    if (::geteuid() != 0) {
+        QSKIP("Only root can become another user.");
+    }
+    constexpr gid_t group = 54321;
+    QVERIFY(QDir().mkpath(m_stage->staging));
+    Give(m_stage->temporary.path(), Nobody);
+    QCOMPARE(QProcess::execute(QStringLiteral("chgrp"),
+                               {QStringLiteral("-hR"), QString::number(group), m_stage->install}),
+             0);
+    InplaceProgram program(m_stage->arguments());
+    program.prefix({QStringLiteral("setpriv"), QStringLiteral("--reuid=65534"),
+                    QStringLiteral("--regid=65534"), QStringLiteral("--groups=54321")});
+    QCOMPARE(program.run(), 0);
+    TreeEntries entries;
+    QCOMPARE(ListTree(Bytes(m_stage->install), entries), QString());
+    for (const TreeEntry &entry : entries) {
+        QVERIFY2(entry.kind != EntryKind::Folder || entry.about.st_gid == group,
+                 entry.path.constData());
+    }
+}
+
+/// A file that may be read but not linked, under the system's own protection of links.
 void tst_InplaceObstacles::user_filesOfOthers_areReplacedByCopies()
 {
     if (::geteuid() != 0) {
@@ -356,16 +381,44 @@ void tst_InplaceObstacles::immutable_file_isNoObstacleBeforeTheExchange()
     if (::geteuid() != 0 || QProcess::execute(chattr, {QStringLiteral("+i"), path}) != 0) {
         QSKIP("No file can be made immutable here.");
     }
-    const QString code = m_stage->run(); // it cannot be linked, but copied
+    const QString code = m_stage->run(); // it can be copied, but not linked
     const QString now = m_stage->parent + QStringLiteral("/.Sample#previous/same");
     QCOMPARE(QProcess::execute(chattr, {QStringLiteral("-i"), now}), 0);
     QCOMPARE(code, QStringLiteral("updated"));
     QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());
 }
 
+/// A file that may only be appended to cannot be linked, so the new tree has a copy of it.
+void tst_InplaceObstacles::copiedFile_changedMeanwhile_isCopiedAgain()
+{
+    const QString path = m_stage->install + QStringLiteral("/mine");
+    WriteFile(path, "before");
+    const QString chattr = QStringLiteral("chattr");
+    if (::geteuid() != 0 || QProcess::execute(chattr, {QStringLiteral("+a"), path}) != 0) {
+        QSKIP("No file can be made append-only here.");
+    }
+    FailingCalls calls(m_stage->parent + QStringLiteral("/.Sample#new"), {QStringLiteral("sync")});
+    InplaceProgram program(m_stage->arguments());
+    program.prefix(calls.signalBefore(3, SIGSTOP)); // two for the manifest, then the whole tree
+    program.start();
+    const QString state = QStringLiteral("/proc/%1/stat").arg(program.processId());
+    QTRY_VERIFY_WITH_TIMEOUT(ReadFile(state).contains(") T "), 20000);
+    const bool isCopied = QFile::exists(m_stage->parent + QStringLiteral("/.Sample#new/mine"));
+    QFile file(path);
+    const bool isWritten = file.open(QIODevice::Append) && file.write(" and after") > 0;
+    file.close();
+    QVERIFY(program.send(SIGCONT));
+    QVERIFY(program.waitForEnd());
+    const QString former = m_stage->parent + QStringLiteral("/.Sample#previous/mine");
+    QCOMPARE(QProcess::execute(chattr, {QStringLiteral("-a"), former}), 0);
+    QVERIFY(isCopied && isWritten);
+    QCOMPARE(program.code(), QStringLiteral("updated"));
+    QCOMPARE(ReadFile(path), QByteArray("before and after"));
+}
+
 void tst_InplaceObstacles::lock_ofTheFileSystem_isNotNeeded()
 {
-    // What a killed run leaves of its lock is no obstacle, whoever has its number now.
+    // The lock file of a killed run is no obstacle, whichever process has its number now.
     WriteFile(m_stage->parent + QStringLiteral("/.Sample#lock"), "");
     QVERIFY(QDir().mkpath(m_stage->staging));
     WriteFile(m_stage->staging + QStringLiteral("/inplace_update#lock"),
