@@ -38,7 +38,7 @@ function(updater_configure_target target)
         CXX_STANDARD 17
         CXX_STANDARD_REQUIRED ON
         CXX_EXTENSIONS OFF)
-    if(NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(tests|examples)/")
+    if(NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(tests|examples)(/|$)")
         set_target_properties(${target} PROPERTIES UPDATER_COUNTED ON)
     endif()
 endfunction()

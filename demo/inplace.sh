@@ -1,9 +1,9 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# To be sourced by ./run: the whole story of updates in place, with real windows. Signed releases of a
-# bundle are published; it is updated, put back, and updated again while things go wrong. Each time the
-# difference to the release is told. Needs the stage.
+# Sourced by ./run: shows updates in place with real windows. Signed releases of a bundle are published;
+# it is updated, put back, and updated again while things go wrong. Each time the difference from the
+# release is printed. Needs the stage.
 
 bundle=           # the installed Sample.app
 pictures=0

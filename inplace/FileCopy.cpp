@@ -5,6 +5,8 @@
 
 #include "inplace/VolumeCalls.h"
 #include "release/Descriptor.h"
+#include "release/FileCalls.h"
+#include "release/SystemCalls.h"
 
 #include <array>
 #include <cerrno>
@@ -20,23 +22,6 @@ constexpr mode_t WhileCopying = 0600;
 constexpr auto PartName = "inplace_update#part"; // no release can contain it
 constexpr std::size_t BlockSize = 0x40000;
 
-bool WriteBlock(int to, const char *block, ssize_t length)
-{
-    // Continue after a short write so that the error surfaces.
-    while (length > 0) {
-        const ssize_t written = ::write(to, block, static_cast<std::size_t>(length));
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            return false;
-        }
-        block += written;
-        length -= written;
-    }
-    return true;
-}
-
 bool CopyContent(int from, int to)
 {
     if (CloneContent(from, to)) {
@@ -48,21 +33,13 @@ bool CopyContent(int from, int to)
         if (length == 0) {
             return true;
         }
-        if ((length < 0 && errno != EINTR) ||
-            (length > 0 && !WriteBlock(to, block.data(), length))) {
+        if (length < 0 && errno == EINTR) {
+            continue;
+        }
+        if (length < 0 || !WriteAll(to, block.data(), static_cast<std::size_t>(length))) {
             return false;
         }
     }
-}
-
-/// The times of access and of the last change.
-std::array<timespec, 2> TimesOf(const struct stat &about)
-{
-#ifdef __APPLE__
-    return {about.st_atimespec, about.st_mtimespec};
-#else
-    return {about.st_atim, about.st_mtim};
-#endif
 }
 
 bool CopyFile(int fromFolder, const char *name, int toFolder, const char *newName, bool withMode)
@@ -77,7 +54,7 @@ bool CopyFile(int fromFolder, const char *name, int toFolder, const char *newNam
         !CopyContent(from.number(), to.number())) {
         return false;
     }
-    const std::array<timespec, 2> times = TimesOf(about);
+    const std::array<timespec, 2> times{AccessTime(about), ModificationTime(about)};
     (void)::futimens(to.number(), times.data()); // the time is not part of a release
     if (withMode && ::fchmod(to.number(), about.st_mode & 0777U) != 0) {
         return false;
@@ -123,8 +100,8 @@ bool IsUpToDate(const QByteArray &put, const QByteArray &original)
     if (::lstat(put.constData(), &here) != 0 || ::lstat(original.constData(), &there) != 0) {
         return false;
     }
-    const timespec copied = TimesOf(here).at(1);
-    const timespec now = TimesOf(there).at(1);
+    const timespec copied = ModificationTime(here);
+    const timespec now = ModificationTime(there);
     return (here.st_dev == there.st_dev && here.st_ino == there.st_ino) ||
            (here.st_size == there.st_size && copied.tv_sec == now.tv_sec &&
             copied.tv_nsec == now.tv_nsec);

@@ -7,20 +7,41 @@
 #include "platform/VersionNumber.h"
 #include "release/Descriptor.h"
 #include "release/ReleaseSignature.h"
+#include "release/SystemCalls.h"
 
 #include <QFile>
+#include <QObject>
+
+#include <cerrno>
+#include <sys/stat.h>
 
 namespace {
 
+const QString BundleList = QStringLiteral("/Contents/Info.plist");
+
 void ReadPropertyList(const QString &install, InstalledRelease &installed)
 {
-    const QByteArray path = QFile::encodeName(install + QStringLiteral("/Contents/Info.plist"));
+    const QByteArray path = QFile::encodeName(install + BundleList);
     const InfoPlist list = ReadInfoPlist(path.toStdString());
     installed.identifier = QString::fromStdString(list.identifier.value_or(std::string()));
     if (list.version) {
         installed.listNumber = VersionNumber(list.version->c_str());
         installed.versionString = QString::fromStdString(*list.version);
     }
+}
+
+/// Tells whether a file that seems to be missing, or empty, may be something else. Returns why.
+QString DoubtAbout(const QString &path)
+{
+    struct stat about {};
+    if (::lstat(QFile::encodeName(path).constData(), &about) != 0) {
+        const bool isMissing = errno == ENOENT || errno == ENOTDIR;
+        const QString reason = SystemError();
+        return isMissing ? QString() : QObject::tr("%1无法读取:%2").arg(path, reason);
+    }
+    const bool isReadable =
+        S_ISREG(about.st_mode) && about.st_size > 0 && about.st_size < TooLargeManifest;
+    return isReadable ? QObject::tr("%1无法读取").arg(path) : QString();
 }
 
 } // namespace
@@ -45,6 +66,12 @@ InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content,
     const QString path = layout.manifestPath(installed.isBundle);
     installed.content = ReadSmall(path, TooLargeManifest);
     installed.signature = ReadSmall(SignaturePath(path), TooLargeSignature);
+    if (installed.content.isEmpty()) {
+        installed.unreadable = DoubtAbout(path);
+    }
+    if (!installed.isBundle && installed.unreadable.isEmpty()) {
+        installed.unreadable = DoubtAbout(layout.install + BundleList);
+    }
     if (!content.isEmpty() && installed.content == content) {
         installed.manifest = manifest;
         installed.hasManifest = true;

@@ -19,6 +19,7 @@ struct InstalledRelease {
     QByteArray content;       ///< of the installed manifest
     QByteArray signature;     ///< beside it; may be empty
     ReleaseManifest manifest; ///< with hasManifest
+    QString unreadable;       ///< why something that is there could not be read; usually empty
 
     /// The higher of the two version numbers, if any is known.
     std::optional<int> number() const;
@@ -26,7 +27,8 @@ struct InstalledRelease {
     const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
 };
 
-/// Reads what \a layout names. Anything missing or unusable counts as unknown.
+/// Reads what \a layout names. Anything missing or unusable counts as unknown, but not what the
+/// system fails to read: then the result tells of it, and nothing may be concluded from it.
 ///
 /// \a content, \a manifest  a manifest that was read already, or nothing. If it is the installed
 ///                          one it is not read again, which saves half the time when there is

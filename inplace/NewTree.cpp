@@ -32,6 +32,15 @@ bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
                       });
 }
 
+/// A volume that fills up meanwhile shows in other ways first.
+Problem OrNoRoom(const Problem &problem, const Layout &layout,
+                 const std::vector<const PlannedEntry *> &fetched)
+{
+    const bool isSuspect = problem.end == End::Download || problem.end == End::Verification;
+    const Problem room = isSuspect && !fetched.empty() ? RoomProblem(layout, fetched) : Problem();
+    return room ? room : problem;
+}
+
 } // namespace
 
 NewTree::NewTree(const UpdateOptions &options, const Layout &layout,
@@ -45,6 +54,9 @@ Problem NewTree::make(Source source)
 {
     const QByteArray install = QFile::encodeName(m_layout.install);
     const QByteArray next = QFile::encodeName(m_layout.next);
+    if (!m_installed.unreadable.isEmpty()) {
+        return {End::Storage, m_installed.unreadable}; // or files would be taken for the user's
+    }
     const QString reason = ListTree(install, m_there);
     if (!reason.isEmpty()) {
         return {End::Storage, reason};
@@ -70,7 +82,10 @@ Problem NewTree::make(Source source)
     if (!problem) {
         problem = build.finish(install);
     }
-    return problem ? problem : VerifyTree(next, m_plan, isInside, m_hashed);
+    if (!problem) {
+        problem = VerifyTree(next, m_plan, isInside, m_hashed);
+    }
+    return OrNoRoom(problem, m_layout, build.missing());
 }
 
 /// Gets the files of the release, from the nearest place first.

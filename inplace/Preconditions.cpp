@@ -12,6 +12,7 @@
 #include <QObject>
 
 #include <cerrno>
+#include <climits>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -32,6 +33,15 @@ bool IsStuck(const struct stat &parent, const struct stat &install)
     const uid_t user = ::geteuid();
     return (parent.st_mode & S_ISVTX) != 0 && user != 0 && user != parent.st_uid &&
            user != install.st_uid;
+}
+
+/// Whether the system cannot take a name or a path of this length.
+bool IsTooLong(const QString &folder, const QString &path)
+{
+    const QByteArray bytes = QFile::encodeName(path);
+    const long most = ::pathconf(QFile::encodeName(folder).constData(), _PC_NAME_MAX);
+    const int name = bytes.size() - bytes.lastIndexOf('/') - 1;
+    return bytes.size() >= PATH_MAX || (most > 0 && name > most);
 }
 
 QString StagingOwnerReason(const QString &path)
@@ -68,7 +78,8 @@ Problem InstallProblem(const Layout &layout)
         !Look(layout.parent, parent)) {
         return {End::Folders, QObject::tr("安装目录%1不存在").arg(layout.install)};
     }
-    if (install.st_dev != parent.st_dev || IsMountPoint(QFile::encodeName(layout.install))) {
+    if (install.st_dev != parent.st_dev ||
+        IsMountPoint(QFile::encodeName(layout.install).constData())) {
         return {End::MountPoint, QObject::tr("安装目录%1是一个卷，无法替换").arg(layout.install)};
     }
     if (layout.install.contains(QLatin1String("/AppTranslocation/"))) {
@@ -84,6 +95,14 @@ Problem InstallProblem(const Layout &layout)
     if (::access(QFile::encodeName(layout.parent).constData(), W_OK | X_OK) != 0 ||
         IsStuck(parent, install)) {
         return {End::NotWritable, QObject::tr("目录%1无法写入").arg(layout.parent)};
+    }
+    // The longest names of those that are only needed after the exchange.
+    for (const QString &path :
+         {layout.previous, layout.state + QStringLiteral("/previous.minisig#part"),
+          SignaturePath(layout.manifestPath(true)) + QStringLiteral("#part")}) {
+        if (IsTooLong(layout.parent, path)) {
+            return {End::Names, QObject::tr("文件名%1过长").arg(path)};
+        }
     }
     return {};
 }
@@ -106,12 +125,13 @@ Problem MakeStaging(const Layout &layout)
 
 Problem InnerVolumeProblem(const Layout &layout, const TreeEntries &there)
 {
-    struct stat install {};
-    (void)Look(layout.install, install); // it was just there
+    const QByteArray install = QFile::encodeName(layout.install);
+    struct stat root {};
+    (void)Look(layout.install, root); // it was just there
     for (const TreeEntry &entry : there) {
         if (entry.kind == EntryKind::Folder &&
-            (entry.about.st_dev != install.st_dev ||
-             IsMountPoint(QFile::encodeName(layout.install) + '/' + entry.path))) {
+            (entry.about.st_dev != root.st_dev ||
+             IsMountPoint((install + '/' + entry.path).constData()))) {
             return {
                 End::MountPoint,
                 QObject::tr("安装目录中的%1是一个卷，无法替换").arg(QFile::decodeName(entry.path))};

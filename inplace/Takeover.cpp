@@ -131,8 +131,8 @@ Problem PrepareTakeover(const Layout &layout, const Takeover &takeover)
 
 Problem ExchangeTrees(const Layout &layout, bool &changed)
 {
-    const bool exchanged =
-        ExchangeNames(QFile::encodeName(layout.install), QFile::encodeName(layout.next));
+    const bool exchanged = ExchangeNames(QFile::encodeName(layout.install).constData(),
+                                         QFile::encodeName(layout.next).constData());
     if (!exchanged && !(IsExchangeUnknown(errno) && RenameTwice(layout))) {
         return ExchangeFailure(layout);
     }

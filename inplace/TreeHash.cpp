@@ -5,6 +5,7 @@
 
 #include "inplace/StopSignals.h"
 #include "release/Descriptor.h"
+#include "release/FileCalls.h"
 #include "release/FileDigests.h"
 #include "release/Workers.h"
 
@@ -13,24 +14,6 @@
 #include <fcntl.h>
 
 namespace {
-
-const timespec &ModificationTime(const struct stat &about)
-{
-#ifdef __APPLE__
-    return about.st_mtimespec;
-#else
-    return about.st_mtim;
-#endif
-}
-
-const timespec &ChangeTime(const struct stat &about)
-{
-#ifdef __APPLE__
-    return about.st_ctimespec;
-#else
-    return about.st_ctim;
-#endif
-}
 
 bool IsSame(const timespec &one, const timespec &other)
 {

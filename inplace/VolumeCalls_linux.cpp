@@ -10,10 +10,9 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 
-bool ExchangeNames(const QByteArray &one, const QByteArray &other)
+bool ExchangeNames(const char *one, const char *other)
 {
-    return ::renameat2(AT_FDCWD, one.constData(), AT_FDCWD, other.constData(), RENAME_EXCHANGE) ==
-           0;
+    return ::renameat2(AT_FDCWD, one, AT_FDCWD, other, RENAME_EXCHANGE) == 0;
 }
 
 bool IsExchangeUnknown(int error)
@@ -26,10 +25,10 @@ bool CloneContent(int from, int to)
     return ::ioctl(to, FICLONE, from) == 0;
 }
 
-bool IsMountPoint(const QByteArray &folder)
+bool IsMountPoint(const char *folder)
 {
     struct statx about {};
-    if (::statx(AT_FDCWD, folder.constData(), AT_SYMLINK_NOFOLLOW, STATX_INO, &about) != 0) {
+    if (::statx(AT_FDCWD, folder, AT_SYMLINK_NOFOLLOW, STATX_INO, &about) != 0) {
         return false;
     }
     return (about.stx_attributes_mask & about.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;

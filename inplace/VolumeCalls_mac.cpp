@@ -4,14 +4,16 @@
 #include "inplace/VolumeCalls.h"
 
 #include <cerrno>
-#include <copyfile.h>
 #include <cstdio>
-#include <cstring>
-#include <sys/mount.h>
 
-bool ExchangeNames(const QByteArray &one, const QByteArray &other)
+#include <copyfile.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+bool ExchangeNames(const char *one, const char *other)
 {
-    return ::renamex_np(one.constData(), other.constData(), RENAME_SWAP) == 0;
+    return ::renamex_np(one, other, RENAME_SWAP) == 0;
 }
 
 bool IsExchangeUnknown(int error)
@@ -21,12 +23,23 @@ bool IsExchangeUnknown(int error)
 
 bool CloneContent(int from, int to)
 {
-    return ::fcopyfile(from, to, nullptr, COPYFILE_DATA) == 0;
+    if (::fcopyfile(from, to, nullptr, COPYFILE_DATA) == 0) {
+        return true;
+    }
+    // It may have stopped half-way.
+    (void)::lseek(from, 0, SEEK_SET);
+    (void)::lseek(to, 0, SEEK_SET);
+    (void)::ftruncate(to, 0);
+    return false;
 }
 
-bool IsMountPoint(const QByteArray &folder)
+bool IsMountPoint(const char *folder)
 {
-    struct statfs about {};
-    return ::statfs(folder.constData(), &about) == 0 &&
-           std::strcmp(about.f_mntonname, folder.constData()) == 0;
+    struct stat here {};
+    struct stat root {};
+    struct statfs volume {};
+    // The inodes are compared: the volume may be known by another path to the same place.
+    return ::lstat(folder, &here) == 0 && ::statfs(folder, &volume) == 0 &&
+           ::lstat(volume.f_mntonname, &root) == 0 && here.st_dev == root.st_dev &&
+           here.st_ino == root.st_ino;
 }

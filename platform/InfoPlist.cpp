@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <system_error>
 
@@ -23,7 +24,7 @@ struct FileCloser {
 };
 
 // Returns empty text unless the file is readable and of a plausible size.
-std::string ReadSmallFile(const fs::path &path)
+std::string ReadSmallFile(const std::string &path)
 {
     // Also bounds the nesting: the parser recurses into nested lists.
     constexpr std::uintmax_t largest = 262144;
@@ -43,17 +44,17 @@ std::string ReadSmallFile(const fs::path &path)
     return content;
 }
 
-// Returns nullopt if this is no dictionary, the key is missing or the item is not a text.
+// Returns nullopt if this is not a dictionary, the key is missing or the item is not text.
 std::optional<std::string> TextItem(plist_t dictionary, const char *key)
 {
-    // Not plist_get_string_val(): it aborts the program if the text holds a NUL.
+    // Not plist_get_string_val(): it aborts the program if the text contains a NUL.
     const char *text = plist_get_string_ptr(plist_dict_get_item(dictionary, key), nullptr);
     return text ? std::make_optional<std::string>(text) : std::nullopt;
 }
 
 } // namespace
 
-InfoPlist ReadInfoPlist(const fs::path &path)
+InfoPlist ReadInfoPlist(const std::string &path)
 {
     return ParseInfoPlist(ReadSmallFile(path));
 }

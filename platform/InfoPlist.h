@@ -3,7 +3,6 @@
 
 #pragma once
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -18,7 +17,7 @@ struct InfoPlist {
 
 /// Reads the file at \a path. Gives no items if it is not a regular file, cannot be read or is
 /// larger than any property list should be (256 KiB).
-InfoPlist ReadInfoPlist(const std::filesystem::path &path);
+InfoPlist ReadInfoPlist(const std::string &path);
 
 /// Reads a property list in XML or binary form. Gives no items if it is neither.
 InfoPlist ParseInfoPlist(const std::string &content);

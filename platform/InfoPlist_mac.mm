@@ -5,9 +5,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include <system_error>
-
-namespace fs = std::filesystem;
+#include <sys/stat.h>
 
 namespace {
 
@@ -36,12 +34,13 @@ InfoPlist Parse(NSData *content)
 
 } // namespace
 
-InfoPlist ReadInfoPlist(const fs::path &path)
+// std::filesystem would need macOS 10.15, and the updater itself contains this file.
+InfoPlist ReadInfoPlist(const std::string &path)
 {
-    constexpr std::uintmax_t largest = 262144;
-    std::error_code failed;
+    constexpr off_t largest = 262144;
+    struct stat about {};
     // Asked first: opening a named pipe would wait for a writer.
-    if (!fs::is_regular_file(path, failed) || fs::file_size(path, failed) > largest || failed) {
+    if (::stat(path.c_str(), &about) != 0 || !S_ISREG(about.st_mode) || about.st_size > largest) {
         return {};
     }
     @autoreleasepool {

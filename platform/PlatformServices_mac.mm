@@ -118,7 +118,7 @@ NSString *HiddenFolderIn(NSString *home)
     return path;
 }
 
-// Returns nil when the key is missing or its value is no text.
+// Returns nil when the key is missing or its value is not text.
 NSString *MainExecutableVersion()
 {
     id value = [[NSBundle mainBundle] objectForInfoDictionaryKey:@"CFBundleShortVersionString"];

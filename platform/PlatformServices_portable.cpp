@@ -37,7 +37,7 @@ fs::path InfoPlistPath()
 
 const InfoPlist &MainBundleInfo()
 {
-    static const InfoPlist info = ReadInfoPlist(InfoPlistPath());
+    static const InfoPlist info = ReadInfoPlist(InfoPlistPath().native());
     return info;
 }
 

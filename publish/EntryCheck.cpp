@@ -3,12 +3,12 @@
 
 #include "publish/EntryCheck.h"
 
+#include "release/FileCalls.h"
 #include "release/SystemCalls.h"
 
 #include <cerrno>
 #include <string>
 #include <string_view>
-#include <sys/xattr.h>
 
 namespace {
 
@@ -18,25 +18,13 @@ constexpr mode_t OthersMayWrite = 0022;
 constexpr mode_t OwnerMayRead = 0400;
 constexpr mode_t OwnerMayEnter = 0500;
 
-ssize_t ListAttributes(const std::filesystem::path &path, char *names, std::size_t size)
-{
-#ifdef Q_OS_DARWIN
-    return ::listxattr(path.c_str(), names, size, XATTR_NOFOLLOW);
-#else
-    return ::llistxattr(path.c_str(), names, size);
-#endif
-}
-
 } // namespace
 
 qint64 LastChange(const struct stat &status)
 {
     constexpr qint64 second = 1000000000;
-#ifdef Q_OS_DARWIN
-    return status.st_mtimespec.tv_sec * second + status.st_mtimespec.tv_nsec;
-#else
-    return status.st_mtim.tv_sec * second + status.st_mtim.tv_nsec;
-#endif
+    const timespec time = ModificationTime(status);
+    return time.tv_sec * second + time.tv_nsec;
 }
 
 QString ModeReason(mode_t mode)
@@ -61,7 +49,7 @@ QString AttributeReason(const std::filesystem::path &path)
     // Systems other than macOS store such attributes as user attributes.
     constexpr std::string_view signature = "com.apple.cs.";
     constexpr std::string_view copied = "user.com.apple.cs.";
-    const ssize_t size = ListAttributes(path, nullptr, 0);
+    const ssize_t size = ListAttributes(path.c_str(), nullptr, 0);
     if (size < 0 && errno != ENOTSUP && errno != EPERM) {
         return QStringLiteral("its extended attributes cannot be read: %1").arg(SystemError());
     }
@@ -69,7 +57,7 @@ QString AttributeReason(const std::filesystem::path &path)
         return {};
     }
     std::string names(static_cast<std::size_t>(size), '\0');
-    const ssize_t read = ListAttributes(path, names.data(), names.size());
+    const ssize_t read = ListAttributes(path.c_str(), names.data(), names.size());
     if (read < 0) {
         return QStringLiteral("its extended attributes cannot be read: %1").arg(SystemError());
     }

@@ -6,6 +6,7 @@
 #include "publish/EntryCheck.h"
 #include "publish/ProgressBar.h"
 #include "release/Descriptor.h"
+#include "release/FileCalls.h"
 #include "release/FileDigests.h"
 #include "release/SystemCalls.h"
 #include "release/Workers.h"

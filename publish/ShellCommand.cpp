@@ -59,6 +59,29 @@ private:
     std::array<struct sigaction, 2> m_before{};
 };
 
+/// Blocks the signals to pass on for as long as it lives: one that arrives before the command's
+/// process is known would be lost.
+class SignalBlock {
+public:
+    SignalBlock()
+    {
+        sigset_t blocked;
+        (void)::sigemptyset(&blocked);
+        for (const int signal : ToPassOn) {
+            (void)::sigaddset(&blocked, signal);
+        }
+        (void)::sigprocmask(SIG_BLOCK, &blocked, &m_before);
+    }
+    ~SignalBlock() { (void)::sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+    Q_DISABLE_COPY(SignalBlock)
+
+    /// What was blocked before.
+    const sigset_t *before() const { return &m_before; }
+
+private:
+    sigset_t m_before{};
+};
+
 /// Restores the terminal: a command that is interrupted while asking for a pass phrase leaves it
 /// without echo.
 class TerminalGuard {
@@ -77,7 +100,8 @@ private:
     const bool m_isTerminal;
 };
 
-/// Starts the command. Returns its process, or 0 with errno set.
+/// Starts the command, to which signals are passed on from then on. Returns its process, or 0 with
+/// errno set.
 pid_t Start(const QByteArray &script, const QByteArray &argument, bool outputToErrors)
 {
     posix_spawnattr_t attributes;
@@ -89,8 +113,10 @@ pid_t Start(const QByteArray &script, const QByteArray &argument, bool outputToE
     for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) {
         (void)::sigaddset(&usual, signal);
     }
+    const SignalBlock blocked;
     (void)::posix_spawnattr_setsigdefault(&attributes, &usual);
-    (void)::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    (void)::posix_spawnattr_setsigmask(&attributes, blocked.before());
+    (void)::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     if (outputToErrors) {
         (void)::posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO);
     }
@@ -105,8 +131,9 @@ pid_t Start(const QByteArray &script, const QByteArray &argument, bool outputToE
         ::posix_spawn(&process, "/bin/sh", &actions, &attributes, words.data(), environ);
     (void)::posix_spawn_file_actions_destroy(&actions);
     (void)::posix_spawnattr_destroy(&attributes);
+    Child = error == 0 ? process : 0;
     errno = error;
-    return error == 0 ? process : 0;
+    return Child;
 }
 
 QString EndReason(int status)
@@ -134,7 +161,6 @@ QString RunShellCommand(const QString &command, const QString &argument, bool ou
     if (process <= 0) {
         return QStringLiteral("it cannot be started: %1").arg(SystemError());
     }
-    Child = process;
     int status = 0;
     while (::waitpid(process, &status, 0) < 0) {
         if (errno != EINTR) {

@@ -4,6 +4,7 @@
 #include "release/DurableFile.h"
 
 #include "release/Descriptor.h"
+#include "release/FileCalls.h"
 #include "release/SystemCalls.h"
 
 #include <QFileInfo>
@@ -25,40 +26,10 @@ QString WriteReason(const QString &path)
     return QStringLiteral("\"%1\" cannot be written: %2").arg(path, SystemError());
 }
 
-/// Hands what was written to the disk. \a throughDisk: the disk must empty its own cache too.
-bool Sync(int descriptor, bool throughDisk)
+/// Returns whether the \a sync of a folder succeeded or was not needed.
+bool IsFolderSynced(bool sync)
 {
-#ifdef F_FULLFSYNC
-    // Elsewhere fsync() does that too. Not every volume supports this call.
-    if (throughDisk && ::fcntl(descriptor, F_FULLFSYNC) == 0) {
-        return true;
-    }
-#else
-    Q_UNUSED(throughDisk)
-#endif
-    return ::fsync(descriptor) == 0;
-}
-
-bool SyncFolderDescriptor(int descriptor, bool throughDisk)
-{
-    // EINVAL: a file system that syncs no folders has nothing to wait for.
-    return Sync(descriptor, throughDisk) || errno == EINVAL;
-}
-
-/// Syncs one entry of a tree. On Linux the whole tree has been written by then, and the only
-/// question left is whether writing this entry failed. fsync() would make the disk empty its cache
-/// for every entry.
-bool SyncInTree(int descriptor, bool isFolder)
-{
-#ifdef __linux__
-    if (::sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WAIT_BEFORE) == 0) {
-        return true;
-    }
-    if (errno != ENOSYS && errno != ESPIPE) {
-        return false;
-    }
-#endif
-    return isFolder ? SyncFolderDescriptor(descriptor, false) : Sync(descriptor, false);
+    return sync || errno == EINVAL; // a file system that syncs no folders
 }
 
 /// Opens a file or folder only to sync it.
@@ -76,8 +47,8 @@ bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
         ::open(scratch, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, WhileWriting));
     return file.isOpen() &&
            WriteAll(file.number(), content.constData(), static_cast<std::size_t>(content.size())) &&
-           ::fchmod(file.number(), static_cast<mode_t>(mode)) == 0 && Sync(file.number(), true) &&
-           file.close();
+           ::fchmod(file.number(), static_cast<mode_t>(mode)) == 0 &&
+           SyncThroughDisk(file.number()) && file.close();
 }
 
 /// Syncs one entry of a tree, of whatever type.
@@ -95,7 +66,7 @@ bool SyncEntry(const fs::directory_entry &entry)
     }
     const Descriptor here(
         OpenToSync(entry.path().c_str(), O_NOFOLLOW | (isFolder ? O_DIRECTORY : 0)));
-    return here.isOpen() && SyncInTree(here.number(), isFolder);
+    return here.isOpen() && (SyncInTree(here.number()) || (isFolder && IsFolderSynced(false)));
 }
 
 } // namespace
@@ -114,19 +85,19 @@ QString WriteDurably(const QString &path, const QString &scratch, const QByteArr
 
 bool SyncFile(int descriptor)
 {
-    return Sync(descriptor, true);
+    return SyncThroughDisk(descriptor);
 }
 
 bool SyncFile(const QString &path)
 {
     const Descriptor file(OpenToSync(QFile::encodeName(path).constData(), O_NOFOLLOW));
-    return file.isOpen() && Sync(file.number(), true);
+    return file.isOpen() && SyncThroughDisk(file.number());
 }
 
 bool SyncFolder(const QString &path)
 {
     const Descriptor folder(OpenToSync(QFile::encodeName(path).constData(), O_DIRECTORY));
-    return folder.isOpen() && SyncFolderDescriptor(folder.number(), true);
+    return folder.isOpen() && IsFolderSynced(SyncThroughDisk(folder.number()));
 }
 
 QString SyncTree(const QString &folder)
@@ -138,12 +109,10 @@ QString SyncTree(const QString &folder)
     if (!top.isOpen()) {
         return reason(folder, SystemError());
     }
-#ifdef __linux__
-    // Far faster than file by file. Earlier write errors are only reported file by file, below.
-    if (::syncfs(top.number()) != 0) {
+    // Earlier write errors are only reported file by file, below.
+    if (!SyncVolume(top.number())) {
         return reason(folder, SystemError());
     }
-#endif
     std::error_code error;
     fs::recursive_directory_iterator at(QFile::encodeName(folder).toStdString(), error);
     for (; !error && at != fs::recursive_directory_iterator(); at.increment(error)) {
@@ -155,5 +124,6 @@ QString SyncTree(const QString &folder)
         return reason(folder, QString::fromStdString(error.message()));
     }
     // This last sync empties the disk's cache for all of them.
-    return SyncFolderDescriptor(top.number(), true) ? QString() : reason(folder, SystemError());
+    return IsFolderSynced(SyncThroughDisk(top.number())) ? QString()
+                                                         : reason(folder, SystemError());
 }

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -41,13 +40,4 @@ bool WriteAll(int descriptor, const char *block, std::size_t length)
         length -= static_cast<std::size_t>(written);
     }
     return true;
-}
-
-void StartWriting(int descriptor)
-{
-#ifdef SYNC_FILE_RANGE_WRITE
-    (void)::sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WRITE);
-#else
-    Q_UNUSED(descriptor)
-#endif
 }

@@ -22,6 +22,3 @@ bool Move(const QString &from, const QString &to);
 /// Writes a whole block to an open file. Returns whether that succeeded; SystemError() says why
 /// not.
 bool WriteAll(int descriptor, const char *block, std::size_t length);
-
-/// Asks the system, where possible, to begin writing an open file to the disk, and does not wait.
-void StartWriting(int descriptor);

@@ -40,7 +40,7 @@ final class UpdateCheck {
         DispatchQueue.global().async {
             // The report has no line end: it is complete at the end of the stream.
             let output = pipe.fileHandleForReading.readDataToEndOfFile()
-            // The exit code is no success flag. The report says all there is to know.
+            // The exit code is not a success flag. The report says everything.
             let report = (try? JSONDecoder().decode(UpdateReport.self, from: output))
                 ?? UpdateReport(errormsg: "The updater reported nothing.", success: false, update: false)
             DispatchQueue.main.async {

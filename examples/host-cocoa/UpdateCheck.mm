@@ -50,7 +50,7 @@
     [[NSNotificationCenter defaultCenter] removeObserver:self];
     NSData *output = [[notification userInfo] objectForKey:NSFileHandleNotificationDataItem];
     id report = [NSJSONSerialization JSONObjectWithData:output options:0 error:nullptr];
-    // The exit code is no success flag. The report says all there is to know.
+    // The exit code is not a success flag. The report says everything.
     [self endWithReport:[report isKindOfClass:[NSDictionary class]] ? report : nil
               otherwise:@"The updater reported nothing."];
 }

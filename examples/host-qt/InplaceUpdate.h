@@ -5,8 +5,8 @@
 
 #include <QProcess>
 
-/// The update in place with the program `inplace_update` that lies beside this one: fetched while
-/// Kestrel runs, put in place when it quits.
+/// The update in place with the program `inplace_update` beside this one: fetched while Kestrel
+/// runs, put in place when it quits.
 class InplaceUpdate : public QObject {
     Q_OBJECT
 

@@ -24,7 +24,7 @@ UpdateCheck::UpdateCheck(QObject *parent) : QObject(parent)
     m_updater.setProgram(QCoreApplication::applicationDirPath() + QStringLiteral("/updater"));
     m_updater.setArguments({QStringLiteral("console")});
     m_updater.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    // The report has no line end: it is complete when the updater has gone.
+    // The report has no line end: it is complete when the updater has ended.
     connect(&m_updater, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
             &UpdateCheck::read);
     connect(&m_updater, &QProcess::errorOccurred, this, &UpdateCheck::giveUp);
@@ -39,7 +39,7 @@ void UpdateCheck::start()
 
 void UpdateCheck::read()
 {
-    // The exit code is no success flag. The report says all there is to know.
+    // The exit code is not a success flag. The report says everything.
     emit finished(ParseUpdateReport(m_updater.readAllStandardOutput()));
 }
 

@@ -15,7 +15,7 @@ struct UpdateReport {
 /// Returns the report in \a output, which is all that `updater console` wrote.
 UpdateReport ParseUpdateReport(const QByteArray &output);
 
-/// Checks for updates in the background with the updater that lies beside this program.
+/// Checks for updates in the background with the updater beside this program.
 class UpdateCheck : public QObject {
     Q_OBJECT
 

@@ -30,7 +30,7 @@ private slots:
 
 namespace {
 
-/// Runs an in-place update of \a stage and returns its exit code; -1 when it did not end by itself.
+/// Runs an in-place update of \a stage and returns its exit code; -1 if it did not end by itself.
 int RunInplace(const InplaceStage &stage, const QProcessEnvironment &environment, bool isConsole,
                const Memcheck &memcheck)
 {

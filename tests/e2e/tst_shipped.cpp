@@ -56,7 +56,7 @@ bool Cover(const QByteArray &system, const QString &own)
 } // namespace
 
 /// The program as it ships, with the address compiled in, at a server of that name over TLS. Names
-/// and authorities are the test's own, in namespaces that hold nobody else.
+/// and authorities are the test's own, in private namespaces.
 class tst_Shipped : public QObject {
     Q_OBJECT
 

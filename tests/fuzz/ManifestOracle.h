@@ -9,7 +9,7 @@
 
 /// What a complete manifest says, in its own bytes.
 struct OracleManifest {
-    /// What stands at a path: the fields of its lines without the path, such as
+    /// What the manifest says about a path: the fields of its lines without the path, such as
     /// {"MD5", "SIZE", "@file", "SHA256", "MODE"}.
     using Entry = std::vector<std::string>;
 

@@ -31,7 +31,7 @@ bool IsServed(const QString &address, QProcess &server)
         if (socket.waitForConnected(1000)) {
             return true;
         }
-        (void)server.waitForFinished(10); // a pause that ends early when there is no hope
+        (void)server.waitForFinished(10); // a pause that ends early if the server has ended
     }
     return false;
 }

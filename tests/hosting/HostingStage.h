@@ -23,7 +23,7 @@ public:
 };
 
 /// A machine that serves update.example.com: /srv, /etc/ssl, /etc/hosts and /var/cache are the
-/// test's own, in namespaces that hold nobody else.
+/// test's own, in private namespaces.
 class HostingStage {
 public:
     /// Lays everything out. isReady() says whether that worked.
@@ -31,10 +31,10 @@ public:
 
     bool isReady() const { return m_ready; }
 
-    /// Starts nginx with \a site in its http block. Null when it does not come up at \a address.
+    /// Starts nginx with \a site in its http block. Null if it does not come up at \a address.
     std::unique_ptr<HostingServer> nginx(const QByteArray &site,
                                          const QString &address = QStringLiteral("127.0.0.1"));
-    /// Starts Caddy with \a site as its Caddyfile. Null when it does not come up.
+    /// Starts Caddy with \a site as its Caddyfile. Null if it does not come up.
     std::unique_ptr<HostingServer> caddy(const QByteArray &site);
     /// The lines of the access logs of every nginx so far.
     QList<QByteArray> answers() const;

@@ -18,7 +18,7 @@ const QByteArray Forever = "public, max-age=31536000, immutable";
 
 bool HasOwnSurroundings = false;
 
-/// What came back for one address below the base URL, asked for as the updater does.
+/// The response for one address below the base URL, requested as the updater does.
 struct Answer {
     bool good = false;
     QByteArray body;
@@ -47,7 +47,7 @@ QByteArray CacheControlOfError(const QString &relative)
     return finished.wait() ? reply->rawHeader("Cache-Control") : QByteArray("no answer");
 }
 
-/// All bytes that have gone over the loopback device, headers of IP and TCP included.
+/// All bytes that went over the loopback device, including IP and TCP headers.
 qint64 BytesOnTheWire()
 {
     const QByteArray lines = ReadFile(QStringLiteral("/proc/net/dev"));

@@ -21,6 +21,17 @@ void Shell(const QString &command, const QStringList &arguments)
     }
 }
 
+TestRelease EditionFor(Rehearsal::Scene scene, int edition, int entries)
+{
+    TestRelease release = ManyKinds(edition, entries);
+    if (scene == Rehearsal::Scene::PlainFolder) {
+        release.application.clear();
+        // What makes a bundle of a folder; links lead to it.
+        release.tree.insert(QStringLiteral("Contents/Info.plist"), Folder());
+    }
+    return release;
+}
+
 } // namespace
 
 QStringList AllChanges()
@@ -31,15 +42,15 @@ QStringList AllChanges()
             QStringLiteral("unlink")};
 }
 
-Rehearsal::Rehearsal(int entries, bool isApart)
-    : former(ManyKinds(2, entries)), release(ManyKinds(3, entries)),
+Rehearsal::Rehearsal(int entries, Scene scene)
+    : former(EditionFor(scene, 2, entries)), release(EditionFor(scene, 3, entries)),
       stage(std::make_unique<InplaceStage>())
 {
-    if (isApart) {
+    if (scene == Scene::TwoVolumes) {
         m_apart = std::make_unique<QTemporaryDir>();
         stage->staging = m_apart->filePath(QStringLiteral("staging"));
     }
-    stage->lay(ManyKinds(1, entries));
+    stage->lay(EditionFor(scene, 1, entries));
     stage->publish(former);
     if (stage->run() != QLatin1String("updated")) {
         qFatal("%s", stage->program().errors().constData());
@@ -57,14 +68,14 @@ void Rehearsal::putBack() const
           {m_master, stage->parent, stage->staging});
 }
 
-QString Rehearsal::mixture() const
+Rehearsal::State Rehearsal::state() const
 {
-    return isNew() ? QString() : stage->differences(former);
+    const bool isNew = stage->differences(release).isEmpty();
+    return {isNew, isNew ? QString() : stage->differences(former)};
 }
 
-QString Rehearsal::mend() const
+QString Rehearsal::mend(bool wasNew) const
 {
-    const bool wasNew = isNew();
     const QString code = stage->run();
     if (code != QLatin1String("updated") && !(wasNew && code == QLatin1String("up-to-date"))) {
         return QString::fromUtf8(stage->program().errors());
@@ -74,5 +85,7 @@ QString Rehearsal::mend() const
     if (wrong.isEmpty() && stage->leftovers() != QStringList(FormerName)) {
         wrong = stage->leftovers().join(QLatin1Char(' '));
     }
-    return wrong.isEmpty() ? Differences(ReadNodes(previous), WithFolders(former.tree)) : wrong;
+    return wrong.isEmpty()
+               ? Differences(WithoutManifest(ReadNodes(previous)), WithFolders(former.tree))
+               : wrong;
 }

@@ -12,19 +12,29 @@ QStringList AllChanges();
 /// third. The installation was updated once before, so that there is a previous tree already.
 class Rehearsal {
 public:
-    /// \a isApart  the staging folder is on another volume, which must exist.
-    Rehearsal(int entries, bool isApart);
+    enum class Scene {
+        OneVolume,
+        TwoVolumes, ///< the staging folder is on another volume, which must exist
+        PlainFolder ///< the installation is not a bundle, and holds its manifest
+    };
+
+    Rehearsal(int entries, Scene scene);
 
     /// Puts the installation and the staging folder back to before the update.
     void putBack() const;
 
-    /// Returns empty text if the installation is entirely the old or entirely the new release,
-    /// otherwise what is wrong.
-    QString mixture() const;
-    bool isNew() const { return stage->differences(release).isEmpty(); }
+    /// What the installation is, compared entry by entry.
+    struct State {
+        bool isNew = false; ///< entirely the new release
+        QString mixture;    ///< how it differs from the old release, if it is not the new one
+    };
+    State state() const;
+    bool isNew() const { return state().isNew; }
 
     /// Lets the next run complete what was stopped. Returns what is wrong then, or empty text.
-    QString mend() const;
+    ///
+    /// \a wasNew  whether the installation was the new release already.
+    QString mend(bool wasNew) const;
 
     TestRelease former;
     TestRelease release;
@@ -38,3 +48,5 @@ private:
     std::unique_ptr<QTemporaryDir> m_apart;
     QString m_master;
 };
+
+Q_DECLARE_METATYPE(Rehearsal::Scene)

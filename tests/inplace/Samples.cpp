@@ -72,6 +72,15 @@ void AddEntry(Tree &tree, int number, int edition)
             tree.insert(path + QStringLiteral("/last"), File(ContentOf(number, 0)));
         }
         break;
+    case 12: // the three of before, the other way round
+        tree.insert(isOdd ? path + QStringLiteral("/within") : path, File(changing));
+        break;
+    case 13:
+        tree.insert(path, isOdd ? Link("../../Info.plist") : Folder(0750));
+        break;
+    case 14:
+        tree.insert(path, isOdd ? File(changing) : Link("../../Info.plist"));
+        break;
     default: // stays
         tree.insert(path, File(ContentOf(number, 0), number % 3 == 0 ? 0755 : 0644));
         break;

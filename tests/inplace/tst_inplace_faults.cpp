@@ -13,14 +13,17 @@
 /// entirely the new release, success is reported only if it is the new one, and the next run ends
 /// with it.
 ///
-/// UPDATER_FILES entries; UPDATER_FAULTS failures of each kind, spread evenly over all calls, or
-/// one for each single call with 0.
+/// UPDATER_FILES entries where changes fail; UPDATER_FAULTS failures of each kind, spread evenly
+/// over all calls, or one for each single call with 0.
 class tst_InplaceFaults : public QObject {
     Q_OBJECT
 
 private slots:
     void call_fails_nothingIsLost_data();
     void call_fails_nothingIsLost();
+    void installed_unreadable_isNotTakenForMissing_data();
+    void installed_unreadable_isNotTakenForMissing();
+    void descriptors_few_nothingIsLost();
     void exchange_unknown_twoRenamesDo();
     void exchange_unknown_killedBetween_isMended();
 };
@@ -29,35 +32,49 @@ void tst_InplaceFaults::call_fails_nothingIsLost_data()
 {
     QTest::addColumn<int>("error");
     QTest::addColumn<bool>("isOnwards");
-    QTest::addColumn<bool>("isApart");
+    QTest::addColumn<Rehearsal::Scene>("scene");
+    QTest::addColumn<bool>("atStaging"); // where the calls are counted
     QTest::addColumn<QStringList>("kinds");
+    using Scene = Rehearsal::Scene;
     const QStringList changes = AllChanges();
-    const QStringList reads{QStringLiteral("open-to-read"), QStringLiteral("read")};
-    QTest::newRow("ENOSPC once") << ENOSPC << false << false << changes;
-    QTest::newRow("ENOSPC from there on") << ENOSPC << true << false << changes;
-    QTest::newRow("EIO once") << EIO << false << true << changes;
-    QTest::newRow("EACCES once") << EACCES << false << false << changes;
-    QTest::newRow("EIO once, reading") << EIO << false << false << reads;
-    QTest::newRow("EMFILE once, reading") << EMFILE << false << false << reads;
+    const QStringList opens{QStringLiteral("open"), QStringLiteral("open-to-read"),
+                            QStringLiteral("list")};
+    const QStringList looks{QStringLiteral("open-to-read"), QStringLiteral("read"),
+                            QStringLiteral("list"), QStringLiteral("stat")};
+    QTest::newRow("ENOSPC once") << ENOSPC << false << Scene::OneVolume << false << changes;
+    QTest::newRow("ENOSPC from there on") << ENOSPC << true << Scene::OneVolume << false << changes;
+    QTest::newRow("EIO once, staging on another volume")
+        << EIO << false << Scene::TwoVolumes << false << changes;
+    QTest::newRow("EIO once, at staging on another volume")
+        << EIO << false << Scene::TwoVolumes << true << changes;
+    QTest::newRow("EACCES once") << EACCES << false << Scene::OneVolume << false << changes;
+    QTest::newRow("EMFILE once, opening") << EMFILE << false << Scene::OneVolume << false << opens;
+    QTest::newRow("EIO once, looking") << EIO << false << Scene::OneVolume << false << looks;
+    QTest::newRow("EACCES once, looking") << EACCES << false << Scene::OneVolume << false << looks;
+    QTest::newRow("EIO once, looking, plain folder")
+        << EIO << false << Scene::PlainFolder << false << looks;
 }
 
 void tst_InplaceFaults::call_fails_nothingIsLost()
 {
     QFETCH(int, error);
     QFETCH(bool, isOnwards);
-    QFETCH(bool, isApart);
+    QFETCH(Rehearsal::Scene, scene);
+    QFETCH(bool, atStaging);
     QFETCH(QStringList, kinds);
-    if (isApart && OtherVolume().isEmpty()) {
+    if (scene == Rehearsal::Scene::TwoVolumes && OtherVolume().isEmpty()) {
         QSKIP("There is no other volume.");
     }
-    const Rehearsal rehearsal(Setting("UPDATER_FILES", 60), isApart);
+    // There are so many of them; twenty entries are one of each kind.
+    const bool isForLooks = kinds.contains(QStringLiteral("open-to-read"));
+    const Rehearsal rehearsal(isForLooks ? 20 : Setting("UPDATER_FILES", 60), scene);
     const QStringList arguments = rehearsal.stage->arguments();
-    FailingCalls calls(rehearsal.installSide(), kinds);
+    FailingCalls calls(atStaging ? rehearsal.stagingSide() : rehearsal.installSide(), kinds);
     InplaceProgram whole(arguments);
     whole.prefix(calls.letThrough());
     QCOMPARE(whole.run(), 0);
     const int count = calls.count();
-    const int tries = Setting("UPDATER_FAULTS", 12);
+    const int tries = Setting("UPDATER_FAULTS", 8);
     const int step = tries == 0 ? 1 : qMax(1, count / tries);
     int successes = 0;
     int failures = 0;
@@ -70,16 +87,75 @@ void tst_InplaceFaults::call_fails_nothingIsLost()
                                   .arg(QString::number(number), calls.calls().value(number - 1),
                                        QString::fromUtf8(struck.errors()));
         QVERIFY2(code == 0 || code == 1, qPrintable(where));
-        const QString mixture = rehearsal.mixture();
-        QVERIFY2(mixture.isEmpty(), qPrintable(where + mixture));
-        QVERIFY2(code == 1 || rehearsal.isNew(), qPrintable(where));
+        const Rehearsal::State state = rehearsal.state();
+        QVERIFY2(state.mixture.isEmpty(), qPrintable(where + state.mixture));
+        QVERIFY2(code == 1 || state.isNew, qPrintable(where));
         (code == 0 ? successes : failures)++;
-        const QString wrong = rehearsal.mend();
+        const QString wrong = rehearsal.mend(state.isNew);
         QVERIFY2(wrong.isEmpty(), qPrintable(where + wrong));
     }
     qInfo("%d calls; %d failed: %d runs succeeded anyway, %d reported it", count,
           successes + failures, successes, failures);
     QVERIFY(failures > 0);
+}
+
+void tst_InplaceFaults::installed_unreadable_isNotTakenForMissing_data()
+{
+    QTest::addColumn<Rehearsal::Scene>("scene");
+    QTest::addColumn<QString>("file");
+    QTest::newRow("manifest of a folder")
+        << Rehearsal::Scene::PlainFolder << "around/Sample.app/update_md5.info";
+    QTest::newRow("manifest of a bundle")
+        << Rehearsal::Scene::OneVolume << "staging/update_md5.info";
+    QTest::newRow("property list")
+        << Rehearsal::Scene::OneVolume << "around/Sample.app/Contents/Info.plist";
+}
+
+/// Or files of the former release would be taken for the user's own, and stay.
+void tst_InplaceFaults::installed_unreadable_isNotTakenForMissing()
+{
+    QFETCH(Rehearsal::Scene, scene);
+    QFETCH(QString, file);
+    const Rehearsal rehearsal(20, scene);
+    FailingCalls calls(
+        rehearsal.stage->temporary.filePath(file),
+        {QStringLiteral("open-to-read"), QStringLiteral("read"), QStringLiteral("stat")});
+    InplaceProgram whole(rehearsal.stage->arguments());
+    whole.prefix(calls.letThrough());
+    QCOMPARE(whole.run(), 0);
+    const int count = calls.count();
+    QVERIFY(count > 0);
+    for (int number = 1; number <= count; ++number) {
+        rehearsal.putBack();
+        InplaceProgram struck(rehearsal.stage->arguments());
+        struck.prefix(calls.failOnce(number, EIO));
+        const bool isDone = struck.run() == 0;
+        const QString where = calls.calls().value(number - 1);
+        QCOMPARE(calls.hasFailed() ? QString() : where, QString());
+        QCOMPARE(rehearsal.stage->differences(isDone ? rehearsal.release : rehearsal.former),
+                 QString());
+        QVERIFY2(isDone || struck.code() == QLatin1String("storage"), qPrintable(where));
+    }
+}
+
+/// With fewer files that may be open at once than the program needs, sockets included.
+void tst_InplaceFaults::descriptors_few_nothingIsLost()
+{
+    const Rehearsal rehearsal(40, Rehearsal::Scene::OneVolume);
+    QMap<QString, int> codes;
+    const int step = Setting("UPDATER_STEP", 4);
+    for (int limit = 3; !codes.contains(QStringLiteral("updated")); limit += step) {
+        QVERIFY(limit < 100);
+        rehearsal.putBack();
+        InplaceProgram struck(rehearsal.stage->arguments());
+        const int code = struck.run(QStringLiteral("ulimit -n %1").arg(limit));
+        const Rehearsal::State state = rehearsal.state();
+        QVERIFY2(state.mixture.isEmpty(), qPrintable(state.mixture));
+        QVERIFY2((code == 0) == state.isNew, struck.errors().constData());
+        codes[struck.code()]++;
+        QCOMPARE(rehearsal.mend(state.isNew), QString());
+    }
+    QVERIFY(codes.size() > 1);
 }
 
 /// The number of the call that exchanges the two trees.
@@ -96,7 +172,7 @@ static int NumberOfExchange(const FailingCalls &calls, const QString &install)
 
 void tst_InplaceFaults::exchange_unknown_twoRenamesDo()
 {
-    const Rehearsal rehearsal(40, false);
+    const Rehearsal rehearsal(40, Rehearsal::Scene::OneVolume);
     FailingCalls calls(rehearsal.installSide(), AllChanges());
     InplaceProgram whole(rehearsal.stage->arguments());
     whole.prefix(calls.letThrough());
@@ -109,14 +185,14 @@ void tst_InplaceFaults::exchange_unknown_twoRenamesDo()
     QCOMPARE(renaming.run(), 0);
     QVERIFY(calls.hasFailed());
     QVERIFY(rehearsal.isNew());
-    QCOMPARE(rehearsal.mend(), QString());
+    QCOMPARE(rehearsal.mend(true), QString());
     QCOMPARE(rehearsal.stage->run({QStringLiteral("--undo")}), QStringLiteral("undone"));
     QCOMPARE(rehearsal.stage->differences(rehearsal.former), QString());
 }
 
 void tst_InplaceFaults::exchange_unknown_killedBetween_isMended()
 {
-    const Rehearsal rehearsal(40, false);
+    const Rehearsal rehearsal(40, Rehearsal::Scene::OneVolume);
     InplaceStage &stage = *rehearsal.stage;
     QCOMPARE(stage.run({QStringLiteral("--fetch-only")}), QStringLiteral("ready"));
     // The state after a stop between the two renames, on a volume without an exchange.

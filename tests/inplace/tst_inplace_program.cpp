@@ -42,8 +42,6 @@ private slots:
     void locale_doesNotMatter();
     void streams_closed_theUpdateGoesOn_data();
     void streams_closed_theUpdateGoesOn();
-    void two_atOnce_oneIsRefused_data();
-    void two_atOnce_oneIsRefused();
 
 private:
     QString folderCode(const InplaceProgram &program) const { return program.code(); }
@@ -328,63 +326,6 @@ void tst_InplaceProgram::streams_closed_theUpdateGoesOn()
                                            command);
     QCOMPARE(code, 0);
     QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());
-}
-
-void tst_InplaceProgram::two_atOnce_oneIsRefused_data()
-{
-    QTest::addColumn<bool>("sameInstall");
-    QTest::addColumn<bool>("sameStaging");
-    QTest::newRow("both folders") << true << true;
-    QTest::newRow("the installation") << true << false;
-    QTest::newRow("the staging folder") << false << true;
-}
-
-/// UPDATER_ROUNDS times; the server waits until one of the two has ended.
-void tst_InplaceProgram::two_atOnce_oneIsRefused()
-{
-    QFETCH(bool, sameInstall);
-    QFETCH(bool, sameStaging);
-    const FileMap files = InplaceStage::newRelease().published();
-    std::atomic<bool> hasOneEnded{false};
-    const auto handler = [&](ScriptedConnection &connection, const QByteArray &request) {
-        while (!hasOneEnded) {
-            connection.pause(1);
-        }
-        ServeFiles(files)(connection, request);
-    };
-    for (int round = Setting("UPDATER_ROUNDS", 5); round > 0; --round) {
-        InplaceStage one(QStringLiteral("Sample"));
-        InplaceStage other(QStringLiteral("Sample"));
-        other.install = sameInstall ? one.install : other.install;
-        other.staging = sameStaging ? one.staging : other.staging;
-        one.lay(InplaceStage::oldRelease());
-        if (!sameInstall) {
-            other.lay(InplaceStage::oldRelease());
-        }
-        hasOneEnded = false;
-        one.serve(handler);
-        other.serve(handler);
-        const QString go = one.temporary.filePath(QStringLiteral("go"));
-        const QString wait = QStringLiteral("while ! [ -e '%1' ]; do :; done").arg(go);
-        InplaceProgram first(one.arguments());
-        InplaceProgram second(other.arguments());
-        first.start(wait);
-        second.start(wait);
-        WriteFile(go, "");
-        while (!first.waitForEnd(1) && !second.waitForEnd(1)) {
-        }
-        hasOneEnded = true;
-        QVERIFY(first.waitForEnd() && second.waitForEnd());
-        const bool isFirstRefused = first.exitCode() != 0;
-        QCOMPARE((isFirstRefused ? first : second).code(), QStringLiteral("busy"));
-        QCOMPARE((isFirstRefused ? second : first).code(), QStringLiteral("updated"));
-        const InplaceStage &updated = isFirstRefused ? other : one;
-        const InplaceStage &untouched = isFirstRefused ? one : other;
-        QCOMPARE(updated.differences(InplaceStage::newRelease()), QString());
-        QCOMPARE(untouched.differences(sameInstall ? InplaceStage::newRelease()
-                                                   : InplaceStage::oldRelease()),
-                 QString());
-    }
 }
 
 QTEST_GUILESS_MAIN(tst_InplaceProgram)

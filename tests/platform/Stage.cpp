@@ -63,8 +63,12 @@ RunResult Stage::run(const QStringList &commands)
     for (const QString &command : commands) {
         arguments.append(fill(command));
     }
+    QProcessEnvironment seen = environment;
+    if (seen.contains(QStringLiteral("HOME"))) { // which macOS itself does not ask
+        seen.insert(QStringLiteral("CFFIXED_USER_HOME"), seen.value(QStringLiteral("HOME")));
+    }
     QProcess process;
-    process.setProcessEnvironment(environment);
+    process.setProcessEnvironment(seen);
     process.setWorkingDirectory(path(QStringLiteral("cwd")));
     process.start(m_driver, arguments);
 

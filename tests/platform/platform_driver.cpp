@@ -6,6 +6,7 @@
 #include "OrdinaryUser.h"
 #include "platform/PlatformServices.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -50,7 +51,9 @@ bool RunCommandOn(std::string_view command, const char *argument)
     if (command == "remove") {
         std::filesystem::remove_all(argument, failed);
     } else if (command == "change HOME") {
-        failed.assign(setenv("HOME", argument, 1), std::generic_category());
+        const bool set = setenv("HOME", argument, 1) == 0 &&
+                         setenv("CFFIXED_USER_HOME", argument, 1) == 0; // what macOS asks instead
+        failed.assign(set ? 0 : errno, std::generic_category());
     } else if (command == "go to") {
         std::filesystem::current_path(argument, failed);
     } else {

@@ -47,8 +47,11 @@ QList<Implementation> Implementations()
 // The lines that tell where the data directory lies; the others are an implementation's own.
 QByteArray FolderLines(const QByteArray &log)
 {
+    // A real NSLog() puts time and process in front.
+    static const QRegularExpression stamp(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d [^\\]]*\\] "));
     QByteArray kept;
-    for (const QByteArray &line : log.split('\n')) {
+    for (const QString &whole : QString::fromUtf8(log).split(QLatin1Char('\n'))) {
+        const QByteArray line = QString(whole).remove(stamp).toUtf8();
         if (line.startsWith("createDirectoryAtPath:") || line.startsWith("not sandboxed:")) {
             kept += line + '\n';
         }

@@ -23,7 +23,7 @@ std::string PathOf(int folder, const char *path);
 /// \a isUsual  it is counted also when no kinds were chosen.
 bool Fails(const char *kind, const std::string &path, bool isUsual = true);
 
-/// Returns the function of the system that this library stands before.
+/// The system's function that this library hides.
 template <typename Function>
 Function *Next(Function * /*same*/, const char *name)
 {

@@ -38,7 +38,7 @@ void tst_UpdateProgressTexts::texts_formAndFile_areInTheFormsContext()
 
     dialog.downloadStarted(QFileInfo(folders.stagingPath(QStringLiteral("one"))), 0, 1);
     QCOMPARE(desc->text(), form + "正在下载更新文件one");
-    // The worker's message is shown as it stands.
+    // The worker's message is shown as it is.
     dialog.downloadFail(QFileInfo(), QStringLiteral("the message"));
     QCOMPARE(desc->text(), QStringLiteral("the message"));
 }

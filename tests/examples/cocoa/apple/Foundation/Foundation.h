@@ -42,13 +42,6 @@ typedef struct {
                                     count:(NSUInteger)count;
 @end
 
-@interface NSDictionary : NSObject
-- (id)objectForKey:(id)key;
-@end
-
-@interface NSData : NSObject
-@end
-
 @interface NSError : NSObject
 - (NSString *)localizedDescription;
 @end

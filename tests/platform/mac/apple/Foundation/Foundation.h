@@ -4,7 +4,7 @@
 #pragma once
 
 /// \file
-/// As much of the framework's interface as the platform module uses, for compiling it with Apple's
+/// As much of the framework's interface as the program uses, for compiling it with Apple's
 /// targets. There is no code behind it.
 
 #if __OBJC_BOOL_IS_BOOL
@@ -32,17 +32,36 @@ __attribute__((objc_root_class))
 - (BOOL)isKindOfClass:(Class)kind;
 @end
 
-@class NSDictionary;
 @class NSError;
 
 @interface NSString : NSObject
 @property(readonly) const char *UTF8String __attribute__((objc_returns_inner_pointer));
 @property(readonly) int intValue;
++ (instancetype)stringWithUTF8String:(const char *)text;
 + (instancetype)stringWithFormat:(NSString *)format,
                                  ... __attribute__((format(__NSString__, 1, 2)));
 - (NSRange)rangeOfString:(NSString *)text;
 - (NSString *)substringFromIndex:(NSUInteger)index;
 - (NSString *)substringToIndex:(NSUInteger)index;
+@end
+
+@interface NSDictionary : NSObject
+- (id)objectForKey:(id)key;
+@end
+
+@interface NSData : NSObject
++ (instancetype)dataWithBytes:(const void *)bytes length:(NSUInteger)length;
++ (instancetype)dataWithContentsOfFile:(NSString *)path;
+@end
+
+typedef NSUInteger NSPropertyListReadOptions;
+typedef NSUInteger NSPropertyListFormat;
+
+@interface NSPropertyListSerialization : NSObject
++ (id)propertyListWithData:(NSData *)data
+                   options:(NSPropertyListReadOptions)options
+                    format:(NSPropertyListFormat *)format
+                     error:(NSError **)error;
 @end
 
 @interface NSMutableString : NSString

@@ -3,6 +3,13 @@
 
 #pragma once
 
-#include <stddef.h>
+#include <sys/types.h>
 
-extern "C" char *getcwd(char *buffer, size_t size);
+#define SEEK_SET 0
+
+extern "C" {
+int fsync(int descriptor);
+int ftruncate(int descriptor, off_t size);
+char *getcwd(char *buffer, size_t size);
+off_t lseek(int descriptor, off_t offset, int from);
+}
