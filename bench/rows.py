@@ -24,7 +24,7 @@ ROWS = []
 
 
 def row(name, what, against, limit):
-    """Registers a measurement. It returns what report.Figure tells of."""
+    """Registers a measurement. It returns a figure of report.py."""
     def register(function):
         ROWS.append((name, what, against, limit, function))
         return function

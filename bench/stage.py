@@ -109,7 +109,7 @@ def publish(version):
 
 
 class Surroundings:
-    """A home of its own, nginx on the loopback address and a virtual screen; a context."""
+    """A separate home, nginx on the loopback address and a virtual screen; a context."""
 
     def __init__(self, port):
         self.port = port

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 
-"""nginx under as many checks at once as it can answer."""
+"""nginx under as many concurrent checks as it can answer."""
 
 import re
 import subprocess
@@ -35,7 +35,7 @@ http {{
 
 
 class WebServer:
-    """A context: nginx with all cores over TLS, on a port of its own."""
+    """A context: nginx with all cores over TLS, on its own port."""
 
     def __init__(self, port):
         self.url = f"https://127.0.0.1:{port}/{SECTIONS}/update.json"
@@ -63,7 +63,7 @@ class WebServer:
         self.process.wait()
 
     def rate(self, clients, *headers, seconds=5):
-        """Good answers a second to so many clients, each of which asks again at once."""
+        """Good answers a second to this many clients, each of which asks again immediately."""
         options = [word for header in headers for word in ("-H", header)]
         out = subprocess.run(["wrk", "-t", "1", "-c", str(clients), "-d", f"{seconds}s", *options, self.url],
                              check=True, text=True, stdout=subprocess.PIPE).stdout

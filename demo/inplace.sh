@@ -87,7 +87,7 @@ answer_window() {
 
 watch_progress() { # NAME
   [ -n "$virtual" ] || return 0
-  await shows_progress || give_up "The progress dialog did not come: $(cat "$records/errors")"
+  await shows_progress || give_up "The progress dialog did not appear: $(cat "$records/errors")"
   sleep 0.7 # well into the largest file
   picture "$1"
 }
@@ -97,7 +97,7 @@ is_in_download() { [ -n "$(find "$temporary/staging" -path '*#fetch*' 2>/dev/nul
 end_update() {
   code=0
   wait "$session" || code=$?
-  sleep 0.3 # what was started detached writes its record
+  sleep 0.3 # detached programs write their records
   echo "  exit code $code; said: $(tail -n 1 "$records/errors")"
 }
 
@@ -149,7 +149,7 @@ show_inplace_update() {
   end_update
   tell_difference 1.1.0
 
-  title 'Back to the former release'
+  title 'Back to the previous release'
   start_update --undo
   end_update
   tell_difference 1.0.0
@@ -163,7 +163,7 @@ show_inplace_update() {
   cp "$temporary/releases/1.1.0/Sample.app/Contents/Resources/图片.dat" \
     "$www/1.1.0/Contents/Resources/图片.dat"
 
-  title 'The server dies in the middle; another try works when it is back'
+  title 'The server dies in the middle; a retry works once it is back'
   start_update
   await is_in_download || give_up 'The download did not begin.'
   watch_progress before-the-server-died

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The updater authors
 # SPDX-License-Identifier: MIT
 #
-# To be sourced by ./run: the sample bundle, the web server, the screen and the user on it.
+# Sourced by ./run: the sample bundle, the web server, the screen and its user.
 
 stage=$PWD/build/run
 records=$stage/records
@@ -109,7 +109,7 @@ strike_stage() {
   rm -rf "${temporary-}"
 }
 
-# For the right-hand side of sed's s|||, in quotes of nginx's own.
+# For the right-hand side of sed's s|||, in nginx's own quotes.
 escaped() { printf '%s' "$1" | sed 's/[&|\\]/\\&/g'; }
 
 is_served() { ! is_free "$port"; }
@@ -123,7 +123,7 @@ serve() {
   await is_served || give_up "nginx does not serve: $(cat "$records/nginx")"
 }
 
-# Runs a program with a home of its own and nothing of the caller's environment. Run this in the
+# Runs a program with its own home and nothing of the caller's environment. Run this in the
 # background.
 in_own_home() { # PROGRAM [ARGUMENT...]
   exec env -i PATH="$PWD/demo:$PATH" HOME="$temporary/home" TMPDIR="$temporary/tmp" \
@@ -145,10 +145,10 @@ open_host() {
 
 await_host_window() {
   await_window "$host_window"
-  [ -z "$virtual" ] || xdotool windowmove --sync "$window" 72 40 # nobody else arranges the windows
+  [ -z "$virtual" ] || xdotool windowmove --sync "$window" 72 40 # there is no window manager
 }
 
-# The host application that checks by itself; the script waits for it.
+# The host application that checks on its own; the script waits for it.
 start_host() {
   host >"$records/output" 2>"$records/errors" &
   session=$!
@@ -233,7 +233,7 @@ tell() {
   printf '\nWhat happened in the scene "%s"\n\nDialogs answered\n' "$scene"
   if [ ${#answers[@]} -gt 0 ]; then printf '  %s\n' "${answers[@]}"
   elif [ -n "$virtual" ]; then echo '  (none)'
-  else echo '  (by you: the log tells which way each one went)'; fi
+  else echo '  (by you: the log shows which answers)'; fi
   if [ ${#pictures[@]} -gt 0 ]; then
     printf '\nPictures\n'
     printf '  %s\n' "${pictures[@]#"$PWD/"}"

@@ -30,7 +30,8 @@ void ReadPropertyList(const QString &install, InstalledRelease &installed)
     }
 }
 
-/// Tells whether a file that seems to be missing, or empty, may be something else. Returns why.
+/// Returns why a file that seems to be missing or empty may have content nevertheless, or empty
+/// text.
 QString DoubtAbout(const QString &path)
 {
     struct stat about {};

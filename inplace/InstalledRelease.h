@@ -27,8 +27,8 @@ struct InstalledRelease {
     const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
 };
 
-/// Reads what \a layout names. Anything missing or unusable counts as unknown, but not what the
-/// system fails to read: then the result tells of it, and nothing may be concluded from it.
+/// Reads what \a layout names. Anything missing or unusable counts as unknown. If the system fails
+/// to read something, `unreadable` says why, and nothing must be concluded from the result.
 ///
 /// \a content, \a manifest  a manifest that was read already, or nothing. If it is the installed
 ///                          one it is not read again, which saves half the time when there is

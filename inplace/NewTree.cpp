@@ -32,7 +32,7 @@ bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
                       });
 }
 
-/// A volume that fills up meanwhile shows in other ways first.
+/// A volume that fills up meanwhile first causes other failures.
 Problem OrNoRoom(const Problem &problem, const Layout &layout,
                  const std::vector<const PlannedEntry *> &fetched)
 {
@@ -55,7 +55,8 @@ Problem NewTree::make(Source source)
     const QByteArray install = QFile::encodeName(m_layout.install);
     const QByteArray next = QFile::encodeName(m_layout.next);
     if (!m_installed.unreadable.isEmpty()) {
-        return {End::Storage, m_installed.unreadable}; // or files would be taken for the user's
+        return {End::Storage,
+                m_installed.unreadable}; // or the release's files would count as the user's
     }
     const QString reason = ListTree(install, m_there);
     if (!reason.isEmpty()) {

@@ -96,7 +96,7 @@ Problem InstallProblem(const Layout &layout)
         IsStuck(parent, install)) {
         return {End::NotWritable, QObject::tr("目录%1无法写入").arg(layout.parent)};
     }
-    // The longest names of those that are only needed after the exchange.
+    // The longest of the names that are only needed after the exchange.
     for (const QString &path :
          {layout.previous, layout.state + QStringLiteral("/previous.minisig#part"),
           SignaturePath(layout.manifestPath(true)) + QStringLiteral("#part")}) {

@@ -25,6 +25,17 @@ Problem Stopped()
     return StopSignals::isWanted() ? Problem{End::Cancelled, QObject::tr("已取消")} : Problem();
 }
 
+/// Waits until the new tree and its name will survive a power loss.
+Problem MakeDurable(const Layout &layout)
+{
+    QString reason = SyncTree(layout.next);
+    if (reason.isEmpty() && !SyncFolder(layout.parent)) {
+        reason = QStringLiteral("%1: %2").arg(layout.parent, SystemError());
+    }
+    return reason.isEmpty() ? Problem()
+                            : Problem{End::Storage, QObject::tr("无法写入磁盘:%1").arg(reason)};
+}
+
 } // namespace
 
 UpdateRun::UpdateRun(const UpdateOptions &options, const Layout &layout, StopSignals &stop,
@@ -145,9 +156,9 @@ Outcome UpdateRun::install()
             removeLeftovers();
             return outcome(End::UpToDate, QObject::tr("没有需要修复的文件"));
         }
-        const QString reason = SyncTree(m_layout.next);
-        if (!reason.isEmpty() || !SyncFolder(m_layout.parent)) {
-            return outcome({End::Storage, QObject::tr("无法写入磁盘:%1").arg(reason)});
+        problem = MakeDurable(m_layout);
+        if (problem) {
+            return outcome(problem);
         }
         if (tree.isCurrent()) {
             break;
@@ -238,13 +249,12 @@ Outcome UpdateRun::undo()
         return undoWhole();
     }
     NewTree tree(m_options, m_layout, m_installed, m_candidate, m_stop);
-    const Problem problem = tree.make(NewTree::Source::Previous);
+    Problem problem = tree.make(NewTree::Source::Previous);
+    if (!problem) {
+        problem = MakeDurable(m_layout);
+    }
     if (problem) {
         return outcome(problem);
-    }
-    const QString reason = SyncTree(m_layout.next);
-    if (!reason.isEmpty() || !SyncFolder(m_layout.parent)) {
-        return outcome({End::Storage, QObject::tr("无法写入磁盘:%1").arg(reason)});
     }
     Takeover back = takeover(tree.isBundle());
     back.keepPrevious = false; // once

@@ -22,5 +22,5 @@ bool IsExchangeUnknown(int error);
 bool CloneContent(int from, int to);
 
 /// Returns whether a volume, or a part of one, is mounted at exactly this folder. A symbolic link
-/// is none.
+/// is not one.
 bool IsMountPoint(const char *folder);

@@ -72,7 +72,7 @@ void AddEntry(Tree &tree, int number, int edition)
             tree.insert(path + QStringLiteral("/last"), File(ContentOf(number, 0)));
         }
         break;
-    case 12: // the three of before, the other way round
+    case 12: // the previous three, the other way round
         tree.insert(isOdd ? path + QStringLiteral("/within") : path, File(changing));
         break;
     case 13:

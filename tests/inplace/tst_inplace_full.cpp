@@ -11,12 +11,12 @@
 
 namespace {
 
-constexpr int Mebibytes = 66; // a little more than the program wants to be left
+constexpr int Mebibytes = 66; // a little more than the spare space that the program requires
 constexpr int Sizes[] = {100, 4096, 10000, 20000, 50000, 5000};
 
 bool HasOwnMounts = false;
 
-/// Files below a page, below what is written at one stroke, and above both; links and folders.
+/// Files smaller than a page, smaller than one write, and larger than both; links and folders.
 TestRelease Edition(int number)
 {
     TestRelease release;
@@ -40,8 +40,8 @@ TestRelease Edition(int number)
 
 } // namespace
 
-/// Updates on volumes that fill up when the first file is asked for, each with a little more room
-/// than the one before, until there is enough: UPDATER_STEP pages or names.
+/// Updates on volumes that fill up when the first file is requested, each with a little more space
+/// than the one before (UPDATER_STEP pages or names), until there is enough.
 class tst_InplaceFull : public QObject {
     Q_OBJECT
 
@@ -51,12 +51,12 @@ private slots:
 
 private:
     struct Scarcity {
-        bool hasStaging; ///< what lies on the volume
+        bool hasStaging; ///< what is on the volume
         bool hasInstall;
-        bool isOfNames; ///< names run short, not room
+        bool isOfNames; ///< names run out, not space
     };
-    /// Updates with so much left, and once more with room for all. Puts the word in the report of
-    /// the first into \a code.
+    /// Updates with this much left, and again with enough. Puts the first report's word into \a
+    /// code.
     void update(const Scarcity &scarcity, int left, QString &code);
 
     const TestRelease m_old = Edition(1);
@@ -133,7 +133,7 @@ void tst_InplaceFull::volume_fillsUp_nothingIsLost()
         qInfo("%d times %s", code.value(), qPrintable(code.key()));
     }
     QVERIFY2(codes.size() > 1, "It has never been full.");
-    // The system does not tell beforehand that names run short.
+    // The system does not say in advance that names will run out.
     const QSet<QString> told{QStringLiteral("updated"), QStringLiteral("no-room"),
                              QStringLiteral("storage"),
                              isOfNames ? QStringLiteral("download") : QStringLiteral("storage")};

@@ -14,11 +14,11 @@ namespace {
 
 constexpr qint64 GiB = qint64{1} << 30;
 constexpr int Minutes = 60000;
-constexpr int MiBBesides = 100; // of memory, besides a file's size
-/// What a run may take at most; more of it is a failure of the program, not of the machine.
+constexpr int MiBBesides = 100; // of memory, in addition to a file's size
+/// The most that a run may take; more is the program's fault, not the machine's.
 const auto Limits = QStringLiteral("ulimit -c 0; ulimit -v %1; ").arg(10 * GiB / 1024);
 
-/// Makes a file of zeros that takes no room.
+/// Makes a file of zeros that takes no space.
 void MakeSparse(const QString &path, qint64 size)
 {
     WriteFile(path, "");

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Returns a new folder whose path is so many bytes long.
+/// Returns a new folder whose path has this many bytes.
 QString DeepFolder(const QString &above, int length)
 {
     QString path = above;
@@ -32,8 +32,8 @@ TestRelease ReleaseOf(const Tree &tree, int version)
 
 } // namespace
 
-/// Names and paths that are as long as a system takes them, and longer; with UPDATER_STEP=1 of
-/// every length near the limit.
+/// Names and paths as long as the system accepts, and longer; with UPDATER_STEP=1 of every length
+/// near the limit.
 class tst_InplaceNames : public QObject {
     Q_OBJECT
 
@@ -99,7 +99,7 @@ void tst_InplaceNames::name_ofTheUsers_isKept()
     QCOMPARE(stage.differences(release, users), QString());
 }
 
-/// The names beside it are longer by ten bytes.
+/// The names beside it are ten bytes longer.
 void tst_InplaceNames::name_ofTheInstallation_nothingIsLost()
 {
     const TestRelease old = ReleaseOf({}, 1);
@@ -123,7 +123,8 @@ void tst_InplaceNames::path_nearTheLimit_nothingIsLost_data()
     QTest::newRow("staging") << false;
 }
 
-/// From where all fits to where not even the installation's own names do.
+/// From lengths at which everything fits to those at which not even the installation's own names
+/// do.
 void tst_InplaceNames::path_nearTheLimit_nothingIsLost()
 {
     QFETCH(bool, isInstall);
@@ -149,7 +150,7 @@ void tst_InplaceNames::path_nearTheLimit_nothingIsLost()
         const bool isDone = code == QLatin1String("updated");
         QCOMPARE(stage.program().exitCode(), isDone ? 0 : 1);
         QCOMPARE(stage.differences(isDone ? release : old), QString());
-        // By a program that walks, because what lies beside it has longer paths than there may be.
+        // With rm, which walks the tree: the paths beside it are longer than the system accepts.
         QCOMPARE(QProcess::execute(QStringLiteral("rm"),
                                    {QStringLiteral("-rf"), stage.temporary.path()}),
                  0);

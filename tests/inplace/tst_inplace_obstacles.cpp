@@ -76,6 +76,7 @@ private slots:
     void copiedFile_changedMeanwhile_isCopiedAgain();
     void special_filesAtListedPaths_hangNothing();
     void immutable_file_isNoObstacleBeforeTheExchange();
+    void parent_notDurable_isNamedWithTheReason();
     void lock_ofTheFileSystem_isNotNeeded();
 
 private:
@@ -414,6 +415,29 @@ void tst_InplaceObstacles::copiedFile_changedMeanwhile_isCopiedAgain()
     QVERIFY(isCopied && isWritten);
     QCOMPARE(program.code(), QStringLiteral("updated"));
     QCOMPARE(ReadFile(path), QByteArray("before and after"));
+}
+
+void tst_InplaceObstacles::parent_notDurable_isNamedWithTheReason()
+{
+    int number = 0;
+    {
+        FailingCalls calls(m_stage->parent, {QStringLiteral("sync")});
+        InplaceProgram whole(m_stage->arguments());
+        whole.prefix(calls.letThrough());
+        QCOMPARE(whole.run(), 0);
+        number = 1 + calls.calls().indexOf(QStringLiteral("sync ") + m_stage->parent);
+        QVERIFY(number > 0);
+    }
+    init();
+    FailingCalls calls(m_stage->parent, {QStringLiteral("sync")});
+    InplaceProgram program(m_stage->arguments());
+    program.prefix(calls.failOnce(number, EIO));
+    QCOMPARE(program.run(), 1);
+    QVERIFY(calls.hasFailed());
+    QCOMPARE(program.code(), QStringLiteral("storage"));
+    QVERIFY2(program.errors().contains(Bytes(m_stage->parent) + ": Input/output error"),
+             program.errors().constData());
+    QCOMPARE(m_stage->differences(InplaceStage::oldRelease()), QString());
 }
 
 void tst_InplaceObstacles::lock_ofTheFileSystem_isNotNeeded()

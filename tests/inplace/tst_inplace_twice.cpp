@@ -14,7 +14,7 @@ namespace {
 
 constexpr int Around = 1; // calls before and after the exchange
 
-/// Adds what two updates may have in common.
+/// Adds the folders that two updates may have in common.
 void AddFoldersInCommon()
 {
     QTest::addColumn<bool>("sameInstall");

@@ -7,7 +7,7 @@
 #include <string>
 
 /// \file
-/// What the functions of the preloaded library have in common. Hidden from the program.
+/// Shared by the functions of the preloaded library, and hidden from the program.
 
 #pragma GCC visibility push(hidden)
 
@@ -18,9 +18,9 @@ std::string PathOf(int descriptor);
 /// Returns the path that a call means with a folder and a path; errno may change.
 std::string PathOf(int folder, const char *path);
 
-/// Counts a call. Returns whether it is to fail, and sets errno then; errno stays otherwise.
+/// Counts a call. Returns whether it is to fail, and then sets errno; otherwise errno stays.
 ///
-/// \a isUsual  it is counted also when no kinds were chosen.
+/// \a isUsual  it is counted even if no kinds were chosen.
 bool Fails(const char *kind, const std::string &path, bool isUsual = true);
 
 /// The system's function that this library hides.

@@ -36,7 +36,7 @@ bool IsBelow(const std::string &path, const std::string &folder)
     return folder == "/" || path == folder || path.rfind(folder + '/', 0) == 0;
 }
 
-/// Returns the last of the mount points, in their order of mounting, that the path is below.
+/// Returns the most recent mount point that contains the path.
 std::string MountPointOf(const std::string &path)
 {
     std::ifstream mounts("/proc/self/mountinfo");

@@ -10,7 +10,7 @@
 
 #include <cerrno>
 
-/// What the files for macOS make of answers that only a Mac gives.
+/// How the files for macOS handle results that only a Mac returns.
 class tst_MacCalls : public QObject {
     Q_OBJECT
 

@@ -16,8 +16,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-/// What holds for the calls of every system: built with the files for Linux, and with those for
-/// macOS.
+/// The contract of the system calls, tested for the files for Linux and for those for macOS.
 class tst_SystemCalls : public QObject {
     Q_OBJECT
 
@@ -51,7 +50,7 @@ private:
 
 namespace {
 
-/// Holds an open file or folder.
+/// Owns an open file or folder.
 class Open {
 public:
     explicit Open(const QByteArray &path, int flags = O_RDONLY)
@@ -89,7 +88,7 @@ bool IsInherited(const void *memory)
     }
     const pid_t child = ::fork();
     if (child == 0) {
-        // The system reads: where there is nothing, that is an error and no crash.
+        // The system reads, so that an unreadable address is an error and not a crash.
         ::_exit(::write(ends[1], memory, 1) == 1 ? 1 : 0);
     }
     int status = -1;
