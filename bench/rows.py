@@ -75,6 +75,11 @@ def notice_texts(here):
     return notice(here, "texts")
 
 
+def against_another(here, benchmark, other, rounds=9):
+    result = measure.inside(IN_PROCESS, DATA, here.env, f"^({benchmark}|{other})$", rounds)
+    return report.times(result[benchmark], result[other])
+
+
 def against_awk(here, benchmark, file):
     stage.make_manifests()
     return report.times(*measure.inside_and_process(
@@ -96,8 +101,7 @@ def parse_shuffled(here):
      "ParseMd5File of the lines with three fields", 2.2)
 def read_manifest(here):
     stage.make_complete_manifest()
-    result = measure.inside(IN_PROCESS, DATA, here.env, "^(ReadWhole|Parse/1000000)$", 9)
-    return report.times(result["ReadWhole"], result["Parse/1000000"])
+    return against_another(here, "ReadWhole", "Parse/1000000")
 
 
 @row("hash-files", "SHA-256 of 20,000 files of 8 KiB, both cores", "sha256sum of the same", 0.80)
@@ -134,8 +138,7 @@ def check_hashed(here):
      "ParseMd5File of that manifest", 1.35)
 def check_listed(here):
     stage.make_manifests()
-    result = measure.inside(IN_PROCESS, DATA, here.env, "^(CompareListed|Parse)/1000000$", 9)
-    return report.times(result["CompareListed/1000000"], result["Parse/1000000"])
+    return against_another(here, "CompareListed/1000000", "Parse/1000000")
 
 
 @row("check-file", "CheckFileMd5, one file of 256 MiB", "md5sum", 1.40)
@@ -215,8 +218,7 @@ def resume_time(here):
 
 
 def log_lines(here, other):
-    result = measure.inside(IN_PROCESS, DATA, here.env, f"^(LogLine|{other})$", 41)
-    return report.times(result["LogLine"], result[other])
+    return against_another(here, "LogLine", other, rounds=41)
 
 
 @row("log-line", "one log line (previous handler silent)",

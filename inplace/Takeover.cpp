@@ -18,11 +18,31 @@
 
 namespace {
 
-ino_t NodeOf(const QString &folder)
+/// Finds out what number a folder has; 0 if it is not there. False with the reason in errno if
+/// nobody can say.
+bool FindNode(const QString &folder, ino_t &node)
 {
     struct stat about {};
     const bool isThere = ::lstat(QFile::encodeName(folder).constData(), &about) == 0;
-    return isThere && S_ISDIR(about.st_mode) ? about.st_ino : 0;
+    node = isThere && S_ISDIR(about.st_mode) ? about.st_ino : 0;
+    return isThere || errno == ENOENT || errno == ENOTDIR;
+}
+
+/// The numbers of the three trees.
+struct Nodes {
+    ino_t install = 0;
+    ino_t next = 0;
+    ino_t previous = 0;
+};
+
+Problem FindNodes(const Layout &layout, Nodes &nodes)
+{
+    if (FindNode(layout.install, nodes.install) && FindNode(layout.next, nodes.next) &&
+        FindNode(layout.previous, nodes.previous)) {
+        return {};
+    }
+    const QString reason = SystemError();
+    return {End::Storage, QObject::tr("%1无法读取:%2").arg(layout.parent, reason)};
 }
 
 bool IsThere(const QString &path)
@@ -104,9 +124,14 @@ QString PutManifest(const Layout &layout, const PendingExchange &pending)
 /// Restores an installation that was moved away for an exchange by two renames.
 Problem BringBack(const Layout &layout, const std::optional<PendingExchange> &pending)
 {
-    const bool isReady = pending && NodeOf(layout.next) == pending->node;
+    Nodes nodes;
+    const Problem problem = FindNodes(layout, nodes);
+    if (problem) {
+        return problem;
+    }
+    const bool isReady = pending && nodes.next == pending->node;
     const QString &tree = isReady ? layout.next : layout.previous;
-    if (NodeOf(tree) == 0) {
+    if ((isReady ? nodes.next : nodes.previous) == 0) {
         return {End::Folders, QObject::tr("安装目录%1不存在").arg(layout.install)};
     }
     return Move(tree, layout.install) && SyncFolder(layout.parent) ? Problem()
@@ -117,9 +142,14 @@ Problem BringBack(const Layout &layout, const std::optional<PendingExchange> &pe
 
 Problem PrepareTakeover(const Layout &layout, const Takeover &takeover)
 {
+    Nodes nodes;
+    const Problem problem = FindNodes(layout, nodes);
+    if (problem) {
+        return problem;
+    }
     PendingExchange pending;
-    pending.node = NodeOf(layout.next);
-    pending.formerNode = NodeOf(layout.install);
+    pending.node = nodes.next;
+    pending.formerNode = nodes.install;
     pending.manifest = takeover.manifest;
     pending.signature = takeover.signature;
     pending.former = takeover.former;
@@ -150,8 +180,13 @@ Problem FinishTakeover(const Layout &layout)
     if (!pending) {
         return {};
     }
-    const bool isFormerHere = NodeOf(layout.next) == pending->formerNode;
-    const bool wasRenamed = NodeOf(layout.previous) == pending->formerNode;
+    Nodes nodes;
+    const Problem problem = FindNodes(layout, nodes);
+    if (problem) {
+        return problem;
+    }
+    const bool isFormerHere = nodes.next == pending->formerNode;
+    const bool wasRenamed = nodes.previous == pending->formerNode;
     bool isTidy = wasRenamed || Doom(layout, layout.previous);
     if (isTidy && isFormerHere) {
         isTidy = pending->keepPrevious ? Move(layout.next, layout.previous)
@@ -194,9 +229,13 @@ Problem MendTakeover(const Layout &layout, bool &happened)
         (void)RemoveTree(QFile::encodeName(layout.doomed));
         return {};
     }
-    const bool isBefore =
-        NodeOf(layout.next) == pending->node || NodeOf(layout.install) == pending->formerNode;
-    happened = NodeOf(layout.install) == pending->node ||
+    Nodes nodes;
+    const Problem problem = FindNodes(layout, nodes);
+    if (problem) {
+        return problem;
+    }
+    const bool isBefore = nodes.next == pending->node || nodes.install == pending->formerNode;
+    happened = nodes.install == pending->node ||
                // A different volume, or one that renumbers its folders.
                (!isBefore && HoldsRelease(layout, pending->manifest));
     if (happened) {

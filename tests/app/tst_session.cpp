@@ -3,6 +3,7 @@
 
 #include "tests/support/Descendants.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/ScriptedAnswers.h"
 #include "tests/support/ScriptedServer.h"
 
@@ -14,8 +15,7 @@
 namespace {
 
 const QString ContentText = QStringLiteral("升级描述文件内容不合法:");
-const QString StartMarker = QStringLiteral("I ----------------更新程序启动------------------");
-const QString GivenUpMarker = QStringLiteral("I ----------------更新程序关闭3------------------");
+const QString GivenUpMarker = Marker(QStringLiteral("3"));
 
 QString ErrorDialog(const QString &message)
 {

@@ -3,6 +3,7 @@
 
 #include "tests/support/Descendants.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <QDir>
@@ -12,12 +13,6 @@
 namespace {
 
 const QString Restart = QStringLiteral("restart");
-
-QString Marker(const char *number)
-{
-    return QStringLiteral("I ----------------更新程序关闭%1------------------")
-        .arg(QLatin1String(number));
-}
 
 /// A segment like that of another session in the same folder.
 class RunningSession {

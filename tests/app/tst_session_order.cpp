@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <QtTest>
@@ -21,12 +22,6 @@ namespace {
 
 const QStringList Windowed;
 const QStringList Console{QStringLiteral("console")};
-
-QString Marker(const char *number)
-{
-    return QStringLiteral("I ----------------更新程序关闭%1------------------")
-        .arg(QLatin1String(number));
-}
 
 QByteArray Newer(const QByteArray &downloadUrl)
 {

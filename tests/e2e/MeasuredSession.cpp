@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/e2e/MeasuredSession.h"
+#include "tests/support/LogMarkers.h"
 
 #include <QDirIterator>
 #include <QEventLoop>
@@ -9,16 +10,6 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QTimer>
-
-namespace {
-
-QString Marker(const char *number)
-{
-    return QStringLiteral("I ----------------更新程序关闭%1------------------")
-        .arg(QLatin1String(number));
-}
-
-} // namespace
 
 QByteArray MeasuredDescription()
 {

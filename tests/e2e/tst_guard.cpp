@@ -3,6 +3,7 @@
 
 #include "tests/support/Descendants.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/Onlooker.h"
 #include "tests/support/ScriptedAnswers.h"
 #include "tests/support/ScriptedServer.h"
@@ -17,12 +18,6 @@ const QByteArray Running = R"({"errormsg":"升级程序已运行","success":fals
 const QByteArray NoUpdate =
     R"({"errormsg":"current version:3.0.0, newest version:","success":true,"update":false})";
 const QStringList Console{QStringLiteral("console")};
-
-QString Marker(const char *number)
-{
-    return QStringLiteral("I ----------------更新程序关闭%1------------------")
-        .arg(QLatin1String(number));
-}
 
 QByteArray End(QProcess &session)
 {

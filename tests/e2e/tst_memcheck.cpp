@@ -4,6 +4,7 @@
 #include "tests/support/Descendants.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/Memcheck.h"
 #include "tests/support/ScriptedAnswers.h"
 #include "tests/support/ScriptedServer.h"
@@ -23,12 +24,6 @@ const QString Return = QStringLiteral("Return");
 const QString Escape = QStringLiteral("Escape");
 const QByteArray Newer =
     R"({"Version":3010000,"VersionString":"3.1.0","DownloadUrl":"https://example.com/"})";
-
-QString Marker(const char *number)
-{
-    return QStringLiteral("I ----------------更新程序关闭%1------------------")
-        .arg(QLatin1String(number));
-}
 
 } // namespace
 

@@ -2,11 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/Descendants.h"
-#include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/Onlooker.h"
-#include "tests/support/ScriptedAnswers.h"
-#include "tests/support/ScriptedServer.h"
+#include "tests/support/SessionTest.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -17,18 +16,11 @@ namespace {
 
 const QString Updater = QStringLiteral(UPDATER);
 const QString DescriptionPath = QStringLiteral("/public/kestrel/update/mac/update.json");
-const QString Start = QStringLiteral("I ----------------更新程序启动------------------");
 const QString NoWindow;
 const QString Notice = QStringLiteral("CUpdateNotice");
 const QString Address = QStringLiteral("https://example.com/down?a=1&b=2");
 // Our choice, here and below: the blanks between the pieces of a log line are the toolkit's.
 const QString OpenedLine = QStringLiteral("I 尝试打开的url： ") + Address;
-
-QString Marker(const char *number)
-{
-    return QStringLiteral("I ----------------更新程序关闭%1------------------")
-        .arg(QLatin1String(number));
-}
 
 QByteArray Report(bool success, bool update, const QString &message)
 {
@@ -70,11 +62,13 @@ QByteArray PlainRequest()
 } // namespace
 
 /// Every way a session can end, by the real program: what it prints, logs, starts and asks.
-class tst_Outcomes : public QObject {
+class tst_Outcomes : public SessionTest {
     Q_OBJECT
 
+public:
+    tst_Outcomes() : SessionTest(UPDATER_PORT) {}
+
 private slots:
-    void initTestCase();
     void session_everyOutcome_isExactlyItsRow_data();
     void session_everyOutcome_isExactlyItsRow();
 
@@ -87,23 +81,7 @@ private:
     void addWindowedDecisionRows();
     static QStringList decisionLog(const QString &command, const QByteArray &json,
                                    const QStringList &further);
-
-    std::unique_ptr<Desktop> m_desktop;
-    std::unique_ptr<ScriptedServer> m_server;
-    ScriptedAnswers m_answers;
 };
-
-void tst_Outcomes::initTestCase()
-{
-    AdoptDescendants();
-    m_desktop = std::make_unique<Desktop>();
-    QVERIFY(m_desktop->isUp());
-    m_server = std::make_unique<ScriptedServer>(
-        [this](ScriptedConnection &connection, const QByteArray &) {
-            connection.send(m_answers.next());
-        },
-        UPDATER_PORT);
-}
 
 void tst_Outcomes::session_everyOutcome_isExactlyItsRow_data()
 {
@@ -306,7 +284,7 @@ void tst_Outcomes::session_everyOutcome_isExactlyItsRow()
     QCOMPARE(session->readAllStandardOutput(), output);
     QCOMPARE(session->exitStatus(), QProcess::NormalExit);
     QCOMPARE(session->exitCode(), exitCode);
-    QCOMPARE(bundle.log(), QStringList(Start) + log + QStringList(marker));
+    QCOMPARE(bundle.log(), QStringList(StartMarker) + log + QStringList(marker));
     QCOMPARE(bundle.hostStarts(),
              hostStarted ? QStringList(bundle.properHostStart(QStringLiteral("Host.exe")))
                          : QStringList());

@@ -4,6 +4,7 @@
 #include "tests/support/Descendants.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/Nginx.h"
 #include "tests/support/OwnNamespaces.h"
 #include "tests/support/ThrowAwayCa.h"
@@ -192,11 +193,10 @@ void tst_Shipped::session_overTls_isExactlyItsRow()
     QCOMPARE(session->exitStatus(), QProcess::NormalExit);
     QCOMPARE(session->exitCode(), exitCode);
     const QStringList log = bundle.log();
-    QCOMPARE(log.first(), QStringLiteral("I ----------------更新程序启动------------------"));
+    QCOMPARE(log.first(), StartMarker);
     QVERIFY(log.contains(QStringLiteral("D update.json  url = ") + BaseUrl +
                          QStringLiteral("/update.json")));
-    QCOMPARE(log.last(),
-             QStringLiteral("I ----------------更新程序关闭%1------------------").arg(marker));
+    QCOMPARE(log.last(), Marker(marker));
 
     nginx.kill();
     QVERIFY(AwaitDescendants({m_desktop.processId()}));

@@ -3,6 +3,7 @@
 
 #include "tests/support/Descendants.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/ScriptedServer.h"
 
 #include <QtTest>
@@ -14,7 +15,7 @@ namespace {
 const QStringList Console{QStringLiteral("console")};
 const QByteArray NoUpdate =
     R"({"errormsg":"current version:3.0.0, newest version:","success":true,"update":false})";
-const QString LastLine = QStringLiteral("I ----------------更新程序关闭3------------------");
+const QString LastLine = Marker("3");
 
 } // namespace
 

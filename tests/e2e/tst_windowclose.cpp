@@ -2,39 +2,23 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/Descendants.h"
-#include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
-#include "tests/support/ScriptedAnswers.h"
-#include "tests/support/ScriptedServer.h"
+#include "tests/support/LogMarkers.h"
+#include "tests/support/SessionTest.h"
 
 #include <QtTest>
 
 /// Windows that the window manager closes: the user has not chosen what the dialog offers.
-class tst_WindowClose : public QObject {
+class tst_WindowClose : public SessionTest {
     Q_OBJECT
 
+public:
+    tst_WindowClose() : SessionTest(UPDATER_PORT) {}
+
 private slots:
-    void initTestCase();
     void dialog_closedByTheManager_countsAsRefused_data();
     void dialog_closedByTheManager_countsAsRefused();
-
-private:
-    std::unique_ptr<Desktop> m_desktop;
-    std::unique_ptr<ScriptedServer> m_server;
-    ScriptedAnswers m_answers;
 };
-
-void tst_WindowClose::initTestCase()
-{
-    AdoptDescendants();
-    m_desktop = std::make_unique<Desktop>();
-    QVERIFY(m_desktop->isUp());
-    m_server = std::make_unique<ScriptedServer>(
-        [this](ScriptedConnection &connection, const QByteArray &) {
-            connection.send(m_answers.next());
-        },
-        UPDATER_PORT);
-}
 
 void tst_WindowClose::dialog_closedByTheManager_countsAsRefused_data()
 {
@@ -89,8 +73,7 @@ void tst_WindowClose::dialog_closedByTheManager_countsAsRefused()
     QCOMPARE(session->exitStatus(), QProcess::NormalExit);
     QCOMPARE(session->exitCode(), exitCode);
     QCOMPARE(session->readAllStandardOutput(), output);
-    QCOMPARE(bundle.log().last(),
-             QStringLiteral("I ----------------更新程序关闭%1------------------").arg(marker));
+    QCOMPARE(bundle.log().last(), Marker(marker));
     QCOMPARE(bundle.hostStarts().size(), hostStarted ? 1 : 0);
     QCOMPARE(bundle.browserAddresses(), QStringList());
     QCOMPARE(m_server->requests().size() - before, 1);

@@ -4,6 +4,7 @@
 #include "tests/support/Descendants.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
+#include "tests/support/LogMarkers.h"
 #include "tests/support/ScriptedAnswers.h"
 #include "tests/support/ScriptedServer.h"
 
@@ -135,8 +136,7 @@ void tst_Windows::error_retryThreeTimes_thenRefused()
     QVERIFY(session->waitForFinished());
     QVERIFY(AwaitDescendants({m_desktop->processId()}));
     QCOMPARE(session->exitCode(), 1);
-    QCOMPARE(m_bundle->log().last(),
-             QStringLiteral("I ----------------更新程序关闭3------------------"));
+    QCOMPARE(m_bundle->log().last(), Marker("3"));
     QCOMPARE(m_bundle->hostStarts(),
              QStringList(m_bundle->properHostStart(QStringLiteral("Host.exe"))));
 }
@@ -157,9 +157,7 @@ void tst_Windows::second_session_isRefusedInAWindow()
     QCOMPARE(second->exitCode(), 1);
     QCOMPARE(second->readAllStandardOutput(), QByteArray());
     QCOMPARE(m_bundle->log().mid(logBefore.size()),
-             (QStringList{QStringLiteral("I ----------------更新程序启动------------------"),
-                          QStringLiteral("D command = "),
-                          QStringLiteral("I ----------------更新程序关闭12------------------")}));
+             (QStringList{StartMarker, QStringLiteral("D command = "), Marker("12")}));
     QCOMPARE(m_bundle->hostStarts(),
              QStringList(m_bundle->properHostStart(QStringLiteral("Host.exe"))));
 
@@ -244,8 +242,7 @@ void tst_Windows::browser_missing_sessionEndsAllTheSame()
     QVERIFY(session->waitForFinished());
     QCOMPARE(session->exitStatus(), QProcess::NormalExit);
     QCOMPARE(session->exitCode(), 0);
-    QCOMPARE(m_bundle->log().last(),
-             QStringLiteral("I ----------------更新程序关闭1------------------"));
+    QCOMPARE(m_bundle->log().last(), Marker("1"));
 }
 
 QTEST_GUILESS_MAIN(tst_Windows)

@@ -2,10 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/Descendants.h"
-#include "tests/support/Desktop.h"
 #include "tests/support/HostBundle.h"
-#include "tests/support/ScriptedAnswers.h"
-#include "tests/support/ScriptedServer.h"
+#include "tests/support/LogMarkers.h"
+#include "tests/support/SessionTest.h"
 
 #include <QtTest>
 
@@ -23,11 +22,13 @@ const QByteArray Same = R"({"Version":3000000,"VersionString":"3.0.0"})";
 } // namespace
 
 /// The sample host application and the real updater, with a user at the keyboard.
-class tst_HostQt : public QObject {
+class tst_HostQt : public SessionTest {
     Q_OBJECT
 
+public:
+    tst_HostQt() : SessionTest(UPDATER_PORT) {}
+
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
 
@@ -48,24 +49,9 @@ private:
     }
     int requests() const { return m_server->requests().size(); }
 
-    std::unique_ptr<Desktop> m_desktop;
-    std::unique_ptr<ScriptedServer> m_server;
     std::unique_ptr<HostBundle> m_bundle;
-    ScriptedAnswers m_answers;
     int m_before = 0;
 };
-
-void tst_HostQt::initTestCase()
-{
-    AdoptDescendants();
-    m_desktop = std::make_unique<Desktop>();
-    QVERIFY(m_desktop->isUp());
-    m_server = std::make_unique<ScriptedServer>(
-        [this](ScriptedConnection &connection, const QByteArray &) {
-            connection.send(m_answers.next());
-        },
-        UPDATER_PORT);
-}
 
 void tst_HostQt::init()
 {
@@ -166,8 +152,7 @@ void tst_HostQt::close_duringTheNotice_waitsForTheUpdater()
     QVERIFY(m_desktop->hasWindow(Notice));
     m_desktop->press(notice, QStringLiteral("Escape"));
     QVERIFY(kestrel->waitForFinished());
-    QCOMPARE(m_bundle->log().last(),
-             QStringLiteral("I ----------------更新程序关闭1------------------"));
+    QCOMPARE(m_bundle->log().last(), Marker("1"));
 }
 
 void tst_HostQt::start_twice_isOneWindow()

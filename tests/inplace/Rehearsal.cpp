@@ -83,7 +83,7 @@ QString Rehearsal::mend(bool wasNew) const
     const QString previous = stage->parent + QLatin1Char('/') + FormerName;
     QString wrong = stage->differences(release);
     if (wrong.isEmpty() && stage->leftovers() != QStringList(FormerName)) {
-        wrong = stage->leftovers().join(QLatin1Char(' '));
+        wrong = QStringLiteral("beside it: ") + stage->leftovers().join(QLatin1Char(' '));
     }
     return wrong.isEmpty()
                ? Differences(WithoutManifest(ReadNodes(previous)), WithFolders(former.tree))

@@ -23,6 +23,7 @@ private slots:
     void call_fails_nothingIsLost();
     void installed_unreadable_isNotTakenForMissing_data();
     void installed_unreadable_isNotTakenForMissing();
+    void trees_unreadable_formerOneIsKept();
     void descriptors_few_nothingIsLost();
     void exchange_unknown_twoRenamesDo();
     void exchange_unknown_killedBetween_isMended();
@@ -138,6 +139,34 @@ void tst_InplaceFaults::installed_unreadable_isNotTakenForMissing()
     }
 }
 
+/// Which tree is which decides what becomes of them after the exchange.
+void tst_InplaceFaults::trees_unreadable_formerOneIsKept()
+{
+    const Rehearsal rehearsal(20, Rehearsal::Scene::OneVolume);
+    FailingCalls calls(rehearsal.stage->parent, {QStringLiteral("stat")});
+    InplaceProgram whole(rehearsal.stage->arguments());
+    whole.prefix(calls.letThrough());
+    QCOMPARE(whole.run(), 0);
+    const QStringList seen = calls.calls();
+    int strikes = 0;
+    for (int number = seen.size(); number > 0 && strikes < 8; --number) {
+        const QString &call = seen.at(number - 1);
+        if (!call.endsWith(QLatin1String("/.Sample.app#new")) &&
+            !call.endsWith(QLatin1String("/.Sample.app#previous"))) {
+            continue;
+        }
+        ++strikes;
+        rehearsal.putBack();
+        InplaceProgram struck(rehearsal.stage->arguments());
+        struck.prefix(calls.failOnce(number, EIO));
+        (void)struck.run(); // judged by what is there
+        const Rehearsal::State state = rehearsal.state();
+        QCOMPARE(state.mixture, QString());
+        QCOMPARE(rehearsal.mend(state.isNew), QString());
+    }
+    QVERIFY(strikes > 1);
+}
+
 /// With fewer files that may be open at once than the program needs, sockets included.
 void tst_InplaceFaults::descriptors_few_nothingIsLost()
 {
@@ -154,6 +183,9 @@ void tst_InplaceFaults::descriptors_few_nothingIsLost()
         QVERIFY2((code == 0) == state.isNew, struck.errors().constData());
         codes[struck.code()]++;
         QCOMPARE(rehearsal.mend(state.isNew), QString());
+    }
+    for (auto code = codes.cbegin(); code != codes.cend(); ++code) {
+        qInfo("%d times %s", code.value(), qPrintable(code.key()));
     }
     QVERIFY(codes.size() > 1);
 }

@@ -193,7 +193,8 @@ void tst_PublishFailing::prune_removalFails_isSaid()
         const ToolRun run = RunPublish(arguments, calls.failFrom(number, EIO));
         const bool isLeft = QFileInfo::exists(m_output + "/.publish_update/hidden-0");
         QVERIFY2(run.exitCode == (isLeft ? 1 : 0), run.errors.constData());
-        QVERIFY(!isLeft || run.errors.contains(R"("3.8.0" is out of sight, but some of it is )"));
+        QVERIFY(!isLeft ||
+                run.errors.contains(R"("3.8.0" is no longer visible, but part of it is )"));
         QVERIFY(!QFileInfo::exists(m_output + "/3.8.0"));
         QCOMPARE(RunPublish(arguments).exitCode, 0);
         QVERIFY(!QFileInfo::exists(m_output + "/.publish_update"));

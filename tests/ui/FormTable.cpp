@@ -11,7 +11,7 @@
 
 namespace {
 
-QString textOf(const QWidget *widget)
+QString TextOf(const QWidget *widget)
 {
     return widget->property("text").toString();
 }
@@ -52,7 +52,7 @@ void CompareRow(const QDialog &dialog)
     QCOMPARE(QString::fromLatin1(widget->metaObject()->className()), type);
     QCOMPARE(widget->geometry(), geometry);
     QCOMPARE(widget->styleSheet(), QStringLiteral("color: rgb(0, 0, 0);"));
-    QCOMPARE(textOf(widget), text);
+    QCOMPARE(TextOf(widget), text);
     const QFont font = widget->font();
     QCOMPARE(font.pointSize(), headline ? 15 : QFont().pointSize());
     QCOMPARE(font.family(), QFont().family());

@@ -12,13 +12,13 @@
 
 namespace {
 
-QByteArray contents(const QString &path)
+QByteArray Contents(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-QDir ui()
+QDir UiFolder()
 {
     return QDir(QStringLiteral(UI_FOLDER));
 }
@@ -28,13 +28,14 @@ struct Run {
     QString output; ///< and errors
 };
 
-Run script(const QStringList &arguments)
+Run RunScript(const QStringList &arguments)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QStringLiteral("python3"),
-                  QStringList{"-B", ui().filePath(QStringLiteral("artwork/make_artwork.py"))} +
-                      arguments);
+    process.start(
+        QStringLiteral("python3"),
+        QStringList{"-B", UiFolder().filePath(QStringLiteral("artwork/make_artwork.py"))} +
+            arguments);
     const bool ended = process.waitForFinished(120000);
     return {ended ? process.exitCode() : -1, QString::fromUtf8(process.readAll())};
 }
@@ -44,16 +45,16 @@ class Drawings {
 public:
     Drawings()
     {
-        const QString icon = ui().exists(QStringLiteral("artwork/icon.svg"))
+        const QString icon = UiFolder().exists(QStringLiteral("artwork/icon.svg"))
                                  ? QStringLiteral("icon.svg")
                                  : QStringLiteral("icon.png");
-        QVERIFY(QFile::copy(ui().filePath("artwork/" + icon), path(icon)));
+        QVERIFY(QFile::copy(UiFolder().filePath("artwork/" + icon), path(icon)));
     }
     QString path(const QString &name) const { return m_folder.filePath(name); }
     QString background() const { return path(QStringLiteral("update_bg.png")); }
     Run make() const
     {
-        return script({QStringLiteral("--drawings"), m_folder.path(), m_made.path()});
+        return RunScript({QStringLiteral("--drawings"), m_folder.path(), m_made.path()});
     }
     QString made(const QString &name) const { return m_made.filePath(name); }
 
@@ -89,12 +90,12 @@ void tst_Artwork::initTestCase()
 void tst_Artwork::script_run_makesTheEmbeddedFilesAgain()
 {
     const QTemporaryDir folder;
-    const Run run = script({folder.path()});
+    const Run run = RunScript({folder.path()});
     QVERIFY2(run.exitCode == 0, qPrintable(run.output));
     for (const char *name : {"icon.ico", "update_bg.png"}) {
-        const QByteArray made = contents(folder.filePath(QLatin1String(name)));
+        const QByteArray made = Contents(folder.filePath(QLatin1String(name)));
         QVERIFY(!made.isEmpty());
-        QVERIFY2(made == contents(ui().filePath(QLatin1String(name))),
+        QVERIFY2(made == Contents(UiFolder().filePath(QLatin1String(name))),
                  qPrintable(QLatin1String(name) + " is not what its drawing gives: run "
                                                   "ui/artwork/make_artwork.py"));
     }
@@ -115,8 +116,8 @@ void tst_Artwork::script_png_keepsItsPixels()
     QVERIFY2(run.exitCode == 0, qPrintable(run.output));
     const QString made = drawings.made(QStringLiteral("update_bg.png"));
     QCOMPARE(QImage(made), drawing.convertToFormat(QImage::Format_ARGB32));
-    QCOMPARE(contents(made).size(),
-             contents(ui().filePath(QStringLiteral("update_bg.png"))).size());
+    QCOMPARE(Contents(made).size(),
+             Contents(UiFolder().filePath(QStringLiteral("update_bg.png"))).size());
 }
 
 void tst_Artwork::script_badDrawing_saysWhatIsWrong_data()
@@ -155,7 +156,7 @@ void tst_Artwork::script_badDrawing_saysWhatIsWrong()
 
 void tst_Artwork::script_help_tells()
 {
-    const Run run = script({QStringLiteral("--help")});
+    const Run run = RunScript({QStringLiteral("--help")});
     QCOMPARE(run.exitCode, 0);
     QVERIFY(run.output.contains(QLatin1String("--drawings FOLDER")));
 }

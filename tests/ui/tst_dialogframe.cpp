@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "DesktopColors.h"
 #include "EveryDialog.h"
 #include "FormTable.h"
 #include "ui/DialogFrame.h"
@@ -34,60 +35,37 @@ public:
 
 namespace {
 
-QImage grabbed(QWidget &widget)
+QImage Grabbed(QWidget &widget)
 {
     return widget.grab().toImage().convertToFormat(QImage::Format_ARGB32);
 }
 
 /// The face of \a dialog without its widgets.
-QImage bareFace(QDialog &dialog)
+QImage BareFace(QDialog &dialog)
 {
     const auto children = ChildWidgets(dialog);
     for (QWidget *child : children) {
         child->hide();
     }
-    return grabbed(dialog);
+    return Grabbed(dialog);
 }
 
 /// What a dialog that paints nothing looks like: its default background.
-QImage plainDialog(QSize size)
+QImage PlainDialog(QSize size)
 {
     QDialog dialog;
     dialog.resize(size);
-    return grabbed(dialog);
+    return Grabbed(dialog);
 }
 
-/// Gives the application another palette while it lives.
-class Desktop {
-public:
-    explicit Desktop(const QPalette &palette) { QApplication::setPalette(palette); }
-    ~Desktop() { QApplication::setPalette(m_before); }
-    Q_DISABLE_COPY_MOVE(Desktop)
-
-private:
-    QPalette m_before = QApplication::palette();
-};
-
-void addDialogsAndDesktops()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QPalette>("palette");
-    const QPalette dark(QColor(0x2b, 0x2b, 0x2e), QColor(0x1c, 0x1c, 0x1e));
-    const QStringList names = EveryDialog::names();
-    for (const QString &name : names) {
-        QTest::newRow(qPrintable(name + ", light desktop")) << name << QPalette();
-        QTest::newRow(qPrintable(name + ", dark desktop")) << name << dark;
-    }
-}
-
-QImage background()
+QImage Background()
 {
     return QImage(QStringLiteral(":/update_bg")).convertToFormat(QImage::Format_ARGB32);
 }
 
 QStringList s_messages;
 
-void keepMessage(QtMsgType, const QMessageLogContext &, const QString &message)
+void KeepMessage(QtMsgType, const QMessageLogContext &, const QString &message)
 {
     s_messages << message;
 }
@@ -103,11 +81,11 @@ private slots:
     static void dialog_made_isFramelessAndHasTheSharedSize();
     static void face_painted_isTheImage_data() { EveryDialog::addRows(); }
     static void face_painted_isTheImage();
-    static void face_withoutTheImage_isTheDefaultBackground_data() { addDialogsAndDesktops(); }
+    static void face_withoutTheImage_isTheDefaultBackground_data() { DesktopColors::addRows(); }
     static void face_withoutTheImage_isTheDefaultBackground();
-    static void face_besideTheImage_isTheDefaultBackground_data() { addDialogsAndDesktops(); }
+    static void face_besideTheImage_isTheDefaultBackground_data() { DesktopColors::addRows(); }
     static void face_besideTheImage_isTheDefaultBackground();
-    static void palettes_shown_areTheApplications_data() { addDialogsAndDesktops(); }
+    static void palettes_shown_areTheApplications_data() { DesktopColors::addRows(); }
     static void palettes_shown_areTheApplications();
     static void style_made_onlyWhenShown_data() { EveryDialog::addRows(); }
     static void style_made_onlyWhenShown();
@@ -134,22 +112,22 @@ void tst_DialogFrame::face_painted_isTheImage()
     QFETCH(QString, name);
     EveryDialog every;
     const auto dialog = every.make(name);
-    QCOMPARE(bareFace(*dialog), background());
+    QCOMPARE(BareFace(*dialog), Background());
 }
 
 void tst_DialogFrame::face_withoutTheImage_isTheDefaultBackground()
 {
     QFETCH(QString, name);
     QFETCH(QPalette, palette);
-    const Desktop desktop(palette);
+    const DesktopColors desktop(palette);
     EveryDialog every;
     const auto dialog = every.make(name);
     const WithoutResources without;
     s_messages.clear();
-    const auto previous = qInstallMessageHandler(keepMessage);
-    const QImage face = bareFace(*dialog);
+    const auto previous = qInstallMessageHandler(KeepMessage);
+    const QImage face = BareFace(*dialog);
     qInstallMessageHandler(previous);
-    QCOMPARE(face, plainDialog(dialog->size()));
+    QCOMPARE(face, PlainDialog(dialog->size()));
     QCOMPARE(s_messages, QStringList());
 }
 
@@ -157,22 +135,22 @@ void tst_DialogFrame::face_besideTheImage_isTheDefaultBackground()
 {
     QFETCH(QString, name);
     QFETCH(QPalette, palette);
-    const Desktop desktop(palette);
+    const DesktopColors desktop(palette);
     EveryDialog every;
     const auto dialog = every.make(name);
     dialog->resize(700, 450);
-    QImage expected = plainDialog(QSize(700, 450));
+    QImage expected = PlainDialog(QSize(700, 450));
     QPainter painter(&expected);
-    painter.drawImage(0, 0, background()); // which is not scaled with the dialog
+    painter.drawImage(0, 0, Background()); // which is not scaled with the dialog
     painter.end();
-    QCOMPARE(bareFace(*dialog), expected);
+    QCOMPARE(BareFace(*dialog), expected);
 }
 
 void tst_DialogFrame::palettes_shown_areTheApplications()
 {
     QFETCH(QString, name);
     QFETCH(QPalette, palette);
-    const Desktop desktop(palette);
+    const DesktopColors desktop(palette);
     EveryDialog every;
     const auto dialog = every.make(name);
     dialog->show();
@@ -214,26 +192,26 @@ void tst_DialogFrame::face_paintedAgain_loadsTheImageAnew()
 {
     EveryDialog every;
     const auto dialog = every.make(QStringLiteral("notice"));
-    const QImage before = bareFace(*dialog);
+    const QImage before = BareFace(*dialog);
     QImage between;
     {
         const WithoutResources without;
-        between = bareFace(*dialog);
+        between = BareFace(*dialog);
     }
     QVERIFY(between != before);
-    QCOMPARE(bareFace(*dialog), before);
+    QCOMPARE(BareFace(*dialog), before);
 }
 
 void tst_DialogFrame::face_onADenseScreen_isSmooth()
 {
     EveryDialog every;
     const auto dialog = every.make(QStringLiteral("notice"));
-    (void)bareFace(*dialog); // hides the widgets
+    (void)BareFace(*dialog); // hides the widgets
     QImage dense(dialog->size() * 2, QImage::Format_RGB32);
     dense.setDevicePixelRatio(2);
     dialog->render(&dense);
 
-    const QImage single = background();
+    const QImage single = Background();
     // A picture that is only doubled holds blocks of four equal pixels, and nothing else. A smooth
     // one mixes the colours wherever two neighbours differ.
     int edges = 0;

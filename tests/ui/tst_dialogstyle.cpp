@@ -21,7 +21,7 @@ const QColor defaultFill(0xcf, 0xe9, 0xea);
 const QColor otherEdge(0xb4, 0xc6, 0xcb);
 
 /// A button of 80 x 24 on red paper, without text.
-QImage bevel(bool isDefault, QStyle::State state)
+QImage Bevel(bool isDefault, QStyle::State state)
 {
     QStyleOptionButton option;
     option.rect = QRect(0, 0, 80, 24);
@@ -43,7 +43,7 @@ QImage bevel(bool isDefault, QStyle::State state)
 }
 
 /// A bar of 100 x 5 on white paper.
-QImage barImage(int value, const std::function<void(QProgressBar &)> &prepare = {})
+QImage BarImage(int value, const std::function<void(QProgressBar &)> &prepare = {})
 {
     CDialogStyle style;
     QProgressBar bar;
@@ -62,7 +62,7 @@ QImage barImage(int value, const std::function<void(QProgressBar &)> &prepare = 
 
 /// The first and the last column that are filled in the bar's middle row; -1 where none is. The
 /// outermost column of a round end is not covered whole.
-QPair<int, int> filled(const QImage &bar)
+QPair<int, int> Filled(const QImage &bar)
 {
     QPair<int, int> range(-1, -1);
     for (int x = 0; x < bar.width(); ++x) {
@@ -112,7 +112,7 @@ void tst_DialogStyle::button_painted_isFlatWithRoundCorners()
     QFETCH(bool, isDefault);
     QFETCH(QColor, fill);
     QFETCH(QColor, edge);
-    const QImage image = bevel(isDefault, QStyle::State_Enabled);
+    const QImage image = Bevel(isDefault, QStyle::State_Enabled);
     for (int y = 1; y < 23; ++y) { // one colour from edge to edge
         QCOMPARE(image.pixelColor(40, y), fill);
     }
@@ -138,7 +138,7 @@ void tst_DialogStyle::button_hoveredAndPressed_isAShadeDarker()
 {
     QFETCH(bool, isDefault);
     const auto lightness = [isDefault](QStyle::State state) {
-        return bevel(isDefault, state).pixelColor(40, 12).lightness();
+        return Bevel(isDefault, state).pixelColor(40, 12).lightness();
     };
     const int still = lightness(QStyle::State_Enabled);
     const int hovered = lightness(QStyle::State_Enabled | QStyle::State_MouseOver);
@@ -150,7 +150,7 @@ void tst_DialogStyle::button_hoveredAndPressed_isAShadeDarker()
 
 void tst_DialogStyle::button_focusedByKeyboard_hasAWideEdgeAndNoFrame()
 {
-    const QImage image = bevel(false, QStyle::State_Enabled | QStyle::State_HasFocus |
+    const QImage image = Bevel(false, QStyle::State_Enabled | QStyle::State_HasFocus |
                                           QStyle::State_KeyboardFocusChange);
     for (const int y : {0, 1, 22, 23}) {
         QCOMPARE(image.pixelColor(40, y), accent);
@@ -165,8 +165,8 @@ void tst_DialogStyle::button_focusedByKeyboard_hasAWideEdgeAndNoFrame()
 
 void tst_DialogStyle::button_focusedOtherwise_looksAsWithout()
 {
-    QCOMPARE(bevel(false, QStyle::State_Enabled | QStyle::State_HasFocus),
-             bevel(false, QStyle::State_Enabled));
+    QCOMPARE(Bevel(false, QStyle::State_Enabled | QStyle::State_HasFocus),
+             Bevel(false, QStyle::State_Enabled));
 }
 
 void tst_DialogStyle::bar_value_isFilledFromTheLeft_data()
@@ -185,7 +185,7 @@ void tst_DialogStyle::bar_value_isFilledFromTheLeft()
 {
     QFETCH(int, value);
     QFETCH(int, last);
-    const auto [first, end] = filled(barImage(value));
+    const auto [first, end] = Filled(BarImage(value));
     QCOMPARE(first, last < 0 ? -1 : 0);
     QCOMPARE(end, last);
 }
@@ -195,13 +195,13 @@ void tst_DialogStyle::bar_mirrored_isFilledFromTheRight()
     const QPair<int, int> right(75, 99);
     const auto mirrored = [](QProgressBar &bar) { bar.setLayoutDirection(Qt::RightToLeft); };
     const auto inverted = [](QProgressBar &bar) { bar.setInvertedAppearance(true); };
-    QCOMPARE(filled(barImage(25, mirrored)), right);
-    QCOMPARE(filled(barImage(25, inverted)), right);
+    QCOMPARE(Filled(BarImage(25, mirrored)), right);
+    QCOMPARE(Filled(BarImage(25, inverted)), right);
 }
 
 void tst_DialogStyle::bar_painted_hasRoundEndsAndNoTick()
 {
-    const QImage image = barImage(50);
+    const QImage image = BarImage(50);
     for (int x = 3; x < 47; ++x) {
         QCOMPARE(image.pixelColor(x, 0), accent);
         QCOMPARE(image.pixelColor(x, 4), accent);
@@ -218,8 +218,8 @@ void tst_DialogStyle::bar_painted_hasRoundEndsAndNoTick()
 
 void tst_DialogStyle::bar_withoutARange_isEmpty()
 {
-    const QImage image = barImage(0, [](QProgressBar &bar) { bar.setRange(0, 0); });
-    QCOMPARE(filled(image).first, -1);
+    const QImage image = BarImage(0, [](QProgressBar &bar) { bar.setRange(0, 0); });
+    QCOMPARE(Filled(image).first, -1);
 }
 
 void tst_DialogStyle::dialogs_shown_useTheStyle()

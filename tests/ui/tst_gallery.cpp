@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QImage>
+#include <QImageReader>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -17,7 +18,7 @@ struct Run {
     QString errors;
 };
 
-Run gallery(const QStringList &arguments)
+Run RunGallery(const QStringList &arguments)
 {
     QProcess process;
     process.start(QStringLiteral(GALLERY), arguments);
@@ -28,7 +29,7 @@ Run gallery(const QStringList &arguments)
             QString::fromUtf8(process.readAllStandardError())};
 }
 
-void savePicture(const QDir &folder, const QString &name, const QColor &color, int dots = 0)
+void SavePicture(const QDir &folder, const QString &name, const QColor &color, int dots = 0)
 {
     QImage image(20, 10, QImage::Format_ARGB32);
     image.fill(color);
@@ -62,20 +63,20 @@ void tst_Gallery::differences_found_areNamedByPicture()
 {
     const QTemporaryDir temporary;
     const QDir folder(temporary.path());
-    savePicture(folder, QStringLiteral("same.png"), Qt::red);
-    savePicture(folder, QStringLiteral("changed.png"), Qt::red);
-    savePicture(folder, QStringLiteral("resized.png"), Qt::red);
-    savePicture(folder, QStringLiteral("gone.png"), Qt::red);
-    savePicture(folder, QStringLiteral("contact-sheet.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("same.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("changed.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("resized.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("gone.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("contact-sheet.png"), Qt::red);
     const FormerPictures former(folder);
     QCOMPARE(former.differences(folder), QStringList());
 
-    savePicture(folder, QStringLiteral("contact-sheet.png"), Qt::blue); // follows from the others
-    savePicture(folder, QStringLiteral("changed.png"), Qt::red, 5);
+    SavePicture(folder, QStringLiteral("contact-sheet.png"), Qt::blue); // follows from the others
+    SavePicture(folder, QStringLiteral("changed.png"), Qt::red, 5);
     QVERIFY(
         QImage(5, 5, QImage::Format_RGB32).save(folder.filePath(QStringLiteral("resized.png"))));
     QVERIFY(QFile::remove(folder.filePath(QStringLiteral("gone.png"))));
-    savePicture(folder, QStringLiteral("new.png"), Qt::red);
+    SavePicture(folder, QStringLiteral("new.png"), Qt::red);
     QCOMPARE(former.differences(folder),
              (QStringList{"changed  changed.png (2.50 % of its pixels)", "new      new.png",
                           "changed  resized.png (another size)", "gone     gone.png"}));
@@ -86,14 +87,14 @@ void tst_Gallery::program_run_makesAllPicturesAndTellsWhatIsOther()
     const QTemporaryDir temporary;
     const QDir folder(temporary.filePath(QStringLiteral("new/folder")));
     const QDir former(temporary.path());
-    QCOMPARE(gallery({QStringLiteral("--look"), QStringLiteral("dark"), former.path()}).exitCode,
+    QCOMPARE(RunGallery({QStringLiteral("--look"), QStringLiteral("dark"), former.path()}).exitCode,
              0);
     QImage red(556, 341, QImage::Format_RGB32);
     red.fill(Qt::red);
     QVERIFY(red.save(former.filePath(QStringLiteral("icon-dark.png"))));
-    savePicture(former, QStringLiteral("notice-dark.png"), Qt::red);
-    savePicture(former, QStringLiteral("of-old-dark.png"), Qt::red);
-    const Run run = gallery({folder.path(), QStringLiteral("--against"), former.path()});
+    SavePicture(former, QStringLiteral("notice-dark.png"), Qt::red);
+    SavePicture(former, QStringLiteral("of-old-dark.png"), Qt::red);
+    const Run run = RunGallery({folder.path(), QStringLiteral("--against"), former.path()});
     QCOMPARE(run.errors, QString());
     QCOMPARE(run.exitCode, 0);
     const QStringList told = run.output.split(QLatin1Char('\n'));
@@ -102,7 +103,9 @@ void tst_Gallery::program_run_makesAllPicturesAndTellsWhatIsOther()
     QVERIFY(told.contains(QStringLiteral("gone     of-old-dark.png")));
     QVERIFY(told.contains(QStringLiteral("new      notice-3x.png")));
     QVERIFY(!run.output.contains(QLatin1String("error-dark.png")));
-    QVERIFY(QImage(folder.filePath(QStringLiteral("contact-sheet.png"))).width() > 3000);
+    // Only its size: Qt 6 refuses to load a picture that takes more than 128 MiB.
+    QVERIFY(QImageReader(folder.filePath(QStringLiteral("contact-sheet.png"))).size().width() >
+            3000);
     // The page shows each of them, and nothing else is there.
     QFile page(folder.filePath(QStringLiteral("index.html")));
     QVERIFY(page.open(QIODevice::ReadOnly));
@@ -132,7 +135,7 @@ void tst_Gallery::program_oneLook_makesItsPicturesInSilence()
     QFETCH(QString, look);
     QFETCH(QString, picture);
     const QTemporaryDir temporary;
-    const Run run = gallery({QStringLiteral("--look"), look, temporary.path()});
+    const Run run = RunGallery({QStringLiteral("--look"), look, temporary.path()});
     QCOMPARE(run.errors, QString());
     QCOMPARE(run.output, QString());
     QCOMPARE(run.exitCode, 0);
@@ -143,7 +146,7 @@ void tst_Gallery::program_pictureImpossible_isSaid()
 {
     const QTemporaryDir temporary;
     QVERIFY(QDir(temporary.path()).mkdir(QStringLiteral("notice-1x.png"))); // in the way
-    const Run run = gallery({temporary.path()});
+    const Run run = RunGallery({temporary.path()});
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(run.errors, QStringLiteral("updater_gallery: not all pictures could be made\n"));
 }
@@ -151,16 +154,16 @@ void tst_Gallery::program_pictureImpossible_isSaid()
 void tst_Gallery::program_folderImpossible_isSaid()
 {
     const QTemporaryDir temporary;
-    savePicture(QDir(temporary.path()), QStringLiteral("file.png"), Qt::red);
+    SavePicture(QDir(temporary.path()), QStringLiteral("file.png"), Qt::red);
     const QString folder = temporary.filePath(QStringLiteral("file.png/folder"));
-    const Run run = gallery({folder});
+    const Run run = RunGallery({folder});
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(run.errors, "updater_gallery: cannot make the folder " + folder + "\n");
 }
 
 void tst_Gallery::program_asked_tellsItsUsage()
 {
-    const Run run = gallery({QStringLiteral("--help")});
+    const Run run = RunGallery({QStringLiteral("--help")});
     QCOMPARE(run.exitCode, 0);
     for (const char *word : {"FOLDER", "--against", "--look", "--version"}) {
         QVERIFY2(run.output.contains(QLatin1String(word)), word);
@@ -179,7 +182,7 @@ void tst_Gallery::program_badUsage_isRefused_data()
 void tst_Gallery::program_badUsage_isRefused()
 {
     QFETCH(QStringList, arguments);
-    const Run run = gallery(arguments);
+    const Run run = RunGallery(arguments);
     QCOMPARE(run.exitCode, 2);
     QCOMPARE(run.output, QString());
     QVERIFY2(run.errors.startsWith(QLatin1String("updater_gallery: ")), qPrintable(run.errors));
@@ -188,15 +191,15 @@ void tst_Gallery::program_badUsage_isRefused()
 void tst_Gallery::program_againstNothing_isRefused()
 {
     const QTemporaryDir temporary;
-    const Run run = gallery({QStringLiteral("--against"), temporary.path(),
-                             temporary.filePath(QStringLiteral("pictures"))});
+    const Run run = RunGallery({QStringLiteral("--against"), temporary.path(),
+                                temporary.filePath(QStringLiteral("pictures"))});
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(run.errors, "updater_gallery: " + temporary.path() + " holds no pictures\n");
 }
 
 void tst_Gallery::program_asked_tellsItsVersion()
 {
-    const Run run = gallery({QStringLiteral("--version")});
+    const Run run = RunGallery({QStringLiteral("--version")});
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.output, QStringLiteral(GALLERY_VERSION "\n"));
 }

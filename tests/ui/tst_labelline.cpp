@@ -45,7 +45,7 @@ struct LineLabel : PlainLabel {
     }
 };
 
-QFont fontOf(int pixelSize)
+QFont FontOf(int pixelSize)
 {
     QFont font;
     font.setPixelSize(pixelSize);
@@ -53,7 +53,7 @@ QFont fontOf(int pixelSize)
 }
 
 /// The tool tip's window; null when none is shown.
-QWidget *tipWindow()
+QWidget *TipWindow()
 {
     const auto windows = QApplication::topLevelWidgets();
     for (QWidget *window : windows) {
@@ -148,8 +148,8 @@ void tst_LabelLine::paint_tallFont_isLeftToTheLabel()
     const QString text = QString::fromUtf8("Ejgpqy 更新");
     LineLabel label(text, QSize(507, 14));
     PlainLabel plain(text, QSize(507, 14));
-    label.setFont(fontOf(pixelSize));
-    plain.setFont(fontOf(pixelSize));
+    label.setFont(FontOf(pixelSize));
+    plain.setFont(FontOf(pixelSize));
     QVERIFY(label.fontMetrics().horizontalAdvance(text) <= label.width());
     QCOMPARE(label.image(), plain.image());
     QCOMPARE(label.toolTipAtMouse(), QString());
@@ -250,7 +250,7 @@ void tst_LabelLine::toolTip_cutText_isWideAndBelowTheLabel()
     window.move(100, 100);
     window.show();
     QVERIFY(!label->toolTipAtMouse().isNull());
-    const QWidget *tip = tipWindow();
+    const QWidget *tip = TipWindow();
     QVERIFY(tip);
     QVERIFY(tip->geometry().bottom() <= window.screen()->geometry().bottom());
     const QPoint corner = label->mapToGlobal(QPoint(0, label->height()));
@@ -289,7 +289,7 @@ void tst_LabelLine::toolTip_onDarkPaper_isNotBlackLikeTheLabel()
     label.setParent(&window);
     label.setStyleSheet(QStringLiteral("color: rgb(0, 0, 0);"));
     QVERIFY(!label.toolTipAtMouse().isNull());
-    QWidget *tip = tipWindow();
+    QWidget *tip = TipWindow();
     QVERIFY(tip);
     const QImage image = tip->grab().toImage().copy(4, 4, 100, 20); // without its edge
     tip->close();

@@ -19,18 +19,18 @@ namespace {
 
 const QList<int> sizes{16, 22, 31, 32, 48, 64, 100, 128, 255, 256, 257, 300, 512};
 
-QIcon plainIcon()
+QIcon PlainIcon()
 {
     return QIcon(QStringLiteral(":/icon"));
 }
 
-QIcon lazyIcon()
+QIcon SampleIcon()
 {
     return LazyIcon(QStringLiteral(":/icon"));
 }
 
 /// \a icon painted into a square of \a side, on the screen that this process has.
-QImage painted(const QIcon &icon, int side, QIcon::Mode mode)
+QImage Painted(const QIcon &icon, int side, QIcon::Mode mode)
 {
     QImage image(QSize(side, side) * qApp->devicePixelRatio(), QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(qApp->devicePixelRatio());
@@ -40,15 +40,15 @@ QImage painted(const QIcon &icon, int side, QIcon::Mode mode)
     return image;
 }
 
-void compare(const QIcon &icon, int side, QIcon::Mode mode)
+void Compare(const QIcon &icon, int side, QIcon::Mode mode)
 {
-    const QPixmap expected = plainIcon().pixmap(QSize(side, side), mode);
+    const QPixmap expected = PlainIcon().pixmap(QSize(side, side), mode);
     const QPixmap actual = icon.pixmap(QSize(side, side), mode);
     QCOMPARE(actual.devicePixelRatio(), expected.devicePixelRatio());
     QCOMPARE(actual.toImage(), expected.toImage());
-    QCOMPARE(painted(icon, side, mode), painted(plainIcon(), side, mode));
+    QCOMPARE(Painted(icon, side, mode), Painted(PlainIcon(), side, mode));
     QCOMPARE(icon.actualSize(QSize(side, side), mode),
-             plainIcon().actualSize(QSize(side, side), mode));
+             PlainIcon().actualSize(QSize(side, side), mode));
 }
 
 } // namespace
@@ -81,9 +81,9 @@ void tst_LazyIcon::icon_anySize_isThePlainIcon_data()
 void tst_LazyIcon::icon_anySize_isThePlainIcon()
 {
     QFETCH(int, side);
-    compare(lazyIcon(), side, QIcon::Normal);
+    Compare(SampleIcon(), side, QIcon::Normal);
     // Never scaled up, whatever the screen.
-    const QPixmap pixmap = lazyIcon().pixmap(QSize(side, side));
+    const QPixmap pixmap = SampleIcon().pixmap(QSize(side, side));
     QCOMPARE(pixmap.width(), qMin(256, qRound(side * qApp->devicePixelRatio())));
 }
 
@@ -123,7 +123,7 @@ void tst_LazyIcon::icon_everyMode_isThePlainIcon_data()
 void tst_LazyIcon::icon_everyMode_isThePlainIcon()
 {
     QFETCH(QIcon::Mode, mode);
-    compare(lazyIcon(), 48, mode);
+    Compare(SampleIcon(), 48, mode);
 }
 
 void tst_LazyIcon::icon_notSquare_keepsItsShape()
@@ -141,24 +141,24 @@ void tst_LazyIcon::icon_notSquare_keepsItsShape()
 
 void tst_LazyIcon::icon_made_holdsOnePicture()
 {
-    QVERIFY(!lazyIcon().isNull());
-    QCOMPARE(lazyIcon().availableSizes(), QList<QSize>{QSize(256, 256)});
+    QVERIFY(!SampleIcon().isNull());
+    QCOMPARE(SampleIcon().availableSizes(), QList<QSize>{QSize(256, 256)});
 }
 
 void tst_LazyIcon::icon_copiedAndStreamed_keepsItsPicture()
 {
-    QIcon copy = lazyIcon();
+    QIcon copy = SampleIcon();
     copy.detach();
-    compare(copy, 48, QIcon::Normal);
+    Compare(copy, 48, QIcon::Normal);
 
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
-    out << lazyIcon();
+    out << SampleIcon();
     QIcon read;
     QDataStream in(bytes);
     in >> read;
     QCOMPARE(read.availableSizes(), QList<QSize>{QSize(256, 256)});
-    compare(read, 48, QIcon::Normal);
+    Compare(read, 48, QIcon::Normal);
 }
 
 void tst_LazyIcon::icon_fileMadeAfterwards_isReadOnFirstUse()

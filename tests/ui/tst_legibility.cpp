@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "DesktopColors.h"
 #include "EveryDialog.h"
 #include "FormTable.h"
 #include "ui/DialogStyle.h"
@@ -21,7 +22,7 @@ Q_DECLARE_METATYPE(QStyle::State)
 namespace {
 
 /// Relative luminance as defined for contrast ratios on screens (sRGB).
-double luminance(QRgb pixel)
+double Luminance(QRgb pixel)
 {
     const auto linear = [](int channel) {
         const double c = channel / 255.0;
@@ -32,42 +33,15 @@ double luminance(QRgb pixel)
 }
 
 /// The contrast of black with the darkest pixel of \a image.
-double contrastWithBlack(const QImage &image)
+double ContrastWithBlack(const QImage &image)
 {
     double darkest = 1;
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            darkest = qMin(darkest, luminance(image.pixel(x, y)));
+            darkest = qMin(darkest, Luminance(image.pixel(x, y)));
         }
     }
     return (darkest + 0.05) / 0.05;
-}
-
-/// Gives the application a palette while it lives.
-class AppPalette {
-public:
-    explicit AppPalette(const QPalette &palette) { QApplication::setPalette(palette); }
-    ~AppPalette() { QApplication::setPalette(m_before); }
-    Q_DISABLE_COPY_MOVE(AppPalette)
-
-private:
-    QPalette m_before = QApplication::palette();
-};
-
-QPalette darkPalette()
-{
-    return {QColor(0x2b, 0x2b, 0x2e), QColor(0x1c, 0x1c, 0x1e)};
-}
-
-void addDialogsAndPalettes()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QPalette>("palette");
-    const QStringList names = EveryDialog::names();
-    for (const QString &name : names) {
-        QTest::newRow(qPrintable(name + ", light desktop")) << name << QPalette();
-        QTest::newRow(qPrintable(name + ", dark desktop")) << name << darkPalette();
-    }
 }
 
 /// A native style that draws dark buttons, as one does that follows the desktop and no palette.
@@ -84,13 +58,13 @@ public:
 };
 
 /// The contrast behind the text of the notice's button.
-double buttonContrast()
+double ButtonContrast()
 {
     EveryDialog every;
     const auto dialog = every.make(QStringLiteral("notice"));
     auto *button = dialog->findChild<QPushButton *>(QStringLiteral("update"));
     button->setText(QString());
-    return contrastWithBlack(button->grab(button->rect().adjusted(4, 4, -4, -4)).toImage());
+    return ContrastWithBlack(button->grab(button->rect().adjusted(4, 4, -4, -4)).toImage());
 }
 
 } // namespace
@@ -111,14 +85,14 @@ private slots:
 
 void tst_Legibility::contrast_behindEveryText_isAtLeast7_data()
 {
-    addDialogsAndPalettes();
+    DesktopColors::addRows();
 }
 
 void tst_Legibility::contrast_behindEveryText_isAtLeast7()
 {
     QFETCH(QString, name);
     QFETCH(QPalette, palette);
-    const AppPalette desktop(palette);
+    const DesktopColors desktop(palette);
     EveryDialog every;
     const auto dialog = every.make(name);
     const auto children = ChildWidgets(*dialog);
@@ -133,7 +107,7 @@ void tst_Legibility::contrast_behindEveryText_isAtLeast7()
         } else if (!qobject_cast<const QLabel *>(child)) {
             continue;
         }
-        const double contrast = contrastWithBlack(face.copy(text));
+        const double contrast = ContrastWithBlack(face.copy(text));
         QVERIFY2(contrast >= 7, qPrintable(QStringLiteral("%1: %2").arg(
                                     child->objectName(), QString::number(contrast))));
     }
@@ -164,7 +138,7 @@ void tst_Legibility::contrast_ofAButton_isAtLeast7InEveryState()
     QPainter painter(&image);
     CDialogStyle().drawControl(QStyle::CE_PushButtonBevel, &option, &painter);
     painter.end();
-    QVERIFY(contrastWithBlack(image.copy(4, 4, 72, 16)) >= 7);
+    QVERIFY(ContrastWithBlack(image.copy(4, 4, 72, 16)) >= 7);
 }
 
 void tst_Legibility::contrast_nativeStyleIsDark_isAtLeast7()
@@ -173,10 +147,10 @@ void tst_Legibility::contrast_nativeStyleIsDark_isAtLeast7()
     QApplication::setStyle(new DarkNativeStyle);
     QPushButton native;
     native.resize(80, 24);
-    const double ofTheNativeButton = contrastWithBlack(native.grab().toImage());
-    const double onLightDesktop = buttonContrast();
-    const AppPalette desktop(darkPalette());
-    const double onDarkDesktop = buttonContrast();
+    const double ofTheNativeButton = ContrastWithBlack(native.grab().toImage());
+    const double onLightDesktop = ButtonContrast();
+    const DesktopColors desktop(DesktopColors::dark());
+    const double onDarkDesktop = ButtonContrast();
     QApplication::setStyle(before);
     QVERIFY(ofTheNativeButton < 7); // the native style is as dark as meant
     QVERIFY(onLightDesktop >= 7);
@@ -185,14 +159,14 @@ void tst_Legibility::contrast_nativeStyleIsDark_isAtLeast7()
 
 void tst_Legibility::text_painted_isBlack_data()
 {
-    addDialogsAndPalettes();
+    DesktopColors::addRows();
 }
 
 void tst_Legibility::text_painted_isBlack()
 {
     QFETCH(QString, name);
     QFETCH(QPalette, palette);
-    const AppPalette desktop(palette);
+    const DesktopColors desktop(palette);
     EveryDialog every;
     const auto dialog = every.make(name);
     const auto children = ChildWidgets(*dialog);

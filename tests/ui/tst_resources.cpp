@@ -10,7 +10,7 @@
 
 namespace {
 
-QByteArray resource(const QString &path)
+QByteArray Resource(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -43,12 +43,12 @@ void tst_Resources::resource_always_hasItsExactSize_data()
 void tst_Resources::resource_always_hasItsExactSize()
 {
     QFETCH(QString, path);
-    QTEST(static_cast<int>(resource(path).size()), "size");
+    QTEST(static_cast<int>(Resource(path).size()), "size");
 }
 
 void tst_Resources::background_decoded_isAnRgbaPngOfTheDialogsSize()
 {
-    const QByteArray png = resource(QStringLiteral(":/update_bg"));
+    const QByteArray png = Resource(QStringLiteral(":/update_bg"));
     QCOMPARE(png.left(8), QByteArray("\x89PNG\r\n\x1a\n"));
     // 8 bits a channel, RGBA, deflate, the usual filters, one pass
     QCOMPARE(png.mid(24, 5), QByteArray::fromHex("0806000000"));
@@ -59,7 +59,7 @@ void tst_Resources::background_decoded_isAnRgbaPngOfTheDialogsSize()
 
 void tst_Resources::icon_decoded_isOneImageOf256()
 {
-    const QByteArray ico = resource(QStringLiteral(":/icon"));
+    const QByteArray ico = Resource(QStringLiteral(":/icon"));
     // an icon file; one image; 256 x 256 (written as 0), no palette; one plane of 32 bits
     QCOMPARE(ico.left(14), QByteArray::fromHex("0000010001000000000001002000"));
     const QIcon icon(QStringLiteral(":/icon"));
@@ -73,7 +73,7 @@ void tst_Resources::collection_compiled_isUpdateInFormat2()
                        QDir::Files, QDirIterator::Subdirectories);
     QByteArray source; // some generators put it into a file of its own for each configuration
     while (found.hasNext()) {
-        source += resource(found.next());
+        source += Resource(found.next());
     }
     QVERIFY(source.contains("qInitResources_Update"));
     QVERIFY(source.contains("qCleanupResources_Update"));

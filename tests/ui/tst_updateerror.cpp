@@ -35,7 +35,7 @@ public slots:
     void open(const QUrl &url) { opened << url.toEncoded(); }
 };
 
-QPushButton *button(const CUpdateError &dialog, const char *name)
+QPushButton *Button(const CUpdateError &dialog, const char *name)
 {
     return dialog.findChild<QPushButton *>(QLatin1String(name));
 }
@@ -128,8 +128,8 @@ void tst_UpdateError::texts_translated_haveTheirContext()
     const CUpdateError dialog;
     const QString form = QStringLiteral("[CUpdateError]");
     QCOMPARE(dialog.windowTitle(), form + "CUpdateError");
-    QCOMPARE(button(dialog, "retry")->text(), form + "再试一次");
-    QCOMPARE(button(dialog, "download")->text(), form + "官网下载");
+    QCOMPARE(Button(dialog, "retry")->text(), form + "再试一次");
+    QCOMPARE(Button(dialog, "download")->text(), form + "官网下载");
     QCOMPARE(dialog.findChild<QLabel *>("label")->text(), form + "更新失败");
     QCOMPARE(dialog.findChild<QLabel *>("error")->text(), form + "网络错误：10012");
 }
@@ -137,16 +137,16 @@ void tst_UpdateError::texts_translated_haveTheirContext()
 void tst_UpdateError::retry_made_isTheDefaultButton()
 {
     const CUpdateError dialog;
-    QVERIFY(button(dialog, "retry")->isDefault());
-    QVERIFY(!button(dialog, "download")->isDefault());
+    QVERIFY(Button(dialog, "retry")->isDefault());
+    QVERIFY(!Button(dialog, "download")->isDefault());
 }
 
 void tst_UpdateError::buttons_made_onlyRetryIsShown()
 {
     CUpdateError dialog;
     dialog.show();
-    QVERIFY(button(dialog, "retry")->isVisible());
-    QVERIFY(!button(dialog, "download")->isVisible());
+    QVERIFY(Button(dialog, "retry")->isVisible());
+    QVERIFY(!Button(dialog, "download")->isVisible());
 }
 
 void tst_UpdateError::setError_texts_areShownAsGiven_data()
@@ -199,8 +199,8 @@ void tst_UpdateError::setError_retryAndAddress_chooseTheButtons()
     dialog.show();
     dialog.setUrl(url);
     dialog.setError(QStringLiteral("t"), QStringLiteral("m"), retry);
-    QTEST(button(dialog, "retry")->isVisible(), "retryShown");
-    QTEST(button(dialog, "download")->isVisible(), "downloadShown");
+    QTEST(Button(dialog, "retry")->isVisible(), "retryShown");
+    QTEST(Button(dialog, "download")->isVisible(), "downloadShown");
 }
 
 void tst_UpdateError::setUrl_afterFinalError_showsDownloadAlone()
@@ -209,8 +209,8 @@ void tst_UpdateError::setUrl_afterFinalError_showsDownloadAlone()
     dialog.show();
     dialog.setError(QStringLiteral("t"), QStringLiteral("m"), false);
     dialog.setUrl(QStringLiteral("http://x/"));
-    QVERIFY(!button(dialog, "retry")->isVisible());
-    QVERIFY(button(dialog, "download")->isVisible());
+    QVERIFY(!Button(dialog, "retry")->isVisible());
+    QVERIFY(Button(dialog, "download")->isVisible());
 }
 
 void tst_UpdateError::setUrl_thenFinalError_hidesBoth()
@@ -218,10 +218,10 @@ void tst_UpdateError::setUrl_thenFinalError_hidesBoth()
     CUpdateError dialog;
     dialog.show();
     dialog.setUrl(QStringLiteral("http://x/"));
-    QVERIFY(button(dialog, "download")->isVisible());
+    QVERIFY(Button(dialog, "download")->isVisible());
     dialog.setError(QStringLiteral("t"), QStringLiteral("m"), false);
-    QVERIFY(!button(dialog, "retry")->isVisible());
-    QVERIFY(!button(dialog, "download")->isVisible());
+    QVERIFY(!Button(dialog, "retry")->isVisible());
+    QVERIFY(!Button(dialog, "download")->isVisible());
 }
 
 void tst_UpdateError::setUrl_emptied_hidesDownload_data()
@@ -238,8 +238,8 @@ void tst_UpdateError::setUrl_emptied_hidesDownload()
     dialog.show();
     dialog.setUrl(QStringLiteral("http://x/"));
     dialog.setUrl(url);
-    QVERIFY(!button(dialog, "download")->isVisible());
-    QVERIFY(button(dialog, "retry")->isVisible());
+    QVERIFY(!Button(dialog, "download")->isVisible());
+    QVERIFY(Button(dialog, "retry")->isVisible());
 }
 
 void tst_UpdateError::setError_huge_isShownAtOnce_data()
@@ -299,8 +299,8 @@ void tst_UpdateError::download_pressedTwice_opensTwiceAndStays()
     dialog.setUrl(QStringLiteral("http://127.0.0.1/"));
     dialog.setError(QStringLiteral("t"), QStringLiteral("m"), true);
     dialog.show();
-    QTest::mouseClick(button(dialog, "download"), Qt::LeftButton);
-    QTest::mouseClick(button(dialog, "download"), Qt::LeftButton);
+    QTest::mouseClick(Button(dialog, "download"), Qt::LeftButton);
+    QTest::mouseClick(Button(dialog, "download"), Qt::LeftButton);
     QCOMPARE(browser.opened.size(), 2);
     QVERIFY(dialog.isVisible());
     QCOMPARE(dialog.result(), 0);
@@ -355,8 +355,8 @@ void tst_UpdateError::exec_again_showsTheNextError()
     QCOMPARE(ExecAndPress(dialog, Qt::Key_Escape), 0);
     dialog.setError(QStringLiteral("t"), QStringLiteral("second"), true);
     dialog.show();
-    QVERIFY(button(dialog, "retry")->isVisible());
-    QVERIFY(button(dialog, "download")->isVisible()); // the address has stayed
+    QVERIFY(Button(dialog, "retry")->isVisible());
+    QVERIFY(Button(dialog, "download")->isVisible()); // the address has stayed
     dialog.hide();
     QCOMPARE(ExecAndPress(dialog, Qt::Key_Return), 1);
 }
