@@ -14,8 +14,7 @@
 /// loops, on the main thread.
 ///
 /// \a known  the content of the installed manifest, or nothing. If it is the published one, its
-/// paths
-///          are not read, and the lists in the candidate's manifest stay empty.
+///           paths are not read, and the lists in the candidate's manifest stay empty.
 Problem FetchCandidate(const UpdateOptions &options, const QByteArray &known, Candidate &candidate);
 
 /// Reads what an earlier run fetched, from a folder with the layout of a published one.
