@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QImage>
+#include <QImageReader>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -84,7 +85,9 @@ void tst_Gallery::program_run_makesAllPicturesInSilence()
     QCOMPARE(run.errors, QString());
     QCOMPARE(run.output, QString());
     QCOMPARE(run.exitCode, 0);
-    QVERIFY(QImage(folder.filePath(QStringLiteral("contact-sheet.png"))).width() > 3000);
+    // Only its size: Qt 6 refuses to load a picture that takes more than 128 MiB.
+    QVERIFY(QImageReader(folder.filePath(QStringLiteral("contact-sheet.png"))).size().width() >
+            3000);
     // The page shows each of them, and nothing else is there.
     QFile page(folder.filePath(QStringLiteral("index.html")));
     QVERIFY(page.open(QIODevice::ReadOnly));
