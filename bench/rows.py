@@ -9,30 +9,19 @@ import re
 import subprocess
 import sys
 
+import inplace_rows
 import measure
 import report
 import stage
+from commands import BENCH, EMPTY_STAGING, bare, bare_fetch, md5sum_check, sha256sum, worker
 from measure import quoted, shell
-from stage import BUILD, DATA, STAGE, UPDATER
+from row_list import RowList
+from stage import BUILD, DATA, STAGE, STAGING, UPDATER
 from web_server import WebServer
 
-BENCH = BUILD / "bench"
 IN_PROCESS = BENCH / "in_process"
-STAGING = STAGE / "staging"
-EMPTY_STAGING = shell(f"rm -rf '{STAGING}' && mkdir '{STAGING}'")
-ROWS = []
-
-
-def row(name, what, against, limit):
-    """Registers a measurement. It returns a figure of report.py."""
-    def register(function):
-        ROWS.append((name, what, against, limit, function))
-        return function
-    return register
-
-
-def bare(name, here, *more):
-    return quoted(BENCH / name, f"{here.base}{stage.SECTIONS}/update.json", *more)
+ROWS = RowList()
+row = ROWS.row
 
 
 def check_session(here):
@@ -107,9 +96,8 @@ def read_manifest(here):
 @row("hash-files", "SHA-256 of 20,000 files of 8 KiB, both cores", "sha256sum of the same", 0.80)
 def hash_files(here):
     stage.make_files("installed", 20000, 8192)
-    listed = shell(f"cd '{DATA}/installed' && exec sha256sum * >/dev/null")
     return report.times(*measure.inside_and_process(
-        IN_PROCESS, DATA, here.env, "^HashFiles", listed, rounds=9))
+        IN_PROCESS, DATA, here.env, "^HashFiles", sha256sum("installed"), rounds=9))
 
 
 @row("hash-large", "SHA-256 and MD5 in one pass, one file of 256 MiB",
@@ -120,10 +108,6 @@ def hash_large(here):
     return report.times(*measure.inside_and_process(
         IN_PROCESS, DATA, here.env, "^HashLargeFile$", shell(f"sha256sum {file} && md5sum {file}"),
         rounds=9))
-
-
-def md5sum_check(name):
-    return shell(f"cd '{DATA}/{name}' && exec md5sum -c --status ../{name}.md5")
 
 
 @row("check-hashed", "CheckMd5, no local manifest, 20,000 files of 8 KiB",
@@ -147,15 +131,6 @@ def check_file(here):
     return report.times(*measure.inside_and_process(
         IN_PROCESS, DATA, here.env, "^CheckLargeFile$",
         quoted("md5sum", DATA / "large" / "f000000.dat"), rounds=9))
-
-
-def worker(here, name, manifest=None):
-    return quoted(BENCH / "run_worker", f"{here.base}data/{name}/", DATA / (manifest or f"{name}.info"),
-                  STAGING)
-
-
-def bare_fetch(here, name):
-    return quoted(BENCH / "bare_fetch", f"{here.base}data/{name}/", DATA / f"{name}.md5", STAGING)
 
 
 @row("worker-small", "worker, 5,000 files of 8 KiB, nginx, up to the last one staged",
@@ -254,25 +229,6 @@ def publish_both(here):
     return publish_times(here, "md5", "sha256")
 
 
-@row("durability", "inplace_update, all of 5,000 files of 8 KiB change, on the disk at the end",
-     "the same with every wait for the disk taken out", 1.5)
-def durability(here):
-    stage.make_files("small", 5000, 8192)
-    stage.make_files("small-before", 5000, 8192)
-    subprocess.run(["rm", "-rf", stage.WWW / "durability"], check=True)
-    subprocess.run([BUILD / "publish/publish_update", "--version", "3.1.0", "--min-version", "2.0.0",
-                    "--download-url", "https://www.example.com/", DATA / "small",
-                    stage.WWW / "durability"], check=True, stdout=subprocess.DEVNULL)
-    around = STAGE / "durability"
-    update = [BUILD / "inplace/inplace_update", "--base-url", f"{here.base}durability",
-              "--install", around / "installed", "--staging", around / "staging", "--console"]
-    lay = shell(f"rm -rf '{around}' && mkdir '{around}' && "
-                f"cp -r '{DATA}/small-before' '{around}/installed' && sync")
-    return report.times(*measure.process_times(
-        [quoted(*update), quoted("env", f"LD_PRELOAD={BENCH / 'libno_sync.so'}", *update)],
-        here.env, 9, prepare=lay))
-
-
 @row("growth", "time a record", None, 1.5)
 def growth(here):
     stage.make_manifests()
@@ -335,7 +291,8 @@ def main():
     parser.add_argument("rows", nargs="*", metavar="ROW")
     arguments = parser.parse_args()
 
-    chosen = [one for one in ROWS
+    rows = ROWS + inplace_rows.ROWS
+    chosen = [one for one in rows
               if not arguments.rows or any(re.search(regex, one[0]) for regex in arguments.rows)]
     results = report.Results(STAGE / "results.json")
     with stage.Surroundings(arguments.port) as here:
@@ -344,7 +301,7 @@ def main():
             results.add(name, dict(function(here), what=what, against=against, limit=limit))
     print(results.table([one[0] for one in chosen]))
     if arguments.write:
-        results.write_note([one[0] for one in ROWS])
+        results.write_note([one[0] for one in rows])
 
 
 if __name__ == "__main__":

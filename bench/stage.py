@@ -13,6 +13,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 STAGE = ROOT / "build" / "bench"
+STAGING = STAGE / "staging"
 BUILD = STAGE / "release"
 DATA = STAGE / "data"
 WWW = STAGE / "www"
@@ -91,6 +92,30 @@ def make_resumed(count):
     if not resumed.exists():
         last = f"{manifest_text(hashlib.md5(b'').hexdigest())}\t0\tz-last.dat\n"
         resumed.write_text((DATA / f"staged{count}.info").read_text() + last)
+
+
+def make_variant(name, original, path):
+    """The files of a folder made before, but for one that differs, of the same size."""
+    if (DATA / name).exists():
+        return
+    work = DATA / f"{name}.part"
+    shutil.rmtree(work, ignore_errors=True)
+    shutil.copytree(DATA / original, work, copy_function=os.link)
+    size = (work / path).stat().st_size
+    (work / path).unlink()
+    (work / path).write_bytes(random.Random(name).randbytes(min(size, 1 << 20)) * max(1, size >> 20))
+    work.rename(DATA / name)
+
+
+def publish_files(name, version="3.1.0"):
+    """The manifest of a folder made before, published below the folder's name."""
+    manifest = WWW / f"release-{name}" / version / "update_md5.info"
+    if not manifest.exists():
+        shutil.rmtree(WWW / f"release-{name}", ignore_errors=True)
+        subprocess.run([BUILD / "publish" / "publish_update", "--version", version, "--min-version",
+                        "2.0.0", "--download-url", "https://www.example.com/", DATA / name,
+                        WWW / f"release-{name}"], check=True, stdout=subprocess.DEVNULL)
+    return manifest
 
 
 def lay_out_bundle():

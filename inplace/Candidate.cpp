@@ -16,6 +16,7 @@ Decision DecideByNumber(const Candidate &candidate, const InstalledRelease &inst
     }
     const bool isNumberOfManifest = installed.hasManifest && installed.manifest.isComplete &&
                                     installed.manifest.version == candidate.version;
+    const bool isOldInstalled = installed.hasManifest && !installed.manifest.isComplete;
     if (isNumberOfManifest && withKeys) {
         return Decision::SameNumber; // but its bytes differ
     }
@@ -29,8 +30,9 @@ Decision DecideByNumber(const Candidate &candidate, const InstalledRelease &inst
         }
     }
     // A bundle that was not installed by an updater has no manifest to compare.
-    return number && candidate.version == *number && !isNumberOfManifest ? Decision::UpToDate
-                                                                         : Decision::Install;
+    const bool isComparable = isNumberOfManifest || isOldInstalled;
+    return number && candidate.version == *number && !isComparable ? Decision::UpToDate
+                                                                   : Decision::Install;
 }
 
 } // namespace
@@ -40,9 +42,6 @@ Decision Decide(const Candidate &candidate, const InstalledRelease &installed,
 {
     if (installed.hasManifest && installed.content == candidate.content) {
         return Decision::UpToDate;
-    }
-    if (!candidate.manifest.isComplete) {
-        return Decision::Install; // an old manifest has no number
     }
     const Decision decision = DecideByNumber(candidate, installed, highest, withKeys);
     return decision == Decision::Older && allowOlder ? Decision::Install : decision;

@@ -37,9 +37,7 @@ bool SettleEntry(int folder, const char *name, const PlannedEntry &entry)
     if (::fstatat(folder, name, &about, AT_SYMLINK_NOFOLLOW) != 0) {
         return false;
     }
-    // A shared file keeps its group: changing it would need a copy.
-    const bool isShared = !S_ISDIR(about.st_mode) && about.st_nlink > 1;
-    if (IsSettled(about, entry) && (HasOwner(about, entry) || isShared)) {
+    if (NeedsNothing(about, entry)) {
         return true;
     }
     const mode_t mode = WantedMode(about, entry);
@@ -55,6 +53,13 @@ bool SettleEntry(int folder, const char *name, const PlannedEntry &entry)
         (void)::fchownat(folder, name, static_cast<uid_t>(-1), entry.group, AT_SYMLINK_NOFOLLOW);
     }
     return S_ISLNK(about.st_mode) || ::fchmodat(folder, name, mode, 0) == 0;
+}
+
+bool NeedsNothing(const struct stat &about, const PlannedEntry &entry)
+{
+    // A shared file keeps its group: changing it would need a copy.
+    const bool isShared = !S_ISDIR(about.st_mode) && about.st_nlink > 1;
+    return IsSettled(about, entry) && (HasOwner(about, entry) || isShared);
 }
 
 bool IsSettled(const struct stat &about, const PlannedEntry &entry)

@@ -15,6 +15,9 @@
 /// Only root can give files away; for other users the owner stays as it is.
 bool SettleEntry(int folder, const char *name, const PlannedEntry &entry);
 
+/// Returns whether SettleEntry() has nothing to change in an entry in the state \a about.
+bool NeedsNothing(const struct stat &about, const PlannedEntry &entry);
+
 /// Returns whether the mode and owner in \a about are as planned, as far as SettleEntry() can set
 /// them.
 bool IsSettled(const struct stat &about, const PlannedEntry &entry);

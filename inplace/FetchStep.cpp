@@ -43,10 +43,11 @@ QString PageOf(const PublishedRelease &release)
 }
 
 Problem Read(ReleaseSource &source, const QString &base, const UpdateOptions &options,
-             Candidate &candidate)
+             const QByteArray &known, Candidate &candidate)
 {
     PublishedRelease release;
-    const Problem problem = ProblemOf(ReadPublishedRelease(source, options.keys, release), base);
+    const Problem problem =
+        ProblemOf(ReadPublishedRelease(source, options.keys, release, known), base);
     if (problem) {
         return problem;
     }
@@ -67,16 +68,17 @@ Problem Read(ReleaseSource &source, const QString &base, const UpdateOptions &op
 
 } // namespace
 
-Problem FetchCandidate(const UpdateOptions &options, Candidate &candidate)
+Problem FetchCandidate(const UpdateOptions &options, const QByteArray &known, Candidate &candidate)
 {
     WebSource source(options.baseUrl);
-    return Read(source, options.baseUrl, options, candidate);
+    return Read(source, options.baseUrl, options, known, candidate);
 }
 
-Problem ReadCandidate(const QString &folder, const UpdateOptions &options, Candidate &candidate)
+Problem ReadCandidate(const QString &folder, const UpdateOptions &options, const QByteArray &known,
+                      Candidate &candidate)
 {
     FolderSource source(folder);
-    const Problem problem = Read(source, folder, options, candidate);
+    const Problem problem = Read(source, folder, options, known, candidate);
     return problem.end == End::Network ? Problem{End::NothingReady, QObject::tr("没有已下载的更新")}
                                        : problem;
 }
@@ -91,12 +93,6 @@ Problem CandidateProblem(const Candidate &candidate, const UpdateOptions &option
         return {
             End::Application,
             QObject::tr("升级包属于其他应用(%1，应为%2)").arg(told, wanted.join(QLatin1Char(' ')))};
-    }
-    for (const ManifestFile &file : candidate.manifest.files) {
-        if (file.size >= static_cast<quint64>(TooLargeSize)) {
-            return {End::Manifest, QObject::tr("升级清单中的文件过大:\"%1\" (%2字节)")
-                                       .arg(file.path, QString::number(file.size))};
-        }
     }
     return {};
 }

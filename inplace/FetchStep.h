@@ -12,12 +12,15 @@
 
 /// Fetches description, manifest and signature of the published release. Blocks in local event
 /// loops, on the main thread.
-Problem FetchCandidate(const UpdateOptions &options, Candidate &candidate);
+///
+/// \a known  the content of the installed manifest, or nothing. If it is the published one, its
+///           paths are not read, and the lists in the candidate's manifest stay empty.
+Problem FetchCandidate(const UpdateOptions &options, const QByteArray &known, Candidate &candidate);
 
 /// Reads what an earlier run fetched, from a folder with the layout of a published one.
-Problem ReadCandidate(const QString &folder, const UpdateOptions &options, Candidate &candidate);
+Problem ReadCandidate(const QString &folder, const UpdateOptions &options, const QByteArray &known,
+                      Candidate &candidate);
 
-/// Returns why this installation cannot use the candidate: it belongs to another application, or
-/// has a file that the worker cannot fetch.
+/// Returns why this installation cannot use the candidate: it belongs to another application.
 Problem CandidateProblem(const Candidate &candidate, const UpdateOptions &options,
                          const InstalledRelease &installed);

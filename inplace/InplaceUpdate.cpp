@@ -32,9 +32,9 @@ Outcome TryOnce(const UpdateOptions &options, StopSignals &stop, Conversation &c
     if (problem) {
         return Failed(problem);
     }
-    UpdateRun run(options, layout, stop, conversation);
     if (options.task == UpdateOptions::Task::Check) {
-        return run.attempt(); // changes nothing, so it needs no lock
+        return RunUpdate(options, layout, stop,
+                         conversation); // changes nothing, so it needs no lock
     }
     FolderLock installLock(QDir(layout.parent), layout.lockName);
     FolderLock stagingLock(QDir(layout.staging), QStringLiteral("inplace_update#lock"));
@@ -45,7 +45,7 @@ Outcome TryOnce(const UpdateOptions &options, StopSignals &stop, Conversation &c
     if (!problem) {
         problem = stagingLock.take();
     }
-    return problem ? Failed(problem) : run.attempt();
+    return problem ? Failed(problem) : RunUpdate(options, layout, stop, conversation);
 }
 
 bool IsAnswer(const Outcome &outcome)

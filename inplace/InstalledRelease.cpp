@@ -56,8 +56,7 @@ std::optional<int> InstalledRelease::number() const
     return listNumber ? qMax(*listNumber, manifest.version) : manifest.version;
 }
 
-InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content,
-                               const ReleaseManifest &manifest)
+InstalledRelease FindInstalled(const Layout &layout)
 {
     InstalledRelease installed;
     installed.isBundle = IsBundle(layout.install);
@@ -73,6 +72,12 @@ InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content,
     if (!installed.isBundle && installed.unreadable.isEmpty()) {
         installed.unreadable = DoubtAbout(layout.install + BundleList);
     }
+    return installed;
+}
+
+void ReadInstalledManifest(InstalledRelease &installed, const QByteArray &content,
+                           const ReleaseManifest &manifest)
+{
     if (!content.isEmpty() && installed.content == content) {
         installed.manifest = manifest;
         installed.hasManifest = true;
@@ -83,7 +88,6 @@ InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content,
     if (installed.hasManifest && installed.versionString.isEmpty()) {
         installed.versionString = installed.manifest.versionString;
     }
-    return installed;
 }
 
 QByteArray ReadSmall(const QString &path, qint64 limit)

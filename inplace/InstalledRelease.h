@@ -28,13 +28,16 @@ struct InstalledRelease {
 };
 
 /// Reads what \a layout names. Anything missing or unusable counts as unknown. If the system fails
-/// to read something, `unreadable` says why, and nothing must be concluded from the result.
+/// to read something, `unreadable` says why, and nothing must be concluded from the result. Of the
+/// installed manifest only the bytes are read; ReadInstalledManifest() does the rest.
+InstalledRelease FindInstalled(const Layout &layout);
+
+/// Reads what the installed manifest says.
 ///
-/// \a content, \a manifest  a manifest that was read already, or nothing. If it is the installed
-///                          one it is not read again, which saves half the time when there is
-///                          nothing to do.
-InstalledRelease ReadInstalled(const Layout &layout, const QByteArray &content = QByteArray(),
-                               const ReleaseManifest &manifest = ReleaseManifest());
+/// \a content, \a manifest  one that was read already, or nothing: it is not read again if it is
+/// the installed one.
+void ReadInstalledManifest(InstalledRelease &installed, const QByteArray &content = QByteArray(),
+                           const ReleaseManifest &manifest = ReleaseManifest());
 
 /// Returns the content of a regular file of at most \a limit bytes, or null.
 QByteArray ReadSmall(const QString &path, qint64 limit);

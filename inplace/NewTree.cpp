@@ -8,6 +8,7 @@
 #include "inplace/Preconditions.h"
 #include "inplace/Staging.h"
 #include "inplace/TreeBuild.h"
+#include "inplace/TreeSettle.h"
 #include "inplace/TreeVerify.h"
 #include "inplace/Worker.h"
 #include "release/DurableFile.h"
@@ -32,6 +33,15 @@ bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
                       });
 }
 
+/// Whether the volume finds one entry under both paths.
+bool IsSameEntry(const QByteArray &one, const QByteArray &other)
+{
+    struct stat first {};
+    struct stat second {};
+    return ::lstat(one.constData(), &first) == 0 && ::lstat(other.constData(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 /// A volume that fills up meanwhile first causes other failures.
 Problem OrNoRoom(const Problem &problem, const Layout &layout,
                  const std::vector<const PlannedEntry *> &fetched)
@@ -43,10 +53,9 @@ Problem OrNoRoom(const Problem &problem, const Layout &layout,
 
 } // namespace
 
-NewTree::NewTree(const UpdateOptions &options, const Layout &layout,
-                 const InstalledRelease &installed, const Candidate &candidate, StopSignals &stop)
-    : m_options(options), m_layout(layout), m_installed(installed), m_candidate(candidate),
-      m_stop(stop)
+NewTree::NewTree(const RunParts &parts)
+    : m_options(parts.options), m_layout(parts.layout), m_installed(parts.installed),
+      m_candidate(parts.candidate), m_stop(parts.stop)
 {
 }
 
@@ -66,8 +75,11 @@ Problem NewTree::make(Source source)
     if (problem) {
         return problem;
     }
+    const auto isSame = [&install](const QByteArray &there, const QByteArray &other) {
+        return IsSameEntry(install + '/' + there, install + '/' + other);
+    };
     PlanSources sources{
-        m_candidate.manifest, m_installed.known(), m_there, {}, m_installed.isBundle};
+        m_candidate.manifest, m_installed.known(), m_there, {}, m_installed.isBundle, isSame};
     (void)::stat(install.constData(), &sources.root); // it was just listed
     m_plan = PlanTree(sources);
 
@@ -81,7 +93,7 @@ Problem NewTree::make(Source source)
         problem = putManifest();
     }
     if (!problem) {
-        problem = build.finish(install);
+        problem = SettleTree(next, m_plan, install, m_hashed);
     }
     if (!problem) {
         problem = VerifyTree(next, m_plan, isInside, m_hashed);
@@ -97,8 +109,7 @@ Problem NewTree::fill(TreeBuild &build, Source source)
         problem = build.takeFrom(QFile::encodeName(m_layout.previous), TreeBuild::Take::Share);
     }
     if (!problem) {
-        problem = build.takeFrom(QFile::encodeName(m_layout.install), TreeBuild::Take::Share,
-                                 m_installed.known());
+        problem = build.takeInstalled(QFile::encodeName(m_layout.install), m_installed.known());
     }
     if (!problem) {
         problem = PruneStaging(m_layout.fetch, build.missing());

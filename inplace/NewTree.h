@@ -3,23 +3,21 @@
 
 #pragma once
 
-#include "inplace/Candidate.h"
-#include "inplace/CommandLine.h"
-#include "inplace/StopSignals.h"
+#include "inplace/RunParts.h"
 #include "inplace/TreeHash.h"
 
 class TreeBuild;
 
 /// The complete new tree of a release beside an installation, at layout.next.
 ///
-/// Main thread. All arguments must live as long as this.
+/// Main thread.
 class NewTree {
 public:
     /// Supplies files that neither the installation nor an earlier run has.
     enum class Source { Network, StagingOnly, Previous };
 
-    NewTree(const UpdateOptions &options, const Layout &layout, const InstalledRelease &installed,
-            const Candidate &candidate, StopSignals &stop);
+    /// \a parts  must live as long as this.
+    explicit NewTree(const RunParts &parts);
 
     /// Builds and verifies the tree. Can be repeated if the installation has changed meanwhile;
     /// what is already right is kept.
@@ -46,7 +44,7 @@ private:
     const UpdateOptions &m_options;
     const Layout &m_layout;
     const InstalledRelease &m_installed;
-    const Candidate &m_candidate;
+    const Candidate &m_candidate; ///< read whole
     StopSignals &m_stop;
     TreeEntries m_there;
     TreePlan m_plan;

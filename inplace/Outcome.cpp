@@ -3,6 +3,8 @@
 
 #include "inplace/Outcome.h"
 
+#include <QObject>
+
 #include <array>
 
 namespace {
@@ -59,4 +61,9 @@ static_assert(IsInOrder() && Table.size() == static_cast<std::size_t>(End::NoDis
 const EndInfo &InfoOf(End end)
 {
     return Table[static_cast<std::size_t>(end)];
+}
+
+Problem CancelledProblem()
+{
+    return {End::Cancelled, QObject::tr("已取消")};
 }

@@ -76,3 +76,6 @@ struct Problem {
 
     explicit operator bool() const { return !message.isEmpty(); }
 };
+
+/// What a step says that ends because a stop is wanted.
+Problem CancelledProblem();

@@ -88,7 +88,7 @@ bool HoldsRelease(const Layout &layout, const QByteArray &manifest)
         !ListTree(install, there).isEmpty()) {
         return false;
     }
-    const PlanSources sources{release, &release, there, {}, true};
+    const PlanSources sources{release, &release, there, {}, true, {}};
     const TreePlan plan = PlanTree(sources);
     std::vector<const PlannedEntry *> files;
     for (const PlannedEntry &entry : plan) {

@@ -3,6 +3,7 @@
 
 #include "inplace/TreeHash.h"
 
+#include "inplace/FolderChain.h"
 #include "inplace/StopSignals.h"
 #include "release/Descriptor.h"
 #include "release/FileCalls.h"
@@ -20,10 +21,11 @@ bool IsSame(const timespec &one, const timespec &other)
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
-/// Reads one file; \a about receives its state when it was opened.
-bool IsRight(const QByteArray &path, const ManifestFile &file, struct stat &about)
+/// Reads one file of a folder; \a about receives its state when it was opened.
+bool IsRight(int folder, const QByteArray &name, const ManifestFile &file, struct stat &about)
 {
-    const Descriptor open(::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor open(
+        ::openat(folder, name.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     return open.isOpen() && ::fstat(open.number(), &about) == 0 && S_ISREG(about.st_mode) &&
            static_cast<quint64>(about.st_size) == file.size && HasContent(open.number(), file);
 }
@@ -32,11 +34,17 @@ bool IsRight(const QByteArray &path, const ManifestFile &file, struct stat &abou
 
 bool HashedFiles::isKnown(const QByteArray &path, const struct stat &about) const
 {
-    const auto known = m_files.constFind(path);
-    return known != m_files.cend() && known->st_dev == about.st_dev &&
-           known->st_ino == about.st_ino && known->st_size == about.st_size &&
+    const struct stat *const known = find(path);
+    return known && known->st_dev == about.st_dev && known->st_ino == about.st_ino &&
+           known->st_size == about.st_size &&
            IsSame(ModificationTime(*known), ModificationTime(about)) &&
            IsSame(ChangeTime(*known), ChangeTime(about));
+}
+
+const struct stat *HashedFiles::find(const QByteArray &path) const
+{
+    const auto known = m_files.constFind(path);
+    return known != m_files.cend() ? &*known : nullptr;
 }
 
 void HashedFiles::remember(const QByteArray &path, const struct stat &about)
@@ -46,39 +54,33 @@ void HashedFiles::remember(const QByteArray &path, const struct stat &about)
 
 std::vector<const PlannedEntry *> WrongFiles(const QByteArray &root,
                                              const std::vector<const PlannedEntry *> &entries,
-                                             HashedFiles &known)
+                                             HashedFiles &right)
 {
     struct Result {
-        bool right = false;
-        bool read = false;
+        bool isRight = false;
         struct stat about = {};
     };
     std::vector<Result> results(entries.size());
     Tickets tickets(static_cast<int>(entries.size()));
-    const HashedFiles &before = known;
     const auto work = [&] {
+        FolderChain chain(root);
         for (int ticket = tickets.take(); ticket >= 0 && !StopSignals::isWanted();
              ticket = tickets.take()) {
             const PlannedEntry &entry = *entries[static_cast<std::size_t>(ticket)];
             Result &result = results[static_cast<std::size_t>(ticket)];
-            const QByteArray path = root + '/' + entry.path;
-            if (::lstat(path.constData(), &result.about) == 0 &&
-                before.isKnown(entry.path, result.about)) {
-                result.right = true;
-                continue;
-            }
-            result.read = true;
-            result.right = IsRight(path, *entry.file, result.about);
+            const int folder = chain.openParent(entry.path);
+            result.isRight =
+                folder >= 0 && IsRight(folder, NameOf(entry.path), *entry.file, result.about);
         }
     };
     RunWorkers(entries.size() > 1 ? QThread::idealThreadCount() : 0, work, [] {});
 
     std::vector<const PlannedEntry *> wrong;
     for (std::size_t index = 0; index < entries.size(); ++index) {
-        if (!results[index].right) {
+        if (!results[index].isRight) {
             wrong.push_back(entries[index]);
-        } else if (results[index].read) {
-            known.remember(entries[index]->path, results[index].about);
+        } else {
+            right.remember(entries[index]->path, results[index].about);
         }
     }
     return wrong;

@@ -12,10 +12,12 @@
 /// touched since need not be read again.
 class HashedFiles {
 public:
-    /// Whether the file at \a path was found right and has not been touched since.
+    /// Whether the file at \a path was found right, is still the same one and has not been touched
+    /// since: writing to it, under any of its names, changes a time that no program can set back.
     bool isKnown(const QByteArray &path, const struct stat &about) const;
+    /// The state of the file when it was found right, or null.
+    const struct stat *find(const QByteArray &path) const;
     void remember(const QByteArray &path, const struct stat &about);
-    void forget(const QByteArray &path) { m_files.remove(path); }
 
 private:
     QHash<QByteArray, struct stat> m_files;
@@ -25,12 +27,12 @@ private:
 /// compares their contents with the release: by SHA-256, or by MD5 where an old manifest has
 /// nothing else.
 ///
-/// \a known  files in it are skipped; those found right are added.
+/// \a right  receives those that are right.
 /// Returns the entries that are not right, in the same order. Ends early, with the results so far,
 /// on a stop request. Does not run an event loop.
 std::vector<const PlannedEntry *> WrongFiles(const QByteArray &root,
                                              const std::vector<const PlannedEntry *> &entries,
-                                             HashedFiles &known);
+                                             HashedFiles &right);
 
 /// Returns whether the open file of \a descriptor has the content of \a file.
 bool HasContent(int descriptor, const ManifestFile &file);

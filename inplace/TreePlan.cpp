@@ -40,7 +40,10 @@ QSet<QByteArray> PathsOf(const ReleaseManifest &release)
 
 class Planner {
 public:
-    explicit Planner(const PlanSources &sources) : m_sources(sources) {}
+    explicit Planner(const PlanSources &sources)
+        : m_sources(sources), m_spelling(SameNames(sources))
+    {
+    }
 
     TreePlan plan()
     {
@@ -55,25 +58,40 @@ public:
     }
 
 private:
-    PlannedEntry &add(const QByteArray &path, EntryKind kind);
+    static ReleaseSpelling::IsSame SameNames(const PlanSources &sources);
+    PlannedEntry &add(const QByteArray &path, EntryKind kind, const TreeEntry *there);
+    PlannedEntry &addReleased(const QByteArray &path, EntryKind kind);
     void addFolders(const QByteArray &path);
     void addRelease();
     void addUsers();
     bool isTaken(const QByteArray &path) const;
-    void addUser(const TreeEntry &entry);
+    void addUser(const TreeEntry &entry, const QByteArray &path);
+    void addFormerFolders(const TreeEntry &entry, const QByteArray &path);
 
     const PlanSources &m_sources;
+    ReleaseSpelling m_spelling;
     std::map<QByteArray, PlannedEntry> m_entries;
 };
 
+/// What the installation lists under a path of its own is another entry, whatever the volume says.
+ReleaseSpelling::IsSame Planner::SameNames(const PlanSources &sources)
+{
+    if (!sources.isSame) {
+        return {};
+    }
+    return [&sources](const QByteArray &there, const QByteArray &other) {
+        return !FindEntry(sources.there, other) && sources.isSame(there, other);
+    };
+}
+
 /// Adds an entry whose folders are planned already. It keeps its owner; a new one gets that of its
 /// folder.
-PlannedEntry &Planner::add(const QByteArray &path, EntryKind kind)
+PlannedEntry &Planner::add(const QByteArray &path, EntryKind kind, const TreeEntry *there)
 {
     PlannedEntry entry;
     entry.path = path;
     entry.kind = kind;
-    entry.there = FindEntry(m_sources.there, path);
+    entry.there = there;
     const QByteArray folder = FolderOf(path);
     if (entry.there) {
         entry.user = entry.there->about.st_uid;
@@ -89,6 +107,11 @@ PlannedEntry &Planner::add(const QByteArray &path, EntryKind kind)
     return m_entries[path] = entry;
 }
 
+PlannedEntry &Planner::addReleased(const QByteArray &path, EntryKind kind)
+{
+    return add(path, kind, FindEntry(m_sources.there, path));
+}
+
 /// Adds the folders of the release above \a path.
 void Planner::addFolders(const QByteArray &path)
 {
@@ -97,7 +120,7 @@ void Planner::addFolders(const QByteArray &path)
         if (m_entries.count(folder) != 0) {
             continue;
         }
-        PlannedEntry &entry = add(folder, EntryKind::Folder);
+        PlannedEntry &entry = addReleased(folder, EntryKind::Folder);
         const bool stays = entry.there && entry.there->kind == EntryKind::Folder;
         const int known = stays ? ModeOf(*entry.there) : PlainFolderMode;
         entry.mode = m_sources.release.isComplete ? PlainFolderMode : known;
@@ -115,7 +138,7 @@ void Planner::addRelease()
     for (const ManifestFile &file : release.files) {
         const QByteArray path = file.path.toUtf8();
         addFolders(path);
-        PlannedEntry &entry = add(path, EntryKind::File);
+        PlannedEntry &entry = addReleased(path, EntryKind::File);
         entry.file = &file;
         const bool stays = entry.there && entry.there->kind == EntryKind::File;
         entry.mode = release.isComplete ? file.mode : stays ? ModeOf(*entry.there) : -1;
@@ -123,7 +146,7 @@ void Planner::addRelease()
     for (const ManifestLink &link : release.links) {
         const QByteArray path = link.path.toUtf8();
         addFolders(path);
-        add(path, EntryKind::Link).target = link.target.toUtf8();
+        addReleased(path, EntryKind::Link).target = link.target.toUtf8();
     }
 }
 
@@ -134,9 +157,18 @@ void Planner::addUsers()
     }
     const QSet<QByteArray> known =
         m_sources.installed ? PathsOf(*m_sources.installed) : QSet<QByteArray>();
+    for (const auto &[path, entry] : m_entries) {
+        m_spelling.add(path);
+    }
+    m_spelling.add(LOCAL_MD5_FILENAME.toUtf8());
+    m_spelling.add(SIGNATURE_FILENAME.toUtf8());
     for (const TreeEntry &entry : m_sources.there) {
-        if (!known.contains(entry.path) && !IsManifestName(entry.path) && !isTaken(entry.path)) {
-            addUser(entry);
+        if (known.contains(entry.path)) {
+            continue;
+        }
+        const QByteArray path = m_spelling.of(entry.path);
+        if (!IsManifestName(path) && !isTaken(path)) {
+            addUser(entry, path);
         }
     }
 }
@@ -156,20 +188,30 @@ bool Planner::isTaken(const QByteArray &path) const
     return false;
 }
 
-void Planner::addUser(const TreeEntry &entry)
+/// Adds an entry of the user under a path that is free.
+void Planner::addUser(const TreeEntry &entry, const QByteArray &path)
 {
-    for (int end = entry.path.indexOf('/'); end >= 0; end = entry.path.indexOf('/', end + 1)) {
-        const QByteArray folder = entry.path.left(end);
-        if (m_entries.count(folder) == 0) { // of the former release, and kept for its content
-            PlannedEntry &above = add(folder, EntryKind::Folder);
-            above.from = PlannedEntry::From::User;
-            above.mode = ModeOf(*above.there);
-        }
-    }
-    PlannedEntry &planned = add(entry.path, entry.kind);
+    addFormerFolders(entry, path);
+    PlannedEntry &planned = add(path, entry.kind, &entry);
     planned.from = PlannedEntry::From::User;
     planned.target = entry.target;
     planned.mode = entry.kind == EntryKind::Folder ? ModeOf(entry) : -1;
+}
+
+/// Adds folders of the installed release that are kept because of what the user has in them.
+void Planner::addFormerFolders(const TreeEntry &entry, const QByteArray &path)
+{
+    int there = entry.path.indexOf('/'); // both paths have the same number of names
+    for (int end = path.indexOf('/'); end >= 0; end = path.indexOf('/', end + 1)) {
+        const QByteArray folder = path.left(end);
+        if (m_entries.count(folder) == 0) {
+            PlannedEntry &above =
+                add(folder, EntryKind::Folder, FindEntry(m_sources.there, entry.path.left(there)));
+            above.from = PlannedEntry::From::User;
+            above.mode = ModeOf(*above.there);
+        }
+        there = entry.path.indexOf('/', there + 1);
+    }
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "inplace/ReleaseSpelling.h"
 #include "inplace/TreeList.h"
 #include "release/ReleaseManifest.h"
 
@@ -31,10 +32,13 @@ struct PlanSources {
     const TreeEntries &there;         ///< the current installation
     struct stat root;                 ///< its folder
     bool isBundle;
+    ReleaseSpelling::IsSame isSame; ///< asks the installation's volume; empty asks nobody
 };
 
 /// Plans the tree: the whole release, and the user's files unless the release has their paths.
-/// Files that only the installed release has are not planned.
+/// Files that only the installed release has are not planned. To a volume, a user's path may be the
+/// release's although it is spelled otherwise: a file then gives way too, and a folder takes the
+/// release's spelling.
 ///
 /// Without an installed manifest it is unknown whose a file is: a plain folder then keeps
 /// everything that the release does not have, and a bundle nothing, because its code signature

@@ -52,7 +52,7 @@ Problem VerifyTree(const QByteArray &root, const TreePlan &plan, bool withManife
         if (!IsAsPlanned(*entry, planned)) {
             return Wrong(planned.path);
         }
-        if (planned.file) {
+        if (planned.file && !hashed.isKnown(entry->path, entry->about)) {
             files.push_back(&planned);
         }
         ++entry;
@@ -64,7 +64,7 @@ Problem VerifyTree(const QByteArray &root, const TreePlan &plan, bool withManife
     }
     const std::vector<const PlannedEntry *> wrong = WrongFiles(root, files, hashed);
     if (StopSignals::isWanted()) {
-        return {End::Cancelled, QObject::tr("已取消")};
+        return CancelledProblem();
     }
     return wrong.empty() ? Problem() : Wrong(wrong.front()->path);
 }

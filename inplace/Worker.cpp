@@ -48,7 +48,7 @@ Problem ProblemOf(CDownloadThread &worker, const WorkerWatch *watch, const SizeG
     if (watch && watch->hasStalled()) {
         return {End::Stalled, QObject::tr("服务器%1秒没有发送数据").arg(stallSeconds)};
     }
-    return {End::Cancelled, QObject::tr("已取消")};
+    return CancelledProblem();
 }
 
 } // namespace

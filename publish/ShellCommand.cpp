@@ -14,7 +14,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-extern char **environ;
+extern char **environ; // NOLINT(readability-redundant-declaration): macOS declares none
 
 namespace {
 

@@ -55,13 +55,15 @@ bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
 bool SyncEntry(const fs::directory_entry &entry)
 {
     std::error_code error;
-    const fs::file_type type = entry.symlink_status(error).type();
+    // What the folder tells of its entries is asked, which spares a call for each of them.
+    const bool isLink = entry.is_symlink(error);
+    const bool isFolder = !error && !isLink && entry.is_directory(error);
+    const bool isFile = !error && !isLink && !isFolder && entry.is_regular_file(error);
     if (error) {
         errno = error.value();
         return false;
     }
-    const bool isFolder = type == fs::file_type::directory;
-    if (!isFolder && type != fs::file_type::regular) {
+    if (!isFolder && !isFile) {
         return true; // a link is synced with its folder
     }
     const Descriptor here(

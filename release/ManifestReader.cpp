@@ -47,6 +47,20 @@ QString ManifestReader::read()
     return LinkWalk(m_tree).reason();
 }
 
+QString ManifestReader::readHead()
+{
+    while (!m_rest.empty() && takeLine() && m_line.substr(0, 1) == "@") {
+        const KnownLine *const known = Find(m_fields.front());
+        if (known && known->stage == Stage::Paths) {
+            break;
+        }
+        if (QString reason = readExtendedLine(); !reason.isEmpty()) {
+            return reason;
+        }
+    }
+    return {};
+}
+
 /// Takes the next line and its fields. Returns false when it has no line end.
 bool ManifestReader::takeLine()
 {

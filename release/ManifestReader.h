@@ -17,6 +17,9 @@ public:
     /// Returns why the content is refused, naming the line, or empty text.
     QString read();
 
+    /// Reads the lines before the first path. Returns why they are refused, or empty text.
+    QString readHead();
+
 private:
     static constexpr std::size_t MostFields = 4;
 

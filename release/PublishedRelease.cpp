@@ -56,7 +56,7 @@ ReleaseFault Compare(const PublishedDescription &description, const ReleaseManif
 } // namespace
 
 ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey> &keys,
-                                  PublishedRelease &release)
+                                  PublishedRelease &release, const QByteArray &known)
 {
     release = {};
     if (ReleaseFault fault = ReadDescription(source, release); !fault.isNone()) {
@@ -83,9 +83,12 @@ ReleaseFault ReadPublishedRelease(ReleaseSource &source, const QVector<PublicKey
         }
     }
     const ReleaseManifest &manifest = release.manifest;
-    if (const QString reason = ReadManifest(release.manifestContent, release.manifest);
-        !reason.isEmpty()) {
-        return {Kind::Manifest, name, reason};
+    release.isKnown = release.manifestContent == known && ReadManifestHead(known, release.manifest);
+    if (!release.isKnown) {
+        const QString reason = ReadManifest(release.manifestContent, release.manifest);
+        if (!reason.isEmpty()) {
+            return {Kind::Manifest, name, reason};
+        }
     }
     if (!manifest.isComplete) {
         return keys.isEmpty()

@@ -168,6 +168,13 @@ QString ReadManifest(const QByteArray &content, ReleaseManifest &manifest)
     return reason.isEmpty() ? ReadOldManifest(content, manifest) : reason;
 }
 
+bool ReadManifestHead(const QByteArray &content, ReleaseManifest &manifest)
+{
+    manifest = {};
+    const Bytes bytes(content.constData(), static_cast<std::size_t>(content.size()));
+    return ManifestReader(bytes, manifest).readHead().isEmpty() && manifest.isComplete;
+}
+
 tagDownloadFileInfo ManifestRecord(const ManifestFile &file)
 {
     return {file.path, static_cast<quint32>(file.size >> 32U), static_cast<quint32>(file.size),

@@ -67,6 +67,12 @@ QByteArray ManifestContent(const ReleaseManifest &manifest);
 /// the path for a file of an old manifest. After a failure \a manifest is meaningless.
 QString ReadManifest(const QByteArray &content, ReleaseManifest &manifest);
 
+/// Reads what a complete manifest says before its first path. Of the others, and of one whose first
+/// lines ReadManifest() would refuse, nothing is read.
+///
+/// Returns whether that went well. The lists of \a manifest are empty then, whatever it lists.
+bool ReadManifestHead(const QByteArray &content, ReleaseManifest &manifest);
+
 /// Returns the record of a \a file as ParseMd5File() gives it.
 tagDownloadFileInfo ManifestRecord(const ManifestFile &file);
 

@@ -49,6 +49,7 @@ private slots:
     void bundle_ofEveryKind_overManyReleases();
     void bundle_sealStaysWhole();
     void bundle_withoutManifest_nothingElseStays();
+    void bundle_withoutItsStaging_nothingElseStays();
     void names_inOtherCase_areTheReleases();
     void names_longAndOfManyLetters();
     void users_inTheWay_giveWay();
@@ -139,6 +140,21 @@ void tst_InplaceTree::bundle_withoutManifest_nothingElseStays()
     QCOMPARE(stage.run(), QStringLiteral("updated"));
     QCOMPARE(stage.differences(ManyKinds(2, 40)), QString());
     QVERIFY(QFile::exists(stage.parent + QStringLiteral("/.Sample.app#previous/Contents/mine")));
+}
+
+void tst_InplaceTree::bundle_withoutItsStaging_nothingElseStays()
+{
+    InplaceStage stage;
+    stage.lay(ManyKinds(1, 40));
+    stage.publish(ManyKinds(2, 40));
+    QCOMPARE(stage.run(), QStringLiteral("updated"));
+    LayNodes(stage.install, {{QStringLiteral("Contents/mine"), File("which breaks the seal")}});
+    QVERIFY(QDir(stage.staging).removeRecursively());
+    stage.publish(ManyKinds(3, 40));
+    QCOMPARE(stage.run(), QStringLiteral("updated"));
+    QCOMPARE(stage.differences(ManyKinds(3, 40)), QString());
+    QVERIFY(QFile::exists(stage.parent + QStringLiteral("/.Sample.app#previous/Contents/mine")));
+    QVERIFY(QFile::exists(stage.staging + QLatin1Char('/') + LOCAL_MD5_FILENAME));
 }
 
 void tst_InplaceTree::names_inOtherCase_areTheReleases()

@@ -29,6 +29,9 @@ private slots:
     void applyOnly_checksWithItsOwnKeys();
     void manifest_isKeptInStagingWithItsSignature();
     void unsigned_isInstalledWithoutAKey();
+    void number_lower_isNoUpdateWithoutAKeyEither_data();
+    void number_lower_isNoUpdateWithoutAKeyEither();
+    void number_same_ofAnOldManifest();
 
 private:
     FileMap signedFiles(const TestRelease &release, const SigningKey &key) const;
@@ -255,6 +258,48 @@ void tst_InplaceTrust::unsigned_isInstalledWithoutAKey()
     m_stage->publish(m_release);
     QCOMPARE(m_stage->run(), QStringLiteral("updated"));
     QVERIFY(!QFile::exists(m_stage->staging + QStringLiteral("/inplace_update#state/highest")));
+}
+
+void tst_InplaceTrust::number_lower_isNoUpdateWithoutAKeyEither_data()
+{
+    QTest::addColumn<bool>("isComplete");
+    QTest::addColumn<bool>("isKnown");
+    QTest::newRow("a complete manifest") << true << true;
+    QTest::newRow("a complete manifest, the installed one is lost") << true << false;
+    QTest::newRow("an old manifest") << false << true;
+    QTest::newRow("an old manifest, the installed one is lost") << false << false;
+}
+
+void tst_InplaceTrust::number_lower_isNoUpdateWithoutAKeyEither()
+{
+    QFETCH(bool, isComplete);
+    QFETCH(bool, isKnown);
+    m_stage->publish(m_release);
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    if (!isKnown) {
+        QVERIFY(QDir(m_stage->staging).removeRecursively());
+    }
+    TestRelease lower = ManyKinds(1, 20);
+    lower.isComplete = isComplete;
+    m_stage->publish(lower);
+    QCOMPARE(m_stage->run(), QStringLiteral("older"));
+    QCOMPARE(m_stage->program().exitCode(), 0);
+    QCOMPARE(m_stage->run({QStringLiteral("--check")}), QStringLiteral("older"));
+    QCOMPARE(m_stage->differences(m_release), QString());
+    QCOMPARE(m_stage->run({QStringLiteral("--allow-older")}), QStringLiteral("updated"));
+}
+
+/// Old manifests have no number of their own: which of two is installed is told by their bytes.
+void tst_InplaceTrust::number_same_ofAnOldManifest()
+{
+    TestRelease old = m_release;
+    old.isComplete = false;
+    m_stage->publish(old);
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->run(), QStringLiteral("up-to-date"));
+    old.tree.insert(QStringLiteral("Contents/MacOS/Sample"), File("#!/bin/sh\n", 0755));
+    m_stage->publish(old);
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
 }
 
 QTEST_GUILESS_MAIN(tst_InplaceTrust)

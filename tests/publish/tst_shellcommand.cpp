@@ -16,14 +16,12 @@ int SignalAtStart = 0; // to this process, right after the command's process was
 } // namespace
 
 /// Replaces the system's function in this program.
-extern "C" int posix_spawn(pid_t *process, const char *path,
-                           const posix_spawn_file_actions_t *actions,
-                           const posix_spawnattr_t *attributes, char *const *arguments,
-                           char *const *environment)
+extern "C" int posix_spawn(pid_t *pid, const char *path, const posix_spawn_file_actions_t *actions,
+                           const posix_spawnattr_t *attrp, char *const *argv, char *const *envp)
 {
     static const auto system =
         reinterpret_cast<decltype(&posix_spawn)>(::dlsym(RTLD_NEXT, "posix_spawn"));
-    const int error = system(process, path, actions, attributes, arguments, environment);
+    const int error = system(pid, path, actions, attrp, argv, envp);
     if (SignalAtStart != 0) {
         (void)std::raise(SignalAtStart);
     }

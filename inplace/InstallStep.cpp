@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#include "inplace/InstallStep.h"
+
+#include "inplace/ExchangeStep.h"
+#include "inplace/NewTree.h"
+#include "inplace/Preconditions.h"
+#include "inplace/StateFolder.h"
+
+#include <QObject>
+
+namespace {
+
+using Task = UpdateOptions::Task;
+
+constexpr int MostPasses = 3; // while the user keeps changing files in the installation
+
+Outcome LeaveReady(const RunParts &parts)
+{
+    const QString reason = StateFolder(parts.layout).writeReady(parts.candidate);
+    if (!reason.isEmpty()) {
+        return OutcomeOf(parts.candidate, End::Storage, reason);
+    }
+    Outcome ready = OutcomeOf(parts.candidate, End::Ready, QObject::tr("更新已下载，等待安装"));
+    ready.update = true;
+    return ready;
+}
+
+Outcome Exchange(const RunParts &parts, const NewTree &tree)
+{
+    const InstalledRelease &installed = parts.installed;
+    const bool isSame = installed.hasManifest && installed.content == parts.candidate.content;
+    return ExchangeFor(parts, TakeoverOf(parts, tree.isBundle()),
+                       isSame ? End::Repaired : End::Updated);
+}
+
+/// Builds the tree and does with it what the task is.
+Outcome BuildAndUse(const RunParts &parts, NewTree &tree)
+{
+    const Task task = parts.options.task;
+    const auto source =
+        task == Task::ApplyOnly ? NewTree::Source::StagingOnly : NewTree::Source::Network;
+    for (int pass = 0; pass < MostPasses; ++pass) {
+        Problem problem = tree.make(source);
+        if (problem) {
+            return OutcomeOf(parts.candidate, problem);
+        }
+        if (task == Task::FetchOnly) {
+            return LeaveReady(parts);
+        }
+        if (task == Task::Repair && tree.isAsInstalled()) {
+            RemoveLeftovers(parts.layout);
+            return OutcomeOf(parts.candidate, End::UpToDate, QObject::tr("没有需要修复的文件"));
+        }
+        problem = MakeDurable(parts.layout);
+        if (problem) {
+            return OutcomeOf(parts.candidate, problem);
+        }
+        if (tree.isCurrent()) {
+            break;
+        }
+    }
+    return Exchange(parts, tree);
+}
+
+} // namespace
+
+Outcome InstallRelease(const RunParts &parts)
+{
+    const Problem problem = NamesProblem(parts.layout, parts.candidate.manifest);
+    if (problem) {
+        return OutcomeOf(parts.candidate, problem);
+    }
+    NewTree tree(parts);
+    Outcome outcome = BuildAndUse(parts, tree);
+    outcome.files = tree.files();
+    outcome.bytes = tree.bytes();
+    return outcome;
+}

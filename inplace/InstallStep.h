@@ -1,0 +1,11 @@
+// SPDX-FileCopyrightText: The updater authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "inplace/RunParts.h"
+
+/// Installs the candidate, whose manifest is read whole: builds and verifies the new tree, makes it
+/// durable and exchanges it for the installation, or ends before that when only fetching was asked
+/// for. Main thread; blocks in local event loops.
+Outcome InstallRelease(const RunParts &parts);
