@@ -20,10 +20,14 @@ if(UPDATER_SANITIZE)
 endif()
 
 if(UPDATER_COVERAGE)
-    # For C++ only: the tests' Objective-C++ has another compiler, which counts differently. Threads count
-    # concurrently; without atomic counters a sum could become negative.
+    # The program is counted, not its tests. For C++ only: the tests' Objective-C++ has another compiler, which
+    # counts differently. Threads count concurrently; without atomic counters a sum could become negative.
+    # Without exceptions, which nothing here throws, the branches that a compiler adds for them do not count; what
+    # catches those of a library sets -fexceptions.
+    set(updater_counted "$<AND:$<COMPILE_LANGUAGE:CXX>,$<BOOL:$<TARGET_PROPERTY:UPDATER_COUNTED>>>")
     target_compile_options(updater_options INTERFACE
-        $<$<COMPILE_LANGUAGE:CXX>:--coverage> $<$<COMPILE_LANGUAGE:CXX>:-fprofile-update=atomic>)
+        $<${updater_counted}:--coverage> $<${updater_counted}:-fprofile-update=atomic>
+        $<${updater_counted}:-fno-exceptions>)
     target_link_options(updater_options INTERFACE --coverage)
 endif()
 
@@ -34,6 +38,9 @@ function(updater_configure_target target)
         CXX_STANDARD 17
         CXX_STANDARD_REQUIRED ON
         CXX_EXTENSIONS OFF)
+    if(NOT CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/(tests|examples)(/|$)")
+        set_target_properties(${target} PROPERTIES UPDATER_COUNTED ON)
+    endif()
 endfunction()
 
 # updater_add_library(target sources...): one of the static libraries, included as "folder/Header.h".

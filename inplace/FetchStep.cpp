@@ -46,8 +46,7 @@ Problem Read(ReleaseSource &source, const QString &base, const UpdateOptions &op
              const QByteArray &known, Candidate &candidate)
 {
     PublishedRelease release;
-    const Problem problem =
-        ProblemOf(ReadPublishedRelease(source, options.keys, release, known), base);
+    Problem problem = ProblemOf(ReadPublishedRelease(source, options.keys, release, known), base);
     if (problem) {
         return problem;
     }

@@ -125,7 +125,7 @@ QString PutManifest(const Layout &layout, const PendingExchange &pending)
 Problem BringBack(const Layout &layout, const std::optional<PendingExchange> &pending)
 {
     Nodes nodes;
-    const Problem problem = FindNodes(layout, nodes);
+    Problem problem = FindNodes(layout, nodes);
     if (problem) {
         return problem;
     }
@@ -143,7 +143,7 @@ Problem BringBack(const Layout &layout, const std::optional<PendingExchange> &pe
 Problem PrepareTakeover(const Layout &layout, const Takeover &takeover)
 {
     Nodes nodes;
-    const Problem problem = FindNodes(layout, nodes);
+    Problem problem = FindNodes(layout, nodes);
     if (problem) {
         return problem;
     }
@@ -181,7 +181,7 @@ Problem FinishTakeover(const Layout &layout)
         return {};
     }
     Nodes nodes;
-    const Problem problem = FindNodes(layout, nodes);
+    Problem problem = FindNodes(layout, nodes);
     if (problem) {
         return problem;
     }
@@ -219,7 +219,7 @@ Problem MendTakeover(const Layout &layout, bool &happened)
     const StateFolder state(layout);
     const std::optional<PendingExchange> pending = state.pending();
     if (!IsThere(layout.install)) {
-        const Problem problem = BringBack(layout, pending);
+        Problem problem = BringBack(layout, pending);
         if (problem) {
             return problem;
         }
@@ -230,7 +230,7 @@ Problem MendTakeover(const Layout &layout, bool &happened)
         return {};
     }
     Nodes nodes;
-    const Problem problem = FindNodes(layout, nodes);
+    Problem problem = FindNodes(layout, nodes);
     if (problem) {
         return problem;
     }

@@ -116,7 +116,7 @@ Problem TreeBuild::prune()
 {
     TreeEntries left;
     if (!ListTree(m_root, left).isEmpty()) { // the mode of a folder may forbid it
-        const Problem problem = RemoveTree(m_root) ? makeRoot() : BuildProblem(m_root, {});
+        Problem problem = RemoveTree(m_root) ? makeRoot() : BuildProblem(m_root, {});
         if (problem) {
             return problem;
         }

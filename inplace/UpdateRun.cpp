@@ -23,7 +23,7 @@ Problem Begin(const UpdateOptions &options, const Layout &layout)
 {
     if (options.task != Task::Check) {
         bool happened = false;
-        const Problem problem = MendTakeover(layout, happened);
+        Problem problem = MendTakeover(layout, happened);
         if (problem) {
             return problem;
         }

@@ -48,7 +48,7 @@ for run in first second; do
 done
 [ "$(grep -c 'below zero' seen)" = 2 ] || fail "no count was below zero"
 
-for floors in '76 50' '75 51'; do
+for floors in '75.5 50' '75 50.5'; do
   if "$1/scripts/coverage.sh" . program program/ $floors >output 2>&1; then
     fail "passed below the floors $floors"
   fi

@@ -103,9 +103,12 @@ void tst_InplaceFull::update(const Scarcity &scarcity, int left, QString &code)
     QVERIFY2(isFull, stage.program().errors().constData());
     const bool isDone = code == QLatin1String("updated");
     QCOMPARE(stage.program().exitCode(), isDone ? 0 : 1);
-    QCOMPARE(stage.differences(isDone ? m_new : m_old), QString());
+    // A run may fail after the exchange, when it tidies up.
+    const bool isNew = stage.differences(m_new).isEmpty();
+    QVERIFY(isNew || !isDone);
+    QCOMPARE(isNew ? QString() : stage.differences(m_old), QString());
     volume.makeRoom();
-    QCOMPARE(stage.run(), isDone ? QStringLiteral("up-to-date") : QStringLiteral("updated"));
+    QCOMPARE(stage.run(), isNew ? QStringLiteral("up-to-date") : QStringLiteral("updated"));
     QCOMPARE(stage.differences(m_new), QString());
     QCOMPARE(stage.leftovers(), QStringList(QStringLiteral(".Sample#previous")));
 }

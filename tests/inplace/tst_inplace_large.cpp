@@ -77,8 +77,8 @@ void tst_InplaceLarge::files_many_areReplaced_data()
     QTest::addColumn<bool>("isStaged");
     QTest::addColumn<int>("stackKiB");
     QTest::newRow("to be fetched") << 100000 << false << 8192;
-    QTest::newRow("10,000, all staged already") << 10000 << true << 256;
-    QTest::newRow("100,000, all staged already") << 100000 << true << 256;
+    QTest::newRow("10,000, all staged already") << 10000 << true << 512;
+    QTest::newRow("100,000, all staged already") << 100000 << true << 512;
 }
 
 void tst_InplaceLarge::files_many_areReplaced()

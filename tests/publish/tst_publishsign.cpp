@@ -35,6 +35,8 @@ private slots:
     void signature_notGood_showsNothing();
     void command_doesOtherThings_showsNothing_data();
     void command_doesOtherThings_showsNothing();
+    void command_cannotBeStarted_showsNothing();
+    void command_endUnknown_showsNothing();
     void command_interrupted_showsNothing_data();
     void command_interrupted_showsNothing();
 
@@ -323,6 +325,29 @@ void tst_PublishSign::command_doesOtherThings_showsNothing()
     const ToolRun run = publishBy(script + "eval \"$sign\" '\"$1\"'\n");
     QCOMPARE(run.exitCode, 1);
     QVERIFY2(run.errors.contains(message), run.errors.constData());
+    QVERIFY(!QFileInfo::exists(m_output));
+}
+
+/// A command so long that the shell cannot be given it with what is put behind it.
+void tst_PublishSign::command_cannotBeStarted_showsNothing()
+{
+    const QString command = QString(131060, 'x') + " # long";
+    const ToolRun run = publish(command, keyOption());
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.errors.contains("The signing command failed: it cannot be started: "),
+             run.errors.constData());
+    QVERIFY(!QFileInfo::exists(m_output));
+}
+
+/// Whoever ignores the end of children is told of none.
+void tst_PublishSign::command_endUnknown_showsNothing()
+{
+    const QStringList options{"--sign-with", m_key.command(), "--application", "a.b.c"};
+    const ToolRun run = RunPublish(options + keyOption() + PublishArguments(m_release, m_output),
+                                   {"env", "--ignore-signal=CHLD"});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.errors.contains("The signing command failed: its end cannot be waited for: "),
+             run.errors.constData());
     QVERIFY(!QFileInfo::exists(m_output));
 }
 

@@ -33,10 +33,37 @@ QStringList FailingCalls::wrapper(int number, int error, bool isOnwards)
             variable("FAILING_CALLS_ONWARDS", isOnwards ? QStringLiteral("1") : QString())};
 }
 
-QStringList FailingCalls::calls() const
+/// Each is a call, a tab and the way to it.
+QStringList FailingCalls::lines() const
 {
     const QString log = QString::fromUtf8(ReadFile(m_notes.filePath(QStringLiteral("log"))));
     return log.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+QStringList FailingCalls::calls() const
+{
+    QStringList calls = lines();
+    for (QString &call : calls) {
+        call = call.section(QLatin1Char('\t'), 0, 0);
+    }
+    return calls;
+}
+
+QVector<QPair<int, QString>> FailingCalls::onNewWays(QSet<QString> &seen) const
+{
+    QVector<QPair<int, QString>> found;
+    int number = 0;
+    const QStringList all = lines();
+    for (const QString &line : all) {
+        ++number;
+        const QString kind = line.section(QLatin1Char(' '), 0, 0);
+        const QString way = kind + line.section(QLatin1Char('\t'), 1);
+        if (!seen.contains(way)) {
+            seen.insert(way);
+            found.append({number, kind});
+        }
+    }
+    return found;
 }
 
 bool FailingCalls::hasFailed() const

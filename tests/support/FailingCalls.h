@@ -3,9 +3,12 @@
 
 #pragma once
 
+#include <QPair>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QVector>
 
 /// Runs a program in which a chosen system call fails: each call by it or its children that changes
 /// something at or below a folder is counted, and the one with the chosen number fails with the
@@ -13,8 +16,9 @@
 ///
 /// The kinds: "open" (for writing, or creating), "write" (pwrite, ftruncate and copy_file_range
 /// too), "sync" (fsync, fdatasync, syncfs), "rename", "link", "symlink", "mkdir", "chmod", "chown".
-/// Counted only if chosen: "unlink" (rmdir too), "open-to-read", "read", "stat" (access and
-/// readlink too), "list" (opendir and readdir). Writes of the standard C streams are not seen.
+/// Counted only if chosen: "unlink" (rmdir too), "open-to-read", "read", "stat" (access,
+/// readlink, statvfs and llistxattr too), "list" (opendir and readdir), "lock", and "close", which
+/// closes even when it fails, as the system does. Writes of the standard C streams are not seen.
 ///
 ///     FailingCalls calls(outputDir);
 ///     run(calls.letThrough() + command);
@@ -44,8 +48,12 @@ public:
     QStringList calls() const;
     /// Whether a call was made to fail.
     bool hasFailed() const;
+    /// The first call of each kind on each way through the program that is not in \a seen yet: its
+    /// number and its kind. Adds the ways to \a seen.
+    QVector<QPair<int, QString>> onNewWays(QSet<QString> &seen) const;
 
 private:
+    QStringList lines() const;
     QStringList wrapper(int number, int error, bool isOnwards);
 
     const QString m_folder;

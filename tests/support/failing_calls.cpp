@@ -17,8 +17,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <execinfo.h>
 #include <fcntl.h>
 #include <string>
+#include <sys/auxv.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -84,9 +86,38 @@ bool IsChosen(const char *kind, bool isUsual)
                : ("," + kinds + ",").find("," + std::string(kind) + ",") != std::string::npos;
 }
 
+/// The functions of the program that led to a call, the innermost first, as places in its code.
+/// Recursion is told once.
+std::string Way()
+{
+    constexpr int Deepest = 64;
+    constexpr int Told = 6;
+    Dl_info program{};
+    Dl_info here{};
+    void *frames[Deepest];
+    const int count = ::backtrace(frames, Deepest);
+    (void)::dladdr(reinterpret_cast<void *>(::getauxval(AT_PHDR)), &program);
+    std::string way;
+    int told = 0;
+    for (int index = 0; index < count && told < Told; ++index) {
+        if (::dladdr(frames[index], &here) == 0 || here.dli_fbase != program.dli_fbase) {
+            continue;
+        }
+        const auto offset =
+            static_cast<char *>(frames[index]) - static_cast<char *>(program.dli_fbase);
+        const std::string place = ' ' + std::to_string(offset);
+        if ((way + ' ').find(place + ' ') == std::string::npos) {
+            way += place;
+            ++told;
+        }
+    }
+    return way;
+}
+
 void Note(const char *kind, const std::string &path, bool fails)
 {
-    const std::string line = std::string(fails ? "FAILED " : "") + kind + ' ' + path + '\n';
+    const std::string line =
+        std::string(fails ? "FAILED " : "") + kind + ' ' + path + '\t' + Way() + '\n';
     const auto log = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, Told().log.c_str(),
                                                 O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
     (void)::syscall(SYS_write, log, line.data(), line.size());

@@ -47,7 +47,12 @@ class tst_Gallery : public QObject {
 
 private slots:
     static void differences_found_areNamedByPicture();
-    static void program_run_makesAllPicturesInSilence();
+    static void program_run_makesAllPicturesAndTellsWhatIsOther();
+    static void program_oneLook_makesItsPicturesInSilence_data();
+    static void program_oneLook_makesItsPicturesInSilence();
+    static void program_pictureImpossible_isSaid();
+    static void program_folderImpossible_isSaid();
+    static void program_asked_tellsItsUsage();
     static void program_badUsage_isRefused_data();
     static void program_badUsage_isRefused();
     static void program_againstNothing_isRefused();
@@ -77,14 +82,27 @@ void tst_Gallery::differences_found_areNamedByPicture()
                           "changed  resized.png (another size)", "gone     gone.png"}));
 }
 
-void tst_Gallery::program_run_makesAllPicturesInSilence()
+void tst_Gallery::program_run_makesAllPicturesAndTellsWhatIsOther()
 {
     const QTemporaryDir temporary;
     const QDir folder(temporary.filePath(QStringLiteral("new/folder")));
-    const Run run = RunGallery({folder.path()});
+    const QDir former(temporary.path());
+    QCOMPARE(RunGallery({QStringLiteral("--look"), QStringLiteral("dark"), former.path()}).exitCode,
+             0);
+    QImage red(556, 341, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    QVERIFY(red.save(former.filePath(QStringLiteral("icon-dark.png"))));
+    SavePicture(former, QStringLiteral("notice-dark.png"), Qt::red);
+    SavePicture(former, QStringLiteral("of-old-dark.png"), Qt::red);
+    const Run run = RunGallery({folder.path(), QStringLiteral("--against"), former.path()});
     QCOMPARE(run.errors, QString());
-    QCOMPARE(run.output, QString());
     QCOMPARE(run.exitCode, 0);
+    const QStringList told = run.output.split(QLatin1Char('\n'));
+    QVERIFY(told.contains(QStringLiteral("changed  icon-dark.png (100.00 % of its pixels)")));
+    QVERIFY(told.contains(QStringLiteral("changed  notice-dark.png (another size)")));
+    QVERIFY(told.contains(QStringLiteral("gone     of-old-dark.png")));
+    QVERIFY(told.contains(QStringLiteral("new      notice-3x.png")));
+    QVERIFY(!run.output.contains(QLatin1String("error-dark.png")));
     // Only its size: Qt 6 refuses to load a picture that takes more than 128 MiB.
     QVERIFY(QImageReader(folder.filePath(QStringLiteral("contact-sheet.png"))).size().width() >
             3000);
@@ -100,6 +118,56 @@ void tst_Gallery::program_run_makesAllPicturesInSilence()
     }
     QCOMPARE(QImage(folder.filePath(QStringLiteral("notice-1x.png"))).size(), QSize(556, 341));
     QCOMPARE(QImage(folder.filePath(QStringLiteral("notice-3x.png"))).size(), QSize(1668, 1023));
+}
+
+void tst_Gallery::program_oneLook_makesItsPicturesInSilence_data()
+{
+    QTest::addColumn<QString>("look");
+    QTest::addColumn<QString>("picture");
+    QTest::newRow("dark") << "dark"
+                          << "notice-dark.png";
+    QTest::newRow("unknown, so the first") << "glass"
+                                           << "notice-1x.png";
+}
+
+void tst_Gallery::program_oneLook_makesItsPicturesInSilence()
+{
+    QFETCH(QString, look);
+    QFETCH(QString, picture);
+    const QTemporaryDir temporary;
+    const Run run = RunGallery({QStringLiteral("--look"), look, temporary.path()});
+    QCOMPARE(run.errors, QString());
+    QCOMPARE(run.output, QString());
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(QImage(temporary.filePath(picture)).size(), QSize(556, 341));
+}
+
+void tst_Gallery::program_pictureImpossible_isSaid()
+{
+    const QTemporaryDir temporary;
+    QVERIFY(QDir(temporary.path()).mkdir(QStringLiteral("notice-1x.png"))); // in the way
+    const Run run = RunGallery({temporary.path()});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.errors, QStringLiteral("updater_gallery: not all pictures could be made\n"));
+}
+
+void tst_Gallery::program_folderImpossible_isSaid()
+{
+    const QTemporaryDir temporary;
+    SavePicture(QDir(temporary.path()), QStringLiteral("file.png"), Qt::red);
+    const QString folder = temporary.filePath(QStringLiteral("file.png/folder"));
+    const Run run = RunGallery({folder});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.errors, "updater_gallery: cannot make the folder " + folder + "\n");
+}
+
+void tst_Gallery::program_asked_tellsItsUsage()
+{
+    const Run run = RunGallery({QStringLiteral("--help")});
+    QCOMPARE(run.exitCode, 0);
+    for (const char *word : {"FOLDER", "--against", "--look", "--version"}) {
+        QVERIFY2(run.output.contains(QLatin1String(word)), word);
+    }
 }
 
 void tst_Gallery::program_badUsage_isRefused_data()
