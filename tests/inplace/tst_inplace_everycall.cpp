@@ -7,7 +7,6 @@
 #include "tests/support/FailingCalls.h"
 #include "tests/support/SigningKey.h"
 
-#include <QRegularExpression>
 #include <QtTest>
 
 #include <cerrno>
@@ -85,7 +84,7 @@ private:
     void putBack();
     void strike(FailingCalls &calls, int number, int error);
     QString run(const QStringList &more);
-    QString arrived(bool isKnown = true) const;
+    QString arrived() const;
 
     const SigningKey m_key;
     std::unique_ptr<InplaceStage> m_stage;
@@ -203,15 +202,10 @@ void tst_InplaceEveryCall::putBack()
     Copy(m_stage->temporary.filePath(QStringLiteral("kept staging")), m_stage->staging);
 }
 
-/// Empty when the installation is as it is to be. \a isKnown: whether the installed manifest could
-/// be read; without it whatever stands in a plain folder may be the user's, and is kept.
-QString tst_InplaceEveryCall::arrived(bool isKnown) const
+/// Empty when the installation is as it is to be.
+QString tst_InplaceEveryCall::arrived() const
 {
-    QStringList lines = m_stage->differences(m_after, WithFolders(Users)).split(QLatin1Char('\n'));
-    if (!isKnown) {
-        lines = lines.filter(QRegularExpression(QStringLiteral("^(?!too much:)")));
-    }
-    return lines.join(QLatin1Char('\n'));
+    return m_stage->differences(m_after, WithFolders(Users));
 }
 
 void tst_InplaceEveryCall::strike(FailingCalls &calls, int number, int error)
@@ -226,8 +220,7 @@ void tst_InplaceEveryCall::strike(FailingCalls &calls, int number, int error)
                  QString::fromUtf8(struck.output() + struck.errors()));
     QVERIFY2(code == 0 || code == 1, qPrintable(where));
     const bool isThere = QFileInfo::exists(m_stage->install);
-    const bool isKnown = !calls.calls().value(number - 1).endsWith(LOCAL_MD5_FILENAME);
-    const QString missing = isThere ? arrived(isKnown) : QStringLiteral("all");
+    const QString missing = isThere ? arrived() : QStringLiteral("all");
     const QString changed =
         isThere ? m_stage->differences(m_before, WithFolders(Users)) : QString();
     QVERIFY2(missing.isEmpty() || changed.isEmpty(), qPrintable(where + missing));
@@ -240,7 +233,7 @@ void tst_InplaceEveryCall::strike(FailingCalls &calls, int number, int error)
     }
     const QString end = QString::fromUtf8(m_stage->program().errors());
     QVERIFY2(m_goodCodes.contains(again), qPrintable(where + end));
-    QVERIFY2(arrived(isKnown).isEmpty(), qPrintable(where + end + arrived(isKnown)));
+    QVERIFY2(arrived().isEmpty(), qPrintable(where + end + arrived()));
 }
 
 void tst_InplaceEveryCall::call_fails_data()

@@ -81,7 +81,7 @@ void tst_TreeVerify::tree_altered_isNoticed()
     struct stat about {};
     QCOMPARE(ListTree(root, there), QString());
     QCOMPARE(::stat(root.constData(), &about), 0);
-    const TreePlan plan = PlanTree({release, &release, there, about, false});
+    const TreePlan plan = PlanTree({release, &release, there, about, false, {}});
 
     const QString entry = folder.filePath(path);
     (void)(QFile::remove(entry) || QDir(entry).removeRecursively()); // if it is there
