@@ -5,13 +5,14 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <filesystem>
 #include <memory>
-#include <system_error>
 
-namespace fs = std::filesystem;
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,28 +20,45 @@ struct PlistDeleter {
     void operator()(void *node) const { plist_free(node); }
 };
 
-struct FileCloser {
-    void operator()(std::FILE *file) const { (void)std::fclose(file); }
+class OpenFile { // closed on every path
+public:
+    // Without O_NONBLOCK, opening a named pipe would wait for a writer.
+    explicit OpenFile(const std::string &path)
+        : m_file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
+    {
+    }
+    ~OpenFile()
+    {
+        if (m_file >= 0) {
+            (void)close(m_file);
+        }
+    }
+    OpenFile(const OpenFile &) = delete;
+    OpenFile &operator=(const OpenFile &) = delete;
+
+    int number() const { return m_file; }
+
+private:
+    const int m_file;
 };
 
 // Returns empty text unless the file is readable and of a plausible size.
+//
+// Neither std::filesystem nor a C++ stream: they bring parts of their library into memory that no
+// session needs.
 std::string ReadSmallFile(const std::string &path)
 {
     // Also bounds the nesting: the parser recurses into nested lists.
-    constexpr std::uintmax_t largest = 262144;
-    std::error_code failed;
-    // Checked first: opening a named pipe would wait for a writer.
-    if (!fs::is_regular_file(path, failed)) {
+    constexpr off_t largest = 262144;
+    const OpenFile file(path);
+    struct stat status {};
+    if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > largest) {
         return {};
     }
-    const std::uintmax_t size = fs::file_size(path, failed);
-    if (failed || size > largest) {
-        return {};
-    }
-    // Not a C++ stream: the first one loads the locales, which no session needs.
-    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
-    std::string content(size, '\0');
-    content.resize(file ? std::fread(content.data(), 1, content.size(), file.get()) : 0);
+    std::string content(static_cast<std::size_t>(status.st_size), '\0');
+    const ssize_t length = read(file.number(), content.data(), content.size());
+    content.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
     return content;
 }
 

@@ -7,18 +7,17 @@
 #include "platform/VersionNumber.h"
 
 #include <array>
+#include <climits>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -26,18 +25,30 @@ constexpr std::size_t HomePathSize = 512;
 std::array<char, HomePathSize + 1> home_path; // the last byte stays zero: a full text ends there
 bool init_home_path = false;
 
-fs::path InfoPlistPath()
+// The folder that path is in; path itself if it has no slash.
+std::string FolderOf(const std::string &path)
 {
-    std::error_code failed;
-    const fs::path folder = fs::read_symlink("/proc/self/exe", failed).parent_path();
-    const bool bundled =
-        folder.filename() == "MacOS" && folder.parent_path().filename() == "Contents";
-    return (bundled ? folder.parent_path() : folder) / "Info.plist";
+    return path.substr(0, path.rfind('/'));
+}
+
+bool EndsWith(const std::string &text, const std::string &end)
+{
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+std::string InfoPlistPath()
+{
+    std::array<char, PATH_MAX> program{}; // the last byte stays zero
+    (void)readlink("/proc/self/exe", program.data(), program.size() - 1);
+    const std::string folder = FolderOf(program.data());
+    const bool bundled = EndsWith(folder, "/Contents/MacOS");
+    return (bundled ? FolderOf(folder) : folder) + "/Info.plist";
 }
 
 const InfoPlist &MainBundleInfo()
 {
-    static const InfoPlist info = ReadInfoPlist(InfoPlistPath().native());
+    static const InfoPlist info = ReadInfoPlist(InfoPlistPath());
     return info;
 }
 
@@ -54,13 +65,15 @@ std::string HomeDirectory()
 // Returns whether path is a folder, making it first if nothing of that name exists.
 bool ProvideFolder(const std::string &path)
 {
-    std::error_code failed;
-    const fs::file_status status = fs::status(path, failed);
-    if (fs::exists(status)) {
-        return fs::is_directory(status);
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0) {
+        return S_ISDIR(status.st_mode);
     }
-    fs::create_directories(path, failed);
-    if (failed) {
+    for (std::size_t end = path.find('/', 1); end != std::string::npos;
+         end = path.find('/', end + 1)) {
+        (void)mkdir(path.substr(0, end).c_str(), 0777); // a missing folder shows in the next step
+    }
+    if (mkdir(path.c_str(), 0777) != 0) {
         return false;
     }
     (void)std::fprintf(stderr, "createDirectoryAtPath:path=%s\n", path.c_str());
