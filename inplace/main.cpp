@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "inplace/CommandLine.h"
+#include "inplace/FreedMemory.h"
 #include "inplace/HostStart.h"
 #include "inplace/InplaceUpdate.h"
 #include "inplace/Report.h"
@@ -17,6 +18,7 @@
 
 int main(int argc, char *argv[])
 {
+    ReturnFreedMemory();
     // The program that started the update may end, perhaps to be replaced by it; that must not end
     // the update.
     PrepareStandardStreams();
