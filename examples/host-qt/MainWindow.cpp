@@ -53,8 +53,13 @@ void MainWindow::comeToFront()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    m_leaving = true;
     event->accept();
+    leave();
+}
+
+void MainWindow::leave()
+{
+    m_leaving = true;
     if (m_inplace.isRunning()) {
         m_inplace.stop(); // tellFetched() goes on
     } else if (!m_check.isRunning()) {
@@ -86,7 +91,7 @@ void MainWindow::tellFetched(const QString &ready, const QString &message)
     m_checkAction->setEnabled(true);
     m_ready = m_ready || !ready.isEmpty();
     if (m_leaving) {
-        close();
+        leave();
         return;
     }
     tellText(ready.isEmpty() ? tr("There is nothing to install.")

@@ -31,6 +31,7 @@ private:
     void tell(const UpdateReport &report);
     void tellFetched(const QString &ready, const QString &message);
     void tellText(const QString &text, const QString &details);
+    void leave();
 
     UpdateCheck m_check;
     InplaceUpdate m_inplace;

@@ -33,7 +33,11 @@ Answer Get(const QString &relative)
     Answer answer;
     answer.good = GetFileByUrl(manager, QUrl(BaseUrl + QLatin1Char('/') + relative), answer.body,
                                answer.error, 15, {}, "GET", {}, &headers);
-    answer.cacheControl = headers.value("Cache-Control");
+    for (auto header = headers.cbegin(); header != headers.cend(); ++header) {
+        if (header.key().toLower() == "cache-control") { // HTTP/2 has lower case only
+            answer.cacheControl = header.value();
+        }
+    }
     return answer;
 }
 
