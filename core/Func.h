@@ -31,7 +31,7 @@ struct tagDownloadFileInfo {
 /// \a error            set only on failure; untouched on success.
 /// \a timeout          seconds; 0 or less waits without limit.
 /// \a headers          raw request headers, sent in ascending order of their names.
-/// \a verb             the HTTP method, sent as it stands.
+/// \a verb             the HTTP method, sent unchanged.
 /// \a body             the request body, allowed with every verb.
 /// \a responseHeaders  may be null; gets the response headers on success; not cleared first.
 ///                     A repeated name keeps its last entry (the network layer gives one only,
@@ -47,7 +47,7 @@ bool GetFileByUrl(QNetworkAccessManager &manager, QUrl url, QByteArray &data, QS
 /// Reads a whole MD5 manifest: lines of MD5 text, size in hexadecimal and path, separated by TAB.
 ///
 /// Returns the records by path; of several lines for one path the last one counts. Lines that do
-/// not have exactly three fields are skipped; a size that is no hexadecimal number reads as 0.
+/// not have exactly three fields are skipped; a size that is not a hexadecimal number reads as 0.
 /// Never fails. Callable on any thread.
 QMap<QString, tagDownloadFileInfo> ParseMd5File(QByteArray content);
 

@@ -38,7 +38,7 @@ public:
     /// Begins at once: when the constructor returns, the first request has been sent, or the first
     /// failure has happened, or, with nothing to fetch, all the work is done.
     ///
-    /// \a url          base address, which ends in '/': a file's path is appended as it stands.
+    /// \a url          base address, which ends in '/': a file's path is appended unchanged.
     /// \a downloadDir  the staging directory; directories below it are made as needed.
     /// \a appDir       the installation; directories below it are made as needed.
     /// \a files        the files to fetch, in this order. The size expected of a body is

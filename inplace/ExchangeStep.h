@@ -9,14 +9,14 @@
 /// \file
 /// The last steps of every run that changes the installation. Main thread.
 
-/// Returns what to note beside the exchange for a new tree, a bundle or not, of the candidate.
+/// Returns what to record about the exchange for a new tree of the candidate.
 Takeover TakeoverOf(const RunParts &parts, bool isBundle);
 
 /// Waits until the new tree and its name will survive a power loss.
 Problem MakeDurable(const Layout &layout);
 
-/// Exchanges the new tree, which is durable, for the installation.
+/// Exchanges the new tree, which must be durable, for the installation.
 ///
-/// \a end  how the run ends if that goes well: Updated, Repaired or Undone.
-/// The outcome tells whether the installation was changed, after a failure too.
+/// \a end  how the run ends on success: Updated, Repaired or Undone.
+/// The outcome also tells after a failure whether the installation was changed.
 Outcome ExchangeFor(const RunParts &parts, const Takeover &takeover, End end);

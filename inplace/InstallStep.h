@@ -5,7 +5,7 @@
 
 #include "inplace/RunParts.h"
 
-/// Installs the candidate, whose manifest is read whole: builds and verifies the new tree, makes it
-/// durable and exchanges it for the installation, or ends before that when only fetching was asked
-/// for. Main thread; blocks in local event loops.
+/// Installs the candidate, whose whole manifest must have been read: builds and verifies the new
+/// tree, makes it durable and exchanges it for the installation, or stops before the exchange when
+/// only fetching was asked for. Main thread; blocks in local event loops.
 Outcome InstallRelease(const RunParts &parts);

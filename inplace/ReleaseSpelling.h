@@ -21,11 +21,11 @@ public:
     /// Adds a path of the release.
     void add(const QByteArray &path);
 
-    /// Returns \a path, of an entry of the installation, with the release's spelling of those of
-    /// its folders and of its name that are the release's to the volume.
+    /// Returns \a path, an entry of the installation, in the release's spelling wherever the volume
+    /// takes a folder of it, or its name, for the release's.
     QByteArray of(const QByteArray &path) const;
 
 private:
     const IsSame m_isSame;
-    QHash<QByteArray, QByteArray> m_paths; // by their folded ones
+    QHash<QByteArray, QByteArray> m_paths; // by their case-folded forms
 };

@@ -8,17 +8,17 @@
 #include "inplace/Outcome.h"
 #include "inplace/StopSignals.h"
 
-/// What one run works with, and what its first step found. Each step gets it from the one before
-/// and changes nothing in it. What it refers to must live as long as this.
+/// What one run works with, and what its first step found. It is passed from step to step, and no
+/// step changes it. What it refers to must live as long.
 struct RunParts {
     const UpdateOptions &options;
     const Layout &layout;
     StopSignals &stop;
-    InstalledRelease installed; ///< as it stands before the run
-    Candidate candidate;        ///< the release in question
+    InstalledRelease installed; ///< its state before the run
+    Candidate candidate;        ///< the release to install
 };
 
-/// Returns how a run ends that is about \a candidate.
+/// Returns the outcome of a run that installs \a candidate.
 Outcome OutcomeOf(const Candidate &candidate, End end, const QString &message);
 Outcome OutcomeOf(const Candidate &candidate, const Problem &problem);
 

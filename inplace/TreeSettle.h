@@ -7,15 +7,15 @@
 #include "inplace/TreeHash.h"
 #include "inplace/TreePlan.h"
 
-/// Completes the tree at \a root, which has all folders and files of the release: adds the links
-/// and the user's entries, which are in \a users, then sets modes and owners, those of folders
-/// last. The tree's own folder gets those of \a users.
+/// Completes the tree at \a root, which already has the release's folders and files: adds the links
+/// and the user's entries from the folder \a users, then sets modes and owners, those of folders
+/// last. The tree's own folder gets the mode and owner of \a users.
 ///
-/// \a hashed  the state of the files when they were found right.
+/// \a hashed  the state of each file when its hash was checked.
 /// Ends early with End::Cancelled on a stop request.
 Problem SettleTree(const QByteArray &root, const TreePlan &plan, const QByteArray &users,
                    const HashedFiles &hashed);
 
-/// Returns why the entry at \a path of a new tree cannot be made, or the tree's own folder if the
-/// path is empty: the error of the last call of the system.
+/// Returns why the entry at \a path of a new tree, or the tree's own folder if the path is empty,
+/// cannot be made: the error of the last system call.
 Problem BuildProblem(const QByteArray &root, const QByteArray &path);

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// Reads the release that the former tree is of. Returns whether that is known.
+/// Reads the release of the former tree. Returns whether it is known.
 bool ReadFormer(const Layout &layout, Candidate &former)
 {
     const StateFolder state(layout);
@@ -41,7 +41,7 @@ Outcome GoBack(const RunParts &parts, bool isBundle)
     return ExchangeFor(parts, back, End::Undone);
 }
 
-/// Builds the former release anew, with what is the user's own now.
+/// Builds the former release again, with the user's current files.
 Outcome RebuildFormer(const RunParts &parts)
 {
     NewTree tree(parts);

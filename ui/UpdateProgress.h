@@ -32,7 +32,7 @@ public:
     /// a \a bytesTotal of -1, leaves the bar as it is; so does a \a bytesTotal of 0.
     void downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
 
-    /// Shows \a errormsg as it stands.
+    /// Shows \a errormsg unchanged.
     void downloadFail(QFileInfo filename, QString errormsg);
 
 protected:
