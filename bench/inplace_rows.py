@@ -51,22 +51,24 @@ def against_worker(here, name, prepare, rounds):
         prepare=shell(f"{EMPTY_STAGING} && {prepare}")))
 
 
+def all_change(name, count, size):
+    """Two releases of which every file differs; returns how to lay out the first one."""
+    stage.make_files(name, count, size)
+    stage.make_files(f"{name}-before", count, size)
+    stage.publish_files(name)
+    return lay(f"{name}-before")
+
+
 @row("inplace-small", "inplace_update, all of 5,000 files of 8 KiB change, all steps",
      "the bare worker fetching the same", 1.6)
 def inplace_small(here):
-    stage.make_files("small", 5000, 8192)
-    stage.make_files("small-before", 5000, 8192)
-    stage.publish_files("small")
-    return against_worker(here, "small", lay("small-before"), 7)
+    return against_worker(here, "small", all_change("small", 5000, 8192), 7)
 
 
 @row("inplace-large", "inplace_update, all of 4 files of 256 MiB change, all steps",
      "the bare worker fetching the same", 2.2)
 def inplace_large(here):
-    stage.make_files("large", 4, 256 << 20)
-    stage.make_files("large-before", 4, 256 << 20)
-    stage.publish_files("large")
-    return against_worker(here, "large", lay("large-before"), 5)
+    return against_worker(here, "large", all_change("large", 4, 256 << 20), 5)
 
 
 def one_of_many():
@@ -103,10 +105,8 @@ def peak(here, name, prepare):
 @row("inplace-memory", "inplace_update, peak memory, 4 files of 256 MiB",
      "the largest file and 100 MiB", 1.0)
 def inplace_memory(here):
-    stage.make_files("large", 4, 256 << 20)
-    stage.make_files("large-before", 4, 256 << 20)
-    stage.publish_files("large")
-    return report.sizes(peak(here, "large", lay("large-before")), (256 + 100) << 20)
+    return report.sizes(peak(here, "large", all_change("large", 4, 256 << 20)),
+                        (256 + 100) << 20)
 
 
 @row("inplace-memory-many", "the same, one of 20,000 files of 8 KiB changes", "100 MiB", 1.0)
@@ -157,10 +157,8 @@ def inplace_room(here):
 @row("inplace-durability", "inplace_update, all of 5,000 files of 8 KiB change, on the disk at the end",
      "the same with every wait for the disk taken out", 1.5)
 def inplace_durability(here):
-    stage.make_files("small", 5000, 8192)
-    stage.make_files("small-before", 5000, 8192)
-    stage.publish_files("small")
+    prepare = all_change("small", 5000, 8192)
     return report.times(*measure.process_times(
         [update(here, "small"),
          quoted("env", f"LD_PRELOAD={BUILD / 'bench/libno_sync.so'}") + " " + update(here, "small")],
-        here.env, 9, prepare=lay("small-before")))
+        here.env, 9, prepare=prepare))
