@@ -37,6 +37,8 @@ private slots:
     void prune_keepsTheNewestAndTheAnnounced();
     void prune_unknownThings_areLeftAlone();
     void prune_unclearAnnouncement_removesNothing();
+    void prune_announcedInAnotherSpelling_isLeftAlone_data();
+    void prune_announcedInAnotherSpelling_isLeftAlone();
     void prune_killed_isFinishedByTheNextRun();
     void output_inUse_isRefused();
 
@@ -336,6 +338,42 @@ void tst_PublishList::prune_unclearAnnouncement_removesNothing()
     QVERIFY2(prune.errors.contains("which release is announced is unknown"),
              prune.errors.constData());
     QCOMPARE(folders(), QStringList({"3.10.0", "3.11.0", "3.9.0"}));
+}
+
+void tst_PublishList::prune_announcedInAnotherSpelling_isLeftAlone_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("announced");
+    QTest::newRow("letter case") << "Winter"
+                                 << "wINTER";
+    QTest::newRow("normalisation")
+        << QString::fromUtf8("\xC3\xA9t\xC3\xA9") << QString::fromUtf8("e\xCC\x81te\xCC\x81");
+    QTest::newRow("both") << QString::fromUtf8("\xC3\xA9t\xC3\xA9")
+                          << QString::fromUtf8("E\xCC\x81TE\xCC\x81");
+}
+
+void tst_PublishList::prune_announcedInAnotherSpelling_isLeftAlone()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, announced);
+    QVERIFY(QDir().rename(m_output + "/3.9.0", m_output + "/" + folder));
+    WriteFile(
+        m_output + "/update.json",
+        ReadFile(m_output + "/update.json").replace("\"3.11.0\"", '"' + announced.toUtf8() + '"'));
+    const ToolRun list = run({"--list", m_output});
+    QCOMPARE(list.exitCode, 1);
+    QCOMPARE(QString::fromUtf8(list.errors),
+             QStringLiteral("publish_update: update.json: it announces \"%1\", and the folder is "
+                            "\"%2\".\n")
+                 .arg(announced, folder));
+
+    const ToolRun prune = run({"--prune", "1", m_output});
+    QCOMPARE(prune.exitCode, 0);
+    QCOMPARE(QString::fromUtf8(prune.errors),
+             QStringLiteral("publish_update: warning: \"%1\" is left alone: update.json announces "
+                            "\"%2\".\n")
+                 .arg(folder, announced));
+    QCOMPARE(folders(), QStringList({"3.11.0", folder}));
 }
 
 void tst_PublishList::prune_killed_isFinishedByTheNextRun()
