@@ -41,6 +41,8 @@ private slots:
     void prune_announcedInAnotherSpelling_isLeftAlone();
     void prune_killed_isFinishedByTheNextRun();
     void output_inUse_isRefused();
+    void result_cannotBeWritten_isAFailure_data();
+    void result_cannotBeWritten_isAFailure();
 
 private:
     void publish(const QString &version, const QStringList &options = {}) const;
@@ -399,6 +401,26 @@ void tst_PublishList::output_inUse_isRefused()
     QCOMPARE(run({"--list", m_output}).exitCode, 0); // only reads
     QCOMPARE(::close(other), 0);
     QCOMPARE(FilesBelow(m_output), before);
+}
+
+void tst_PublishList::result_cannotBeWritten_isAFailure_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("--list") << QStringList{"--list", "OUTPUT"};
+    QTest::newRow("--verify") << QStringList{"--verify", "OUTPUT"};
+    QTest::newRow("--announce") << QStringList{"--announce", "3.9.0", "OUTPUT"};
+    QTest::newRow("--prune") << QStringList{"--prune", "1", "OUTPUT"};
+    QTest::newRow("--help") << QStringList{"--help"};
+    QTest::newRow("--version") << QStringList{"--version"};
+}
+
+void tst_PublishList::result_cannotBeWritten_isAFailure()
+{
+    QFETCH(QStringList, arguments);
+    arguments.replaceInStrings("OUTPUT", m_output);
+    const ToolRun full = RunPublish(arguments, {"sh", "-c", R"(exec "$0" "$@" > /dev/full)"});
+    QCOMPARE(full.exitCode, 1);
+    QCOMPARE(full.errors, QByteArray("publish_update: Standard output cannot be written.\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_PublishList)
