@@ -11,6 +11,8 @@
 #include <QtTest>
 
 /// A tree that is not what was planned is noticed, and where.
+Q_DECLARE_METATYPE(Node)
+
 class tst_TreeVerify : public QObject {
     Q_OBJECT
 
@@ -102,8 +104,6 @@ void tst_TreeVerify::tree_unreadable_isSaid()
     QCOMPARE(problem.end, End::Storage);
     QVERIFY(problem.message.contains(QLatin1String("/nonexistent/tree")));
 }
-
-Q_DECLARE_METATYPE(Node)
 
 QTEST_APPLESS_MAIN(tst_TreeVerify)
 #include "tst_treeverify.moc"
