@@ -4,6 +4,7 @@
 #include "inplace/ExchangeStep.h"
 
 #include "inplace/StateFolder.h"
+#include "inplace/TreeExchange.h"
 #include "release/DurableFile.h"
 #include "release/SystemCalls.h"
 

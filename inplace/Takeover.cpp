@@ -3,80 +3,16 @@
 
 #include "inplace/Takeover.h"
 
+#include "inplace/TreeExchange.h"
 #include "inplace/TreeHash.h"
 #include "inplace/TreeRemove.h"
-#include "inplace/VolumeCalls.h"
 #include "release/DurableFile.h"
 #include "release/SystemCalls.h"
 
 #include <QFile>
 #include <QObject>
 
-#include <cerrno>
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace {
-
-/// Finds out what number a folder has; 0 if it is not there. False with the reason in errno if
-/// nobody can say.
-bool FindNode(const QString &folder, ino_t &node)
-{
-    struct stat about {};
-    const bool isThere = ::lstat(QFile::encodeName(folder).constData(), &about) == 0;
-    node = isThere && S_ISDIR(about.st_mode) ? about.st_ino : 0;
-    return isThere || errno == ENOENT || errno == ENOTDIR;
-}
-
-/// The numbers of the three trees.
-struct Nodes {
-    ino_t install = 0;
-    ino_t next = 0;
-    ino_t previous = 0;
-};
-
-Problem FindNodes(const Layout &layout, Nodes &nodes)
-{
-    if (FindNode(layout.install, nodes.install) && FindNode(layout.next, nodes.next) &&
-        FindNode(layout.previous, nodes.previous)) {
-        return {};
-    }
-    const QString reason = SystemError();
-    return {End::Storage, QObject::tr("%1无法读取:%2").arg(layout.parent, reason)};
-}
-
-bool IsThere(const QString &path)
-{
-    struct stat about {};
-    return ::lstat(QFile::encodeName(path).constData(), &about) == 0;
-}
-
-Problem ExchangeFailure(const Layout &layout)
-{
-    return {End::Exchange, QObject::tr("替换%1失败:%2").arg(layout.install, SystemError())};
-}
-
-/// Moves a tree out of the way, to be removed.
-bool Doom(const Layout &layout, const QString &tree)
-{
-    return !IsThere(tree) ||
-           (RemoveTree(QFile::encodeName(layout.doomed)) && Move(tree, layout.doomed));
-}
-
-/// For volumes without an exchange. Between the two renames there is no installation.
-bool RenameTwice(const Layout &layout)
-{
-    if (!Doom(layout, layout.previous) || !Move(layout.install, layout.previous)) {
-        return false;
-    }
-    if (Move(layout.next, layout.install)) {
-        return true;
-    }
-    const int error = errno;
-    (void)Move(layout.previous, layout.install); // if this fails, the next run restores it
-    errno = error;
-    return false;
-}
 
 /// Whether the installation has all files of a manifest; reads them all.
 bool HoldsRelease(const Layout &layout, const QByteArray &manifest)
@@ -121,28 +57,11 @@ QString PutManifest(const Layout &layout, const PendingExchange &pending)
     return reason.isEmpty() ? put(SignaturePath(path), pending.signature) : reason;
 }
 
-/// Restores an installation that was moved away for an exchange by two renames.
-Problem BringBack(const Layout &layout, const std::optional<PendingExchange> &pending)
-{
-    Nodes nodes;
-    Problem problem = FindNodes(layout, nodes);
-    if (problem) {
-        return problem;
-    }
-    const bool isReady = pending && nodes.next == pending->node;
-    const QString &tree = isReady ? layout.next : layout.previous;
-    if ((isReady ? nodes.next : nodes.previous) == 0) {
-        return {End::Folders, QObject::tr("安装目录%1不存在").arg(layout.install)};
-    }
-    return Move(tree, layout.install) && SyncFolder(layout.parent) ? Problem()
-                                                                   : ExchangeFailure(layout);
-}
-
 } // namespace
 
 Problem PrepareTakeover(const Layout &layout, const Takeover &takeover)
 {
-    Nodes nodes;
+    TreeNodes nodes;
     Problem problem = FindNodes(layout, nodes);
     if (problem) {
         return problem;
@@ -159,20 +78,6 @@ Problem PrepareTakeover(const Layout &layout, const Takeover &takeover)
     return reason.isEmpty() ? Problem() : Problem{End::Storage, reason};
 }
 
-Problem ExchangeTrees(const Layout &layout, bool &changed)
-{
-    const bool exchanged = ExchangeNames(QFile::encodeName(layout.install).constData(),
-                                         QFile::encodeName(layout.next).constData());
-    if (!exchanged && !(IsExchangeUnknown(errno) && RenameTwice(layout))) {
-        return ExchangeFailure(layout);
-    }
-    changed = true;
-    if (!SyncFolder(layout.parent)) {
-        return {End::Storage, QObject::tr("%1无法写入磁盘:%2").arg(layout.parent, SystemError())};
-    }
-    return {};
-}
-
 Problem FinishTakeover(const Layout &layout)
 {
     const StateFolder state(layout);
@@ -180,20 +85,20 @@ Problem FinishTakeover(const Layout &layout)
     if (!pending) {
         return {};
     }
-    Nodes nodes;
+    TreeNodes nodes;
     Problem problem = FindNodes(layout, nodes);
     if (problem) {
         return problem;
     }
     const bool isFormerHere = nodes.next == pending->formerNode;
     const bool wasRenamed = nodes.previous == pending->formerNode;
-    bool isTidy = wasRenamed || Doom(layout, layout.previous);
+    bool isTidy = wasRenamed || DoomTree(layout, layout.previous);
     if (isTidy && isFormerHere) {
         isTidy = pending->keepPrevious ? Move(layout.next, layout.previous)
                                        : RemoveTree(QFile::encodeName(layout.next));
     }
     if (isTidy && wasRenamed && !pending->keepPrevious) {
-        isTidy = Doom(layout, layout.previous);
+        isTidy = DoomTree(layout, layout.previous);
     }
     if (!isTidy) {
         return {End::Storage, QObject::tr("%1无法整理:%2").arg(layout.parent, SystemError())};
@@ -218,19 +123,17 @@ Problem MendTakeover(const Layout &layout, bool &happened)
 {
     const StateFolder state(layout);
     const std::optional<PendingExchange> pending = state.pending();
-    if (!IsThere(layout.install)) {
-        Problem problem = BringBack(layout, pending);
-        if (problem) {
-            return problem;
-        }
+    Problem problem = RestoreInstall(layout, pending ? pending->node : 0);
+    if (problem) {
+        return problem;
     }
     (void)RemoveTree(QFile::encodeName(layout.probe));
     if (!pending) {
         (void)RemoveTree(QFile::encodeName(layout.doomed));
         return {};
     }
-    Nodes nodes;
-    Problem problem = FindNodes(layout, nodes);
+    TreeNodes nodes;
+    problem = FindNodes(layout, nodes);
     if (problem) {
         return problem;
     }

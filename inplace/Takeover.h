@@ -7,8 +7,8 @@
 #include "inplace/StateFolder.h"
 
 /// \file
-/// The atomic exchange of the installation for a new tree, and the tidying up around it, by this
-/// run or, after an interruption, by the next one.
+/// The records before the exchange of the installation for a new tree, and the tidying up after it,
+/// by the same run or, after an interruption, by the next one.
 
 /// The facts needed besides the trees.
 struct Takeover {
@@ -19,15 +19,9 @@ struct Takeover {
     bool keepPrevious = true;
 };
 
-/// Records what is about to happen. The tree at layout.next must be complete and durable.
+/// Records what is about to happen. The tree at layout.next must be complete and durable;
+/// ExchangeTrees() comes next.
 Problem PrepareTakeover(const Layout &layout, const Takeover &takeover);
-
-/// Exchanges the trees at layout.install and layout.next and waits until that is on the disk. If
-/// the volume has no exchange, it takes two renames; a run that is stopped between them leaves no
-/// installation until MendTakeover().
-///
-/// \a changed  set once the new tree is in place, whatever happens then.
-Problem ExchangeTrees(const Layout &layout, bool &changed);
 
 /// Tidies up after an exchange: the former tree becomes layout.previous, the installed manifest is
 /// stored where it belongs, and what is no longer needed is removed. May be repeated.

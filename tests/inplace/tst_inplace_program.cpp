@@ -143,6 +143,13 @@ void tst_InplaceProgram::usage_helpAndVersion()
     QVERIFY(QRegularExpression(QStringLiteral("\\Ainplace_update \\d+\\.\\d+\\.\\d+\n\\z"))
                 .match(QString::fromUtf8(version.output()))
                 .hasMatch());
+    for (const char *option : {"--help", "--version"}) {
+        InplaceProgram full({QLatin1String(option)});
+        full.prefix({QStringLiteral("sh"), QStringLiteral("-c"),
+                     QStringLiteral(R"(exec "$0" "$@" > /dev/full)")});
+        QCOMPARE(full.run(), 1);
+        QCOMPARE(full.errors(), QByteArray("inplace_update: Standard output cannot be written.\n"));
+    }
     InplaceProgram bad(m_stage->arguments({QStringLiteral("--public-key"), QStringLiteral("no")}));
     QCOMPARE(bad.run(), 2);
     QVERIFY(bad.output().isEmpty() && bad.errors().startsWith("inplace_update: "));

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#undef NDEBUG // with it, the library does not declare how it counts objects
+
 #include "Foundation.h"
 #include "StandIn.h"
 
