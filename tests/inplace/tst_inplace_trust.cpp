@@ -23,6 +23,9 @@ private slots:
     void number_lower_isNoUpdate();
     void number_lower_isInstalledWhenAllowed();
     void number_same_otherBytes_isRefused();
+    void number_same_withoutAManifest_isUpToDate();
+    void number_ofThePropertyList_counts();
+    void number_installedOnce_staysAfterGoingBack();
     void number_installedOnce_isRemembered();
     void application_other_isRefused_data();
     void application_other_isRefused();
@@ -36,6 +39,10 @@ private slots:
 private:
     FileMap signedFiles(const TestRelease &release, const SigningKey &key) const;
     void publish(const TestRelease &release);
+    QString highest() const
+    {
+        return m_stage->staging + QStringLiteral("/inplace_update#state/highest");
+    }
     QString run(const QStringList &more = QStringList());
 
     const SigningKey m_key;
@@ -187,6 +194,43 @@ void tst_InplaceTrust::number_same_otherBytes_isRefused()
     QCOMPARE(run(), QStringLiteral("same-number"));
     QCOMPARE(m_stage->program().exitCode(), 1);
     QCOMPARE(m_stage->differences(m_release), QString());
+    QVERIFY(QFile::remove(highest())); // the installed manifest tells it, too
+    QCOMPARE(run(), QStringLiteral("same-number"));
+    QCOMPARE(m_stage->differences(m_release), QString());
+}
+
+/// As the user has dragged it to its place; the property list tells its number.
+void tst_InplaceTrust::number_same_withoutAManifest_isUpToDate()
+{
+    QVERIFY(QDir(m_stage->install).removeRecursively());
+    LayNodes(m_stage->install, m_release.tree);
+    QVERIFY(QFile::remove(m_stage->staging + QLatin1Char('/') + LOCAL_MD5_FILENAME));
+    QCOMPARE(run(), QStringLiteral("up-to-date"));
+    QCOMPARE(m_stage->differences(m_release), QString());
+}
+
+/// The user may replace the installation by a newer one, beside an installed manifest that stays.
+void tst_InplaceTrust::number_ofThePropertyList_counts()
+{
+    QCOMPARE(run(), QStringLiteral("updated"));
+    const QString list = QStringLiteral("Contents/Info.plist");
+    WriteFile(m_stage->install + QLatin1Char('/') + list,
+              ManyKinds(4, 20).tree.value(list).content);
+    publish(ManyKinds(3, 20));
+    QCOMPARE(run(), QStringLiteral("older"));
+    publish(ManyKinds(5, 20));
+    QCOMPARE(run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(ManyKinds(5, 20)), QString());
+}
+
+void tst_InplaceTrust::number_installedOnce_staysAfterGoingBack()
+{
+    QCOMPARE(run(), QStringLiteral("updated"));
+    const QByteArray before = ReadFile(highest());
+    QVERIFY(!before.isEmpty());
+    QCOMPARE(run({QStringLiteral("--undo"), QStringLiteral("--allow-older")}),
+             QStringLiteral("undone"));
+    QCOMPARE(ReadFile(highest()), before);
 }
 
 /// The user may replace the installation by an older one: the highest number ever installed counts.
@@ -257,7 +301,7 @@ void tst_InplaceTrust::unsigned_isInstalledWithoutAKey()
 {
     m_stage->publish(m_release);
     QCOMPARE(m_stage->run(), QStringLiteral("updated"));
-    QVERIFY(!QFile::exists(m_stage->staging + QStringLiteral("/inplace_update#state/highest")));
+    QVERIFY(!QFile::exists(highest()));
 }
 
 void tst_InplaceTrust::number_lower_isNoUpdateWithoutAKeyEither_data()
