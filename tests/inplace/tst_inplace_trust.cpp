@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "app/FileNames.h"
+#include "inplace/FetchStep.h"
 #include "tests/inplace/InplaceStage.h"
 #include "tests/inplace/Samples.h"
 #include "tests/support/SigningKey.h"
@@ -19,6 +20,8 @@ private slots:
     void signed_byOneOfSeveralKeys_isInstalled();
     void refused_data();
     void refused();
+    void page_isTheSignedOne_data();
+    void page_isTheSignedOne();
     void file_ofOtherBytes_endsAtTheVerification();
     void number_lower_isNoUpdate();
     void number_lower_isInstalledWhenAllowed();
@@ -136,6 +139,48 @@ void tst_InplaceTrust::refused()
 }
 
 /// An attacker can make a file with the listed MD5; here the list gets the file's MD5 instead.
+void tst_InplaceTrust::page_isTheSignedOne_data()
+{
+    QTest::addColumn<QString>("announced");
+    QTest::addColumn<QString>("signer"); // empty: no key is demanded
+    QTest::addColumn<bool>("isOld");
+    QTest::addColumn<QString>("page");
+    const QString other = QStringLiteral("https://other.example/");
+    QTest::newRow("signed") << other << "ours" << false << TestRelease().page;
+    QTest::newRow("signed by another key") << other << "another" << false << "";
+    QTest::newRow("without a key") << other << "" << false << TestRelease().page;
+    QTest::newRow("old, without a key") << other << "" << true << other;
+    QTest::newRow("old, not https") << "http://other.example/"
+                                    << "" << true << "";
+    QTest::newRow("old, a file") << "file:///bin/sh"
+                                 << "" << true << "";
+}
+
+/// The page that a failure offers to open.
+void tst_InplaceTrust::page_isTheSignedOne()
+{
+    QFETCH(QString, announced);
+    QFETCH(QString, signer);
+    QFETCH(bool, isOld);
+    TestRelease release = m_release;
+    release.isComplete = !isOld;
+    FileMap files = signedFiles(release, signer == QLatin1String("another") ? m_other : m_key);
+    release.page = announced;
+    files[UPDATE_DESCRIBE_FILENAME] = release.published().value(UPDATE_DESCRIBE_FILENAME);
+    for (auto file = files.cbegin(); file != files.cend(); ++file) {
+        WriteFile(m_stage->temporary.filePath(QStringLiteral("site/") + file.key()), *file);
+    }
+    UpdateOptions options;
+    if (!signer.isEmpty()) {
+        options.keys.resize(1);
+        QCOMPARE(ReadPublicKey(m_key.publicKey(), options.keys[0]), QString());
+    }
+    Candidate candidate;
+    (void)ReadCandidate(m_stage->temporary.filePath(QStringLiteral("site")), options, {},
+                        candidate); // a page that is refused may end it
+    QTEST(candidate.page, "page");
+}
+
 void tst_InplaceTrust::file_ofOtherBytes_endsAtTheVerification()
 {
     const QString path = QStringLiteral("Contents/MacOS/Sample");

@@ -61,12 +61,12 @@ QProcessEnvironment Desktop::shownIn(QProcessEnvironment environment) const
 
 QString Desktop::waitForWindow(const QString &title)
 {
-    QString window;
-    (void)Await([&] {
-        window = find(title);
-        return !window.isEmpty();
-    });
-    return window;
+    return await(QStringLiteral("--name"), title);
+}
+
+QString Desktop::waitForWindowOf(const QString &program)
+{
+    return await(QStringLiteral("--class"), program);
 }
 
 bool Desktop::waitForNoWindow(const QString &title)
@@ -76,7 +76,7 @@ bool Desktop::waitForNoWindow(const QString &title)
 
 bool Desktop::hasWindow(const QString &title)
 {
-    return !find(title).isEmpty();
+    return !find(QStringLiteral("--name"), title).isEmpty();
 }
 
 QRect Desktop::geometry(const QString &window)
@@ -139,10 +139,19 @@ QByteArray Desktop::xdotool(const QStringList &arguments)
     return tool.readAllStandardOutput();
 }
 
-QString Desktop::find(const QString &title)
+QString Desktop::find(const QString &property, const QString &value)
 {
-    const QByteArray windows =
-        xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                 QStringLiteral("--name"), QStringLiteral("^%1$").arg(title)});
+    const QByteArray windows = xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                        property, QStringLiteral("^%1$").arg(value)});
     return QString::fromLatin1(windows).section(QLatin1Char('\n'), 0, 0);
+}
+
+QString Desktop::await(const QString &property, const QString &value)
+{
+    QString window;
+    (void)Await([&] {
+        window = find(property, value);
+        return !window.isEmpty();
+    });
+    return window;
 }

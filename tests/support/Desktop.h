@@ -25,6 +25,8 @@ public:
 
     /// Waits for a visible window titled exactly \a title and returns its id.
     QString waitForWindow(const QString &title);
+    /// Waits for a visible window of a program, for those without a title, and returns its id.
+    QString waitForWindowOf(const QString &program);
     /// Waits until no visible window is titled \a title.
     bool waitForNoWindow(const QString &title);
     /// Whether a visible window titled \a title is there now.
@@ -44,7 +46,8 @@ public:
 private:
     void tellDensity(int dpi) const;
     QByteArray xdotool(const QStringList &arguments);
-    QString find(const QString &title);
+    QString find(const QString &property, const QString &value);
+    QString await(const QString &property, const QString &value);
 
     ChildProcess m_server;
     QString m_display;
