@@ -10,9 +10,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// A tree that is not what was planned is noticed, and where.
 Q_DECLARE_METATYPE(Node)
 
+/// A tree that is not what was planned is noticed, and where.
 class tst_TreeVerify : public QObject {
     Q_OBJECT
 
