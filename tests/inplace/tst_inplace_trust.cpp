@@ -27,6 +27,7 @@ private slots:
     void number_lower_isInstalledWhenAllowed();
     void number_same_otherBytes_isRefused();
     void number_installedOnce_isRemembered();
+    void bundle_replacedByAFormerOne_getsNoOlder();
     void application_other_isRefused_data();
     void application_other_isRefused();
     void applyOnly_checksWithItsOwnKeys();
@@ -250,6 +251,27 @@ void tst_InplaceTrust::number_installedOnce_isRemembered()
     QCOMPARE(run(), QStringLiteral("same-number"));
     publish(ManyKinds(4, 20));
     QCOMPARE(run(), QStringLiteral("updated"));
+}
+
+/// A former release that the user has dragged over the installed one lets in nothing older than
+/// that.
+void tst_InplaceTrust::bundle_replacedByAFormerOne_getsNoOlder()
+{
+    m_release = ManyKinds(3, 20);
+    publish(m_release);
+    QCOMPARE(run(), QStringLiteral("updated"));
+    QVERIFY(QDir(m_stage->install).removeRecursively());
+    LayNodes(m_stage->install, ManyKinds(1, 20).tree);
+    publish(ManyKinds(2, 20));
+    QCOMPARE(run(), QStringLiteral("older"));
+    QCOMPARE(m_stage->differences(ManyKinds(1, 20)), QString());
+    TestRelease other = m_release;
+    other.tree.insert(QStringLiteral("Contents/other"), File("of the same number"));
+    publish(other);
+    QCOMPARE(run(), QStringLiteral("same-number"));
+    publish(m_release);
+    QCOMPARE(run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(m_release), QString());
 }
 
 void tst_InplaceTrust::application_other_isRefused_data()
