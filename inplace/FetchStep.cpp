@@ -42,13 +42,13 @@ QString PageOf(const PublishedRelease &release)
     return DownloadUrlReason(page).isEmpty() ? page : QString();
 }
 
-Problem Read(ReleaseSource &source, const QString &base, const UpdateOptions &options,
-             const QByteArray &known, Candidate &candidate)
+ReleaseFault Read(ReleaseSource &source, const UpdateOptions &options, const QByteArray &known,
+                  Candidate &candidate)
 {
     PublishedRelease release;
-    Problem problem = ProblemOf(ReadPublishedRelease(source, options.keys, release, known), base);
-    if (problem) {
-        return problem;
+    ReleaseFault fault = ReadPublishedRelease(source, options.keys, release, known);
+    if (!fault.isNone()) {
+        return fault;
     }
     const ReleaseManifest &manifest = release.manifest;
     const PublishedDescription &description = release.description;
@@ -70,16 +70,23 @@ Problem Read(ReleaseSource &source, const QString &base, const UpdateOptions &op
 Problem FetchCandidate(const UpdateOptions &options, const QByteArray &known, Candidate &candidate)
 {
     WebSource source(options.baseUrl);
-    return Read(source, options.baseUrl, options, known, candidate);
+    return ProblemOf(Read(source, options, known, candidate), options.baseUrl);
 }
 
 Problem ReadCandidate(const QString &folder, const UpdateOptions &options, const QByteArray &known,
                       Candidate &candidate)
 {
     FolderSource source(folder);
-    const Problem problem = Read(source, folder, options, known, candidate);
-    return problem.end == End::Network ? Problem{End::NothingReady, QObject::tr("没有已下载的更新")}
-                                       : problem;
+    const ReleaseFault fault = Read(source, options, known, candidate);
+    if (fault.kind == Kind::Missing) {
+        return {End::NothingReady, QObject::tr("没有已下载的更新")};
+    }
+    if (fault.kind == Kind::Network) { // it is there and cannot be read
+        return {
+            End::Storage,
+            QObject::tr("无法读取已下载的更新:%1/%2: %3").arg(folder, fault.subject, fault.detail)};
+    }
+    return ProblemOf(fault, folder);
 }
 
 Problem CandidateProblem(const Candidate &candidate, const UpdateOptions &options,

@@ -17,7 +17,8 @@
 ///           paths are not read, and the lists in the candidate's manifest stay empty.
 Problem FetchCandidate(const UpdateOptions &options, const QByteArray &known, Candidate &candidate);
 
-/// Reads what an earlier run fetched, from a folder with the layout of a published one.
+/// Reads what an earlier run fetched, from a folder with the layout of a published one. Fails with
+/// NothingReady if a file is missing, and with Storage if one cannot be read.
 Problem ReadCandidate(const QString &folder, const UpdateOptions &options, const QByteArray &known,
                       Candidate &candidate);
 

@@ -7,7 +7,10 @@
 #include "inplace/NewTree.h"
 #include "inplace/Preconditions.h"
 #include "inplace/StateFolder.h"
+#include "inplace/TreeList.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QObject>
 
 namespace {
@@ -15,6 +18,16 @@ namespace {
 using Task = UpdateOptions::Task;
 
 constexpr int MostPasses = 3; // while the user keeps changing files in the installation
+
+/// What was fetched may be in the tree that an earlier run built. Building removes one that cannot
+/// be read, and without a network nothing could take its place.
+Problem FetchedTreeProblem(const Layout &layout)
+{
+    TreeEntries entries;
+    const bool isThere = QFileInfo(layout.next).isDir();
+    const QString reason = isThere ? ListTree(QFile::encodeName(layout.next), entries) : QString();
+    return reason.isEmpty() ? Problem() : Problem{End::Storage, reason};
+}
 
 Outcome LeaveReady(const RunParts &parts)
 {
@@ -68,7 +81,10 @@ Outcome BuildAndUse(const RunParts &parts, NewTree &tree)
 
 Outcome InstallRelease(const RunParts &parts)
 {
-    const Problem problem = NamesProblem(parts.layout, parts.candidate.manifest);
+    Problem problem = NamesProblem(parts.layout, parts.candidate.manifest);
+    if (!problem && parts.options.task == Task::ApplyOnly) {
+        problem = FetchedTreeProblem(parts.layout);
+    }
     if (problem) {
         return OutcomeOf(parts.candidate, problem);
     }

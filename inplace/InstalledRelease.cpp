@@ -30,8 +30,8 @@ void ReadPropertyList(const QString &install, InstalledRelease &installed)
     }
 }
 
-/// Returns why a file that seems to be missing or empty may have content nevertheless, or empty
-/// text.
+} // namespace
+
 QString DoubtAbout(const QString &path)
 {
     struct stat about {};
@@ -45,7 +45,10 @@ QString DoubtAbout(const QString &path)
     return isReadable ? QObject::tr("%1无法读取").arg(path) : QString();
 }
 
-} // namespace
+QString DoubtAboutKind(const QString &folder)
+{
+    return DoubtAbout(folder + BundleList);
+}
 
 std::optional<int> InstalledRelease::number() const
 {
@@ -70,7 +73,7 @@ InstalledRelease FindInstalled(const Layout &layout)
         installed.unreadable = DoubtAbout(path);
     }
     if (!installed.isBundle && installed.unreadable.isEmpty()) {
-        installed.unreadable = DoubtAbout(layout.install + BundleList);
+        installed.unreadable = DoubtAboutKind(layout.install);
     }
     return installed;
 }

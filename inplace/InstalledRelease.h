@@ -39,5 +39,12 @@ InstalledRelease FindInstalled(const Layout &layout);
 void ReadInstalledManifest(InstalledRelease &installed, const QByteArray &content = QByteArray(),
                            const ReleaseManifest &manifest = ReleaseManifest());
 
+/// Returns why a file that seems to be missing or empty may have content nevertheless, or empty
+/// text.
+QString DoubtAbout(const QString &path);
+
+/// The same of a folder that seems to be no bundle: why it may be one.
+QString DoubtAboutKind(const QString &folder);
+
 /// Returns the content of a regular file of at most \a limit bytes, or null.
 QByteArray ReadSmall(const QString &path, qint64 limit);

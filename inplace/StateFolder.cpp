@@ -19,7 +19,6 @@ namespace {
 
 constexpr auto HighestName = "highest";
 constexpr auto PendingName = "pending";
-constexpr auto PreviousName = "previous";
 constexpr auto PreviousSignatureName = "previous.minisig";
 constexpr qint64 SmallSize = 4096;
 constexpr qint64 PendingSize = 3 * TooLargeManifest; // it contains two manifests
@@ -129,7 +128,7 @@ QString StateFolder::removePending() const
 
 QByteArray StateFolder::previousManifest() const
 {
-    return ReadSmall(inside(PreviousName), TooLargeManifest);
+    return ReadSmall(previousPath(), TooLargeManifest);
 }
 
 QByteArray StateFolder::previousSignature() const
@@ -139,6 +138,6 @@ QByteArray StateFolder::previousSignature() const
 
 QString StateFolder::writePrevious(const QByteArray &manifest, const QByteArray &signature) const
 {
-    const QString reason = write(inside(PreviousName), manifest);
+    const QString reason = write(previousPath(), manifest);
     return reason.isEmpty() ? write(inside(PreviousSignatureName), signature) : reason;
 }

@@ -39,6 +39,7 @@ public:
     QString removePending() const;
 
     /// The manifest of the previous tree, if the tree itself does not contain it.
+    QString previousPath() const { return m_path + QStringLiteral("/previous"); }
     QByteArray previousManifest() const;
     QByteArray previousSignature() const;
     QString writePrevious(const QByteArray &manifest, const QByteArray &signature) const;

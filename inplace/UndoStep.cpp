@@ -17,13 +17,19 @@
 
 namespace {
 
-/// Reads the release of the former tree. Returns whether it is known.
-bool ReadFormer(const Layout &layout, Candidate &former)
+/// Reads the release of the former tree. Returns whether it is known. If the system fails to read
+/// it, \a unreadable says why: or the user's files would be taken for the release's, and lost.
+bool ReadFormer(const Layout &layout, Candidate &former, QString &unreadable)
 {
     const StateFolder state(layout);
-    const bool isInside = layout.isManifestInside(IsBundle(layout.previous));
+    const bool isBundle = IsBundle(layout.previous);
+    unreadable = isBundle ? QString() : DoubtAboutKind(layout.previous);
+    const bool isInside = layout.isManifestInside(isBundle);
     const QString inside = layout.previous + QLatin1Char('/') + LOCAL_MD5_FILENAME;
     former.content = isInside ? ReadSmall(inside, TooLargeManifest) : state.previousManifest();
+    if (former.content.isEmpty() && unreadable.isEmpty()) {
+        unreadable = DoubtAbout(isInside ? inside : state.previousPath());
+    }
     former.signature =
         isInside ? ReadSmall(SignaturePath(inside), TooLargeSignature) : state.previousSignature();
     const bool isKnown = !former.content.isEmpty() &&
@@ -55,12 +61,17 @@ Outcome RebuildFormer(const RunParts &parts)
 Outcome TakeFormerAsItIs(const RunParts &parts)
 {
     const Layout &layout = parts.layout;
-    if (!RemoveTree(QFile::encodeName(layout.next)) || !Move(layout.previous, layout.next) ||
-        !SyncFolder(layout.parent)) {
-        return OutcomeOf(parts.candidate, End::Storage,
-                         QObject::tr("%1无法恢复:%2").arg(layout.previous, SystemError()));
+    const bool isMoved =
+        RemoveTree(QFile::encodeName(layout.next)) && Move(layout.previous, layout.next);
+    Outcome outcome =
+        isMoved && SyncFolder(layout.parent)
+            ? GoBack(parts, IsBundle(layout.next))
+            : OutcomeOf(parts.candidate, End::Storage,
+                        QObject::tr("%1无法恢复:%2").arg(layout.previous, SystemError()));
+    if (isMoved && !outcome.update) {
+        (void)Move(layout.next, layout.previous); // so that it can be tried again
     }
-    return GoBack(parts, IsBundle(layout.next));
+    return outcome;
 }
 
 } // namespace
@@ -74,5 +85,10 @@ Outcome UndoUpdate(const UpdateOptions &options, const Layout &layout, StopSigna
     }
     parts.installed = FindInstalled(layout);
     ReadInstalledManifest(parts.installed);
-    return ReadFormer(layout, parts.candidate) ? RebuildFormer(parts) : TakeFormerAsItIs(parts);
+    QString unreadable;
+    const bool isKnown = ReadFormer(layout, parts.candidate, unreadable);
+    if (!unreadable.isEmpty()) {
+        return OutcomeOf(parts.candidate, End::Storage, unreadable);
+    }
+    return isKnown ? RebuildFormer(parts) : TakeFormerAsItIs(parts);
 }

@@ -34,12 +34,11 @@ int main(int argc, char *argv[])
     switch (command.action) {
     case UpdateCommand::Action::Help: {
         const QCoreApplication application(argc, argv);
-        Say(UpdateHelp().trimmed());
-        return EXIT_SUCCESS;
+        return Say(UpdateHelp().trimmed()) ? EXIT_SUCCESS : OutputFailure();
     }
     case UpdateCommand::Action::Version:
-        Say(QStringLiteral("inplace_update " UPDATER_VERSION));
-        return EXIT_SUCCESS;
+        return Say(QStringLiteral("inplace_update " UPDATER_VERSION)) ? EXIT_SUCCESS
+                                                                      : OutputFailure();
     case UpdateCommand::Action::Complain:
         return Complain(command.text);
     case UpdateCommand::Action::Update:

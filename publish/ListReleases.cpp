@@ -70,6 +70,23 @@ QJsonObject Object(const ListedRelease &release)
     return object;
 }
 
+bool IsThere(const OutputState &state)
+{
+    return std::any_of(state.releases.begin(), state.releases.end(),
+                       [](const ListedRelease &release) { return release.isAnnounced; });
+}
+
+/// Says what there is instead of the announced release.
+QString AlmostThere(const OutputState &state)
+{
+    const auto almost =
+        std::find_if(state.releases.begin(), state.releases.end(),
+                     [](const ListedRelease &release) { return release.isAlmostAnnounced; });
+    return almost == state.releases.end()
+               ? QStringLiteral("which is not there")
+               : QStringLiteral("and the folder is \"%1\"").arg(almost->folder);
+}
+
 QStringList Problems(const OutputState &state)
 {
     QStringList problems;
@@ -82,12 +99,10 @@ QStringList Problems(const OutputState &state)
             problems.append(QStringLiteral("%1: %2.").arg(name, release.problem));
         }
     }
-    const bool isThere =
-        std::any_of(state.releases.begin(), state.releases.end(),
-                    [](const ListedRelease &release) { return release.isAnnounced; });
-    if (state.hasAnnouncement && state.announcementProblems.isEmpty() && !isThere) {
-        problems.append(QStringLiteral("%1: it announces \"%2\", which is not there.")
-                            .arg(UPDATE_DESCRIBE_FILENAME, state.announced.folder));
+    if (state.hasAnnouncement && state.announcementProblems.isEmpty() && !IsThere(state)) {
+        problems.append(
+            QStringLiteral("%1: it announces \"%2\", %3.")
+                .arg(UPDATE_DESCRIBE_FILENAME, state.announced.folder, AlmostThere(state)));
     }
     return problems;
 }

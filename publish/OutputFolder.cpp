@@ -6,6 +6,7 @@
 #include "app/FileNames.h"
 #include "publish/PublishChecks.h"
 #include "publish/VersionCheck.h"
+#include "release/ReleasePaths.h"
 #include "release/ReleaseSignature.h"
 #include "release/ReleaseSource.h"
 
@@ -35,6 +36,8 @@ ListedRelease ReadRelease(const QDir &output, const QString &folder, const Outpu
     ListedRelease release;
     release.folder = folder;
     release.isAnnounced = state.hasAnnouncement && state.announced.folder == folder;
+    release.isAlmostAnnounced = state.hasAnnouncement && !release.isAnnounced &&
+                                FoldedPath(state.announced.folder) == FoldedPath(folder);
     const QString path = output.filePath(folder) + QLatin1Char('/');
     release.isSigned = QFileInfo(path + SIGNATURE_FILENAME).isFile();
     release.published = QFileInfo(path + LOCAL_MD5_FILENAME).lastModified();

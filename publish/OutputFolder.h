@@ -22,7 +22,10 @@ struct ListedRelease {
     bool hasVersion = false;  ///< false if the version is unknown
     bool isSigned = false;    ///< whether there is a signature; by whom is not checked
     bool isAnnounced = false; ///< whether update.json names it
-    QDateTime published;      ///< when its manifest was written
+    /// Whether update.json names it in another letter case or normalisation, which some volumes and
+    /// servers take for its name, and some do not.
+    bool isAlmostAnnounced = false;
+    QDateTime published; ///< when its manifest was written
     ReleaseManifest manifest;
     QString problem; ///< why its manifest could not be read; empty when it was
 

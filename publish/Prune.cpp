@@ -14,23 +14,38 @@
 
 namespace {
 
+/// Returns why a release that is not among the newest is left alone all the same, or empty text.
+QString LeaveReason(const ListedRelease &release, const OutputState &state)
+{
+    if (release.isAlmostAnnounced) {
+        return QStringLiteral("%1 announces \"%2\"")
+            .arg(UPDATE_DESCRIBE_FILENAME, state.announced.folder);
+    }
+    if (!release.problem.isEmpty()) {
+        return release.problem;
+    }
+    return release.hasVersion ? QString() : QStringLiteral("its version is unknown");
+}
+
 /// The folders of the releases to remove, oldest first. Warns about those left alone.
 QStringList ToRemove(const OutputState &state, int keep, Report &report)
 {
     QStringList folders;
     int kept = 0;
     for (const ListedRelease &release : state.releases) {
-        if (!release.hasVersion || !release.problem.isEmpty()) {
-            if (!release.isAnnounced) {
-                report.warn(QStringLiteral("\"%1\" is left alone: %2.")
-                                .arg(release.folder, release.problem.isEmpty()
-                                                         ? QStringLiteral("its version is unknown")
-                                                         : release.problem));
-            }
-        } else if (kept < keep) {
+        const bool isUsable = release.hasVersion && release.problem.isEmpty();
+        if (isUsable && kept < keep) {
             ++kept;
-        } else if (!release.isAnnounced) {
+            continue;
+        }
+        if (release.isAnnounced) {
+            continue;
+        }
+        const QString reason = LeaveReason(release, state);
+        if (reason.isEmpty()) {
             folders.prepend(release.folder);
+        } else {
+            report.warn(QStringLiteral("\"%1\" is left alone: %2.").arg(release.folder, reason));
         }
     }
     return folders;

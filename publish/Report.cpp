@@ -13,10 +13,10 @@
 
 Report::Report(Form form) : m_form(form) {}
 
-void Report::say(const QString &text) const
+void Report::say(const QString &text)
 {
     if (m_form == Form::Words) {
-        Say(text);
+        m_isWritten = Say(text) && m_isWritten;
     }
 }
 
@@ -35,7 +35,7 @@ int Report::refuse(const QStringList &problems)
 int Report::end(int exitCode)
 {
     if (m_form == Form::Words) {
-        return exitCode;
+        return m_isWritten ? exitCode : OutputFailure();
     }
     m_object.insert(QStringLiteral("success"), exitCode == EXIT_SUCCESS);
     m_object.insert(QStringLiteral("warnings"), QJsonArray::fromStringList(m_warnings));

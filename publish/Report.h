@@ -17,7 +17,7 @@ public:
     Q_DISABLE_COPY(Report)
 
     /// Prints \a text, which may have several lines, as a result of the run.
-    void say(const QString &text) const;
+    void say(const QString &text);
     /// Prints and remembers a one-line warning.
     void warn(const QString &text);
     /// Prints and remembers the \a problems that made the run fail. Returns the exit code of that.
@@ -30,7 +30,8 @@ public:
     bool isJson() const { return m_form == Form::Json; }
 
     /// Ends the run: prints the JSON object, if asked for, with success, warnings and problems.
-    /// Returns \a exitCode, or that of a failure if the object could not be written.
+    /// Returns \a exitCode, or that of a failure if the object, or a result before it, could not be
+    /// written.
     int end(int exitCode);
 
 private:
@@ -38,4 +39,5 @@ private:
     QJsonObject m_object;
     QStringList m_warnings;
     QStringList m_problems;
+    bool m_isWritten = true; ///< all of the results
 };

@@ -23,10 +23,12 @@ constexpr std::array<int, 2> FromTerminal{SIGINT, SIGQUIT};
 constexpr std::array<int, 2> ToPassOn{SIGTERM, SIGHUP};
 
 volatile sig_atomic_t Child = 0;
+volatile sig_atomic_t PassedOn = 0; // the last signal; 0: none came
 
 void PassOn(int signal)
 {
     const int error = errno;
+    PassedOn = signal;
     if (Child > 0) {
         (void)::kill(Child, signal);
     }
@@ -59,21 +61,24 @@ private:
     std::array<struct sigaction, 2> m_before{};
 };
 
-/// Blocks the signals to pass on for as long as it lives: one that arrives before the command's
-/// process is known would be lost.
+/// Can block the signals to pass on: before the command's process is known and after it has gone,
+/// one would reach nobody, or somebody else.
 class SignalBlock {
 public:
-    SignalBlock()
+    SignalBlock() { (void)::sigprocmask(SIG_BLOCK, nullptr, &m_before); }
+    ~SignalBlock() { lift(); }
+    Q_DISABLE_COPY(SignalBlock)
+
+    void set() const
     {
         sigset_t blocked;
         (void)::sigemptyset(&blocked);
         for (const int signal : ToPassOn) {
             (void)::sigaddset(&blocked, signal);
         }
-        (void)::sigprocmask(SIG_BLOCK, &blocked, &m_before);
+        (void)::sigprocmask(SIG_BLOCK, &blocked, nullptr);
     }
-    ~SignalBlock() { (void)::sigprocmask(SIG_SETMASK, &m_before, nullptr); }
-    Q_DISABLE_COPY(SignalBlock)
+    void lift() const { (void)::sigprocmask(SIG_SETMASK, &m_before, nullptr); }
 
     /// What was blocked before.
     const sigset_t *before() const { return &m_before; }
@@ -100,9 +105,10 @@ private:
     const bool m_isTerminal;
 };
 
-/// Starts the command, to which signals are passed on from then on. Returns its process, or 0 with
+/// Starts the command, with the signals that were blocked \a before. Returns its process, or 0 with
 /// errno set.
-pid_t Start(const QByteArray &script, const QByteArray &argument, bool outputToErrors)
+pid_t Start(const QByteArray &script, const QByteArray &argument, bool outputToErrors,
+            const sigset_t *before)
 {
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_t actions;
@@ -113,9 +119,8 @@ pid_t Start(const QByteArray &script, const QByteArray &argument, bool outputToE
     for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) {
         (void)::sigaddset(&usual, signal);
     }
-    const SignalBlock blocked;
     (void)::posix_spawnattr_setsigdefault(&attributes, &usual);
-    (void)::posix_spawnattr_setsigmask(&attributes, blocked.before());
+    (void)::posix_spawnattr_setsigmask(&attributes, before);
     (void)::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     if (outputToErrors) {
         (void)::posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO);
@@ -131,9 +136,19 @@ pid_t Start(const QByteArray &script, const QByteArray &argument, bool outputToE
         ::posix_spawn(&process, "/bin/sh", &actions, &attributes, words.data(), environ);
     (void)::posix_spawn_file_actions_destroy(&actions);
     (void)::posix_spawnattr_destroy(&attributes);
-    Child = error == 0 ? process : 0;
     errno = error;
-    return Child;
+    return error == 0 ? process : 0;
+}
+
+/// Waits for the command to end. Its process stays, so that its number becomes nobody else's.
+bool WaitForEnd(pid_t process)
+{
+    siginfo_t ended{};
+    int result = 0;
+    do {
+        result = ::waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOWAIT);
+    } while (result < 0 && errno == EINTR);
+    return result == 0;
 }
 
 QString EndReason(int status)
@@ -153,20 +168,29 @@ QString EndReason(int status)
 QString RunShellCommand(const QString &command, const QString &argument, bool outputToErrors)
 {
     Child = 0;
+    PassedOn = 0;
+    const SignalBlock block; // lifted last, when everything else is as it was
+    block.set();
     const TerminalGuard terminal;
     const SignalGuard ignored(FromTerminal, SIG_IGN);
     const SignalGuard passedOn(ToPassOn, PassOn);
-    const pid_t process = Start((command + QStringLiteral(" \"$1\"")).toLocal8Bit(),
-                                QFile::encodeName(argument), outputToErrors);
+    Child = Start((command + QStringLiteral(" \"$1\"")).toLocal8Bit(), QFile::encodeName(argument),
+                  outputToErrors, block.before());
+    const pid_t process = Child;
     if (process <= 0) {
         return QStringLiteral("it cannot be started: %1").arg(SystemError());
     }
-    int status = 0;
-    while (::waitpid(process, &status, 0) < 0) {
-        if (errno != EINTR) {
-            return QStringLiteral("its end cannot be waited for: %1").arg(SystemError());
-        }
-    }
+    block.lift();
+    const bool hasEnded = WaitForEnd(process);
+    block.set();
     Child = 0;
-    return EndReason(status);
+    int status = 0;
+    if (!hasEnded || ::waitpid(process, &status, 0) < 0) {
+        return QStringLiteral("its end cannot be waited for: %1").arg(SystemError());
+    }
+    const QString reason = EndReason(status);
+    if (reason.isEmpty() && PassedOn != 0) {
+        (void)::raise(PassedOn); // it came too late for the command, or was ignored
+    }
+    return reason;
 }

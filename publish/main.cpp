@@ -42,8 +42,7 @@ int Run(const CommandLine &line, Report &report)
         return Prune(line.outputDir, line.keep, report);
     case CommandLine::Action::Help:
     case CommandLine::Action::Version:
-        Say(line.text);
-        return EXIT_SUCCESS;
+        return Say(line.text) ? EXIT_SUCCESS : OutputFailure();
     case CommandLine::Action::Complain:
         break;
     }

@@ -42,16 +42,16 @@ QString Shortened(const QString &line)
     return line.left(kept) + QStringLiteral("...");
 }
 
-void Print(std::FILE *stream, const QString &text)
+bool Print(std::FILE *stream, const QString &text)
 {
-    (void)std::fprintf(stream, "%s\n", Printable(text).toUtf8().constData());
-    (void)std::fflush(stream);
+    const bool isPrinted = std::fprintf(stream, "%s\n", Printable(text).toUtf8().constData()) >= 0;
+    return std::fflush(stream) == 0 && isPrinted;
 }
 
 void PrintLine(const QString &prefix, QString text)
 {
     text.replace(LineFeed, QChar(QChar::ReplacementCharacter));
-    Print(stderr, prefix + text);
+    (void)Print(stderr, prefix + text);
 }
 
 QString ProgramPrefix()
@@ -75,9 +75,9 @@ QString Printable(const QString &text)
     return lines.join(LineFeed);
 }
 
-void Say(const QString &text)
+bool Say(const QString &text)
 {
-    Print(stdout, text);
+    return Print(stdout, text);
 }
 
 void Warn(const QString &text)
@@ -93,8 +93,13 @@ int Refuse(const QStringList &problems)
     return Failure;
 }
 
+int OutputFailure()
+{
+    return Refuse({QStringLiteral("Standard output cannot be written.")});
+}
+
 int Complain(const QString &text)
 {
-    Print(stderr, ProgramPrefix() + text);
+    (void)Print(stderr, ProgramPrefix() + text);
     return BadUsage;
 }

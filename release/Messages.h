@@ -15,8 +15,8 @@
 /// 2,000 characters are cut and end in "...". Line ends are kept.
 QString Printable(const QString &text);
 
-/// Prints \a text, of one or more lines, on standard output.
-void Say(const QString &text);
+/// Prints \a text, of one or more lines, on standard output. Returns whether that could be written.
+bool Say(const QString &text);
 
 /// Prints \a text on standard error as a one-line warning.
 void Warn(const QString &text);
@@ -24,6 +24,10 @@ void Warn(const QString &text);
 /// Prints the \a problems on standard error, one line each. Returns the exit code of a refusal or
 /// failure.
 int Refuse(const QStringList &problems);
+
+/// Prints on standard error that standard output cannot be written. Returns the exit code of that
+/// failure.
+int OutputFailure();
 
 /// Prints on standard error what is wrong with the command line. Returns the exit code of bad
 /// usage.

@@ -11,6 +11,8 @@ class tst_InplaceCommandLine : public QObject {
 private slots:
     static void readUpdateCommand_badUsage_isComplainedAbout_data();
     static void readUpdateCommand_badUsage_isComplainedAbout();
+    static void readUpdateCommand_badUsage_isNamed_data();
+    static void readUpdateCommand_badUsage_isNamed();
     static void readUpdateCommand_goodUsage_isRead_data();
     static void readUpdateCommand_goodUsage_isRead();
     static void readUpdateCommand_help_wins();
@@ -55,6 +57,34 @@ void tst_InplaceCommandLine::readUpdateCommand_badUsage_isComplainedAbout()
     const UpdateCommand command = Read(arguments);
     QCOMPARE(command.action, UpdateCommand::Action::Complain);
     QVERIFY(command.text.contains(QStringLiteral("--help")));
+}
+
+void tst_InplaceCommandLine::readUpdateCommand_badUsage_isNamed_data()
+{
+    QTest::addColumn<QStringList>("more");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("two tasks") << QStringList{QStringLiteral("--undo"), QStringLiteral("--check")}
+                               << "--check and --undo exclude each other.";
+    QTest::newRow("empty manifest")
+        << QStringList{QStringLiteral("--manifest"), QString()} << "--manifest is empty.";
+    QTest::newRow("empty application")
+        << QStringList{QStringLiteral("--application"), QString()} << "--application is empty.";
+    QTest::newRow("empty program")
+        << QStringList{QStringLiteral("--start"), QString()} << "--start is empty.";
+    for (const char *seconds : {"0", "86401", "-1", "1.5", "soon", ""}) {
+        QTest::newRow(qPrintable(QStringLiteral("stalled for '%1'").arg(QLatin1String(seconds))))
+            << QStringList{QStringLiteral("--stall"), QLatin1String(seconds)}
+            << "--stall: a number of seconds from 1 to 86400 is expected.";
+    }
+}
+
+void tst_InplaceCommandLine::readUpdateCommand_badUsage_isNamed()
+{
+    QFETCH(QStringList, more);
+    QFETCH(QString, reason);
+    const UpdateCommand command = Read(Good + more);
+    QCOMPARE(command.action, UpdateCommand::Action::Complain);
+    QVERIFY2(command.text.contains(reason), qPrintable(command.text));
 }
 
 void tst_InplaceCommandLine::readUpdateCommand_goodUsage_isRead_data()

@@ -90,9 +90,11 @@ private:
     std::unique_ptr<InplaceStage> m_stage;
     QStringList m_arguments;
     QStringList m_goodCodes;
+    QString m_library; // preloaded too
     bool m_isReadyAtFirst = false;
     TestRelease m_before;
     TestRelease m_after;
+    Tree m_users;         // the user's own entries
     QSet<QString> m_seen; // ways to calls, of all rows
 };
 
@@ -135,16 +137,26 @@ void tst_InplaceEveryCall::prepare(const QString &state, bool isBundle)
 {
     const QStringList key{QStringLiteral("--public-key"), m_key.publicKey()};
     m_arguments = key;
+    m_library.clear();
     m_isReadyAtFirst = false;
     m_goodCodes = QStringList{QStringLiteral("updated"), QStringLiteral("up-to-date")};
     m_stage->lay(Edition(1, isBundle));
-    LayNodes(m_stage->install, Users);
+    m_users = Users;
+    LayNodes(m_stage->install, m_users);
     m_before = Edition(2, isBundle);
     m_after = Edition(3, isBundle);
     serve(m_before);
     QCOMPARE(run(key), QStringLiteral("updated"));
     serve(m_after);
-    if (state == QLatin1String("undo")) {
+    if (state.startsWith(QLatin1String("undo"))) {
+        if (state == QLatin1String("undo")) {
+            const Tree since{{QStringLiteral("since"), File("made after the update")}};
+            LayNodes(m_stage->install, since);
+            m_users.insert(since.firstKey(), since.first());
+        } else {
+            QVERIFY(QFile::remove(m_stage->parent + QStringLiteral("/.Sample#previous/") +
+                                  LOCAL_MD5_FILENAME));
+        }
         m_after = Edition(1, isBundle);
         m_arguments += QStringLiteral("--undo");
         m_goodCodes = QStringList{QStringLiteral("undone"), QStringLiteral("nothing-to-undo")};
@@ -167,6 +179,12 @@ void tst_InplaceEveryCall::prepare(const QString &state, bool isBundle)
         m_after = m_before;
         m_arguments += QStringLiteral("--check");
         m_goodCodes = QStringList{QStringLiteral("available")};
+    } else if (state == QLatin1String("no backup")) {
+        m_arguments += QStringLiteral("--no-backup");
+    } else if (state == QLatin1String("no exchange")) {
+        m_library = QStringLiteral(NO_EXCHANGE);
+    } else if (state == QLatin1String("no links")) {
+        m_library = QStringLiteral(NO_LINKS);
     } else if (state == QLatin1String("old")) {
         m_after.isComplete = false; // so it has neither links nor empty folders
         for (const char *path : {"link", "newLink", "hollow"}) {
@@ -205,7 +223,7 @@ void tst_InplaceEveryCall::putBack()
 /// Empty when the installation is as it is to be.
 QString tst_InplaceEveryCall::arrived() const
 {
-    return m_stage->differences(m_after, WithFolders(Users));
+    return m_stage->differences(m_after, WithFolders(m_users));
 }
 
 void tst_InplaceEveryCall::strike(FailingCalls &calls, int number, int error)
@@ -222,7 +240,7 @@ void tst_InplaceEveryCall::strike(FailingCalls &calls, int number, int error)
     const bool isThere = QFileInfo::exists(m_stage->install);
     const QString missing = isThere ? arrived() : QStringLiteral("all");
     const QString changed =
-        isThere ? m_stage->differences(m_before, WithFolders(Users)) : QString();
+        isThere ? m_stage->differences(m_before, WithFolders(m_users)) : QString();
     QVERIFY2(missing.isEmpty() || changed.isEmpty(), qPrintable(where + missing));
     QVERIFY2(code == 1 || missing.isEmpty(), qPrintable(where + missing));
 
@@ -244,8 +262,12 @@ void tst_InplaceEveryCall::call_fails_data()
     QTest::newRow("an update of a bundle") << "update" << true;
     QTest::newRow("an update over leftovers") << "staged" << false;
     QTest::newRow("an update to an old manifest") << "old" << false;
+    QTest::newRow("an update without a backup") << "no backup" << false;
+    QTest::newRow("an update where names cannot be exchanged") << "no exchange" << false;
+    QTest::newRow("an update where files cannot be linked") << "no links" << false;
     QTest::newRow("going back") << "undo" << false;
     QTest::newRow("going back with a bundle") << "undo" << true;
+    QTest::newRow("going back to an unknown release") << "undo, unknown" << false;
     QTest::newRow("a repair") << "repair" << false;
     QTest::newRow("fetching only") << "fetch" << false;
     QTest::newRow("applying only") << "apply" << false;
@@ -264,6 +286,7 @@ void tst_InplaceEveryCall::call_fails()
         return;
     }
     FailingCalls calls(m_stage->temporary.path(), AllKinds());
+    calls.preload(m_library);
     InplaceProgram whole(m_stage->arguments(m_arguments));
     whole.prefix(calls.letThrough());
     QCOMPARE(whole.run(), 0);

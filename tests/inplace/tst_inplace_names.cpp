@@ -41,6 +41,7 @@ private slots:
     void name_length_isTakenOrRefused_data();
     void name_length_isTakenOrRefused();
     void name_ofTheUsers_isKept();
+    void name_ofTheUsers_spelledLikeTheReleases_isKept();
     void name_ofTheInstallation_nothingIsLost();
     void path_nearTheLimit_nothingIsLost_data();
     void path_nearTheLimit_nothingIsLost();
@@ -97,6 +98,23 @@ void tst_InplaceNames::name_ofTheUsers_isKept()
     stage.publish(release);
     QCOMPARE(stage.run(), QStringLiteral("updated"));
     QCOMPARE(stage.differences(release, users), QString());
+}
+
+/// On a volume that keeps such names apart, as it is asked about each.
+void tst_InplaceNames::name_ofTheUsers_spelledLikeTheReleases_isKept()
+{
+    const Tree users{{QStringLiteral("A"), File("mine")},
+                     {QStringLiteral("Data/X"), File("mine too")},
+                     {QStringLiteral("E\u0301"), Link("A")},
+                     {QStringLiteral("Update_MD5.info"), File("no manifest")}};
+    InplaceStage stage(QStringLiteral("Sample"));
+    stage.lay(ReleaseOf({}, 1));
+    LayNodes(stage.install, users);
+    const TestRelease release = ReleaseOf(
+        {{QStringLiteral("data/x"), File("x")}, {QStringLiteral("\u00C9"), File("e")}}, 2);
+    stage.publish(release);
+    QCOMPARE(stage.run(), QStringLiteral("updated"));
+    QCOMPARE(stage.differences(release, WithFolders(users)), QString());
 }
 
 /// The names beside it are ten bytes longer.

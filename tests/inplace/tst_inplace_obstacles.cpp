@@ -78,6 +78,7 @@ private slots:
     void immutable_file_isNoObstacleBeforeTheExchange();
     void parent_notDurable_isNamedWithTheReason();
     void lock_ofTheFileSystem_isNotNeeded();
+    void locks_unknown_areNotNeeded();
 
 private:
     void refuse(const QString &code, const QStringList &wrapper = QStringList());
@@ -140,6 +141,9 @@ void tst_InplaceObstacles::folders_refused_data()
     QTest::newRow("staging is a file") << "around/Sample"
                                        << "file"
                                        << "folders";
+    QTest::newRow("staging below a file") << "around/Sample"
+                                          << "file/s"
+                                          << "not-writable";
     QTest::newRow("staging is the new tree") << "around/Sample"
                                              << "around/.Sample#new"
                                              << "folders";
@@ -448,6 +452,22 @@ void tst_InplaceObstacles::lock_ofTheFileSystem_isNotNeeded()
     WriteFile(m_stage->staging + QStringLiteral("/inplace_update#lock"),
               "1\nx\n" + QSysInfo::machineHostName().toUtf8() + '\n');
     QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+}
+
+/// On a volume that knows no locks the lock files alone keep others away.
+void tst_InplaceObstacles::locks_unknown_areNotNeeded()
+{
+    FailingCalls calls(m_stage->temporary.path(), {QStringLiteral("lock")});
+    InplaceProgram program(m_stage->arguments());
+    program.prefix(calls.failFrom(1, ENOLCK));
+    QCOMPARE(program.run(), 0);
+    QVERIFY(calls.hasFailed());
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());
+    WriteFile(m_stage->parent + QStringLiteral("/.Sample#lock"), "");
+    InplaceProgram other(m_stage->arguments());
+    other.prefix(calls.failFrom(1, ENOLCK));
+    QCOMPARE(other.run(), 1);
+    QCOMPARE(other.code(), QStringLiteral("busy"));
 }
 
 QTEST_GUILESS_MAIN(tst_InplaceObstacles)

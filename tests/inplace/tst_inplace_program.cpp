@@ -25,6 +25,7 @@ class tst_InplaceProgram : public QObject {
 private slots:
     void init();
     void report_andProgress();
+    void progress_withinAFile();
     void failure_namesAddressAndStatus_data();
     void failure_namesAddressAndStatus();
     void answer_brokenOff_isAFailureOfTheNetwork();
@@ -69,6 +70,29 @@ void tst_InplaceProgram::report_andProgress()
                         "inplace_update: [4/5] new/deep/added 47/57 bytes 82%\n"
                         "inplace_update: [5/5] z 52/57 bytes 91%\n"
                         "inplace_update: 更新成功\n"));
+}
+
+/// A line each second, while a file comes.
+void tst_InplaceProgram::progress_withinAFile()
+{
+    const FileMap files = InplaceStage::newRelease().published();
+    m_stage->serve([&files](ScriptedConnection &connection, const QByteArray &request) {
+        if (RequestedPath(request) != Changed) {
+            ServeFiles(files)(connection, request);
+            return;
+        }
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 28\r\n\r\nnew ");
+        connection.pause(1200);
+        connection.send("content, ");
+        connection.pause(200);
+        connection.send("which is longer");
+    });
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    const QByteArray lines = m_stage->program().errors();
+    QVERIFY2(lines.startsWith("inplace_update: [1/5] d/changed 0/57 bytes 0%\n"
+                              "inplace_update: [1/5] d/changed 13/57 bytes 22%\n"
+                              "inplace_update: [2/5] d/program 28/57 bytes 49%\n"),
+             lines.constData());
 }
 
 void tst_InplaceProgram::failure_namesAddressAndStatus_data()
@@ -119,6 +143,13 @@ void tst_InplaceProgram::usage_helpAndVersion()
     QVERIFY(QRegularExpression(QStringLiteral("\\Ainplace_update \\d+\\.\\d+\\.\\d+\n\\z"))
                 .match(QString::fromUtf8(version.output()))
                 .hasMatch());
+    for (const char *option : {"--help", "--version"}) {
+        InplaceProgram full({QLatin1String(option)});
+        full.prefix({QStringLiteral("sh"), QStringLiteral("-c"),
+                     QStringLiteral(R"(exec "$0" "$@" > /dev/full)")});
+        QCOMPARE(full.run(), 1);
+        QCOMPARE(full.errors(), QByteArray("inplace_update: Standard output cannot be written.\n"));
+    }
     InplaceProgram bad(m_stage->arguments({QStringLiteral("--public-key"), QStringLiteral("no")}));
     QCOMPARE(bad.run(), 2);
     QVERIFY(bad.output().isEmpty() && bad.errors().startsWith("inplace_update: "));

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The updater authors
 // SPDX-License-Identifier: MIT
 
+#include "release/Descriptor.h"
 #include "tests/inplace/InplaceStage.h"
 #include "tests/inplace/Rehearsal.h"
 #include "tests/support/FailingCalls.h"
@@ -9,6 +10,8 @@
 
 #include <atomic>
 #include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
 
 namespace {
 
@@ -40,6 +43,8 @@ private slots:
     void two_atOnce_oneIsRefused();
     void two_acrossTheExchange_oneIsRefused_data();
     void two_acrossTheExchange_oneIsRefused();
+    void folder_lockedForLong_isBusy_data();
+    void folder_lockedForLong_isBusy();
 };
 
 void tst_InplaceTwice::two_atOnce_oneIsRefused_data()
@@ -136,6 +141,38 @@ void tst_InplaceTwice::two_acrossTheExchange_oneIsRefused()
             QCOMPARE(other.differences(rehearsal.former), QString());
         }
     }
+}
+
+void tst_InplaceTwice::folder_lockedForLong_isBusy_data()
+{
+    QTest::addColumn<bool>("isStaging");
+    QTest::newRow("around the installation") << false;
+    QTest::newRow("the staging folder") << true;
+}
+
+/// Another run locks the folder for a moment only, and is waited for; who keeps it is not.
+void tst_InplaceTwice::folder_lockedForLong_isBusy()
+{
+    QFETCH(bool, isStaging);
+    InplaceStage stage(QStringLiteral("Sample"));
+    stage.lay(InplaceStage::oldRelease());
+    stage.publish(InplaceStage::newRelease());
+    QVERIFY(QDir().mkpath(stage.staging));
+    const QString folder = isStaging ? stage.staging : stage.parent;
+    const Descriptor open(
+        ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    QCOMPARE(::flock(open.number(), LOCK_EX | LOCK_NB), 0);
+    QCOMPARE(stage.run(), QStringLiteral("busy"));
+    QVERIFY2(stage.program().errors().contains(folder.toUtf8()),
+             stage.program().errors().constData());
+    QCOMPARE(stage.requested(), QStringList());
+    QCOMPARE(stage.differences(InplaceStage::oldRelease()), QString());
+    InplaceProgram waiting(stage.arguments());
+    waiting.start();
+    QVERIFY(!waiting.waitForEnd(300));
+    QCOMPARE(::flock(open.number(), LOCK_UN), 0);
+    QVERIFY(waiting.waitForEnd());
+    QCOMPARE(waiting.code(), QStringLiteral("updated"));
 }
 
 QTEST_GUILESS_MAIN(tst_InplaceTwice)

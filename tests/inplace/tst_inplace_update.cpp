@@ -22,7 +22,9 @@ private slots:
     void fetchOnly_applyOnly_needNoNetwork();
     void applyOnly_nothingFetched_isRefused();
     void check_changesNothing();
+    void check_withoutManifest_readsTheFiles();
     void undo_once();
+    void undo_ofAnUnknownRelease_bringsItsTreeBack();
     void repair_bringsBackWhatDiffers();
     void repair_nothingWrong_changesNothing();
     void noBackup_leavesNothingBeside();
@@ -139,6 +141,25 @@ void tst_InplaceUpdate::check_changesNothing()
     QCOMPARE(Differences(ReadNodes(whole), before), QString());
 }
 
+/// Files of the right size that no manifest tells about.
+void tst_InplaceUpdate::check_withoutManifest_readsTheFiles()
+{
+    QVERIFY(QFile::remove(m_stage->install + QLatin1Char('/') + LOCAL_MD5_FILENAME));
+    const auto toFetch = [this](const char *what) {
+        return m_stage->run({QStringLiteral("--check")}) == QLatin1String("available")
+                   ? m_stage->program().report().value(QLatin1String(what)).toInt()
+                   : -1;
+    };
+    QCOMPARE(toFetch("files"), 5);
+    QCOMPARE(toFetch("bytes"), 57);
+    WriteFile(m_stage->install + QStringLiteral("/same"), "the salt");
+    QCOMPARE(toFetch("files"), 6);
+    QCOMPARE(toFetch("bytes"), 57 + 8);
+    WriteFile(m_stage->install + QStringLiteral("/z"), "new z");
+    QCOMPARE(toFetch("files"), 5);
+    QCOMPARE(toFetch("bytes"), 57 + 8 - 5);
+}
+
 void tst_InplaceUpdate::undo_once()
 {
     QCOMPARE(m_stage->run(), QStringLiteral("updated"));
@@ -150,6 +171,21 @@ void tst_InplaceUpdate::undo_once()
     QCOMPARE(m_stage->run({QStringLiteral("--undo")}), QStringLiteral("nothing-to-undo"));
     QCOMPARE(m_stage->run(), QStringLiteral("updated"));
     QCOMPARE(m_stage->differences(InplaceStage::newRelease(), users), QString());
+}
+
+void tst_InplaceUpdate::undo_ofAnUnknownRelease_bringsItsTreeBack()
+{
+    QVERIFY(QFile::remove(m_stage->install + QLatin1Char('/') + LOCAL_MD5_FILENAME));
+    LayNodes(m_stage->install, {{QStringLiteral("mine"), File("made before the update")}});
+    const Tree before = m_stage->installed();
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QVERIFY(QFile::remove(m_stage->install + QStringLiteral("/mine")));
+    LayNodes(m_stage->install, {{QStringLiteral("mine"), File("replaced since")},
+                                {QStringLiteral("later"), File("made since")}});
+    QCOMPARE(m_stage->run({QStringLiteral("--undo")}), QStringLiteral("undone"));
+    QCOMPARE(Differences(m_stage->installed(), before), QString());
+    QCOMPARE(m_stage->leftovers(), QStringList());
+    QCOMPARE(m_stage->run({QStringLiteral("--undo")}), QStringLiteral("nothing-to-undo"));
 }
 
 void tst_InplaceUpdate::repair_bringsBackWhatDiffers()

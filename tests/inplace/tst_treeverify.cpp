@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+Q_DECLARE_METATYPE(Node)
+
 /// A tree that is not what was planned is noticed, and where.
 class tst_TreeVerify : public QObject {
     Q_OBJECT
@@ -102,8 +104,6 @@ void tst_TreeVerify::tree_unreadable_isSaid()
     QCOMPARE(problem.end, End::Storage);
     QVERIFY(problem.message.contains(QLatin1String("/nonexistent/tree")));
 }
-
-Q_DECLARE_METATYPE(Node)
 
 QTEST_APPLESS_MAIN(tst_TreeVerify)
 #include "tst_treeverify.moc"

@@ -37,8 +37,12 @@ private slots:
     void prune_keepsTheNewestAndTheAnnounced();
     void prune_unknownThings_areLeftAlone();
     void prune_unclearAnnouncement_removesNothing();
+    void prune_announcedInAnotherSpelling_isLeftAlone_data();
+    void prune_announcedInAnotherSpelling_isLeftAlone();
     void prune_killed_isFinishedByTheNextRun();
     void output_inUse_isRefused();
+    void result_cannotBeWritten_isAFailure_data();
+    void result_cannotBeWritten_isAFailure();
 
 private:
     void publish(const QString &version, const QStringList &options = {}) const;
@@ -338,6 +342,42 @@ void tst_PublishList::prune_unclearAnnouncement_removesNothing()
     QCOMPARE(folders(), QStringList({"3.10.0", "3.11.0", "3.9.0"}));
 }
 
+void tst_PublishList::prune_announcedInAnotherSpelling_isLeftAlone_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("announced");
+    QTest::newRow("letter case") << "Winter"
+                                 << "wINTER";
+    QTest::newRow("normalisation")
+        << QString::fromUtf8("\xC3\xA9t\xC3\xA9") << QString::fromUtf8("e\xCC\x81te\xCC\x81");
+    QTest::newRow("both") << QString::fromUtf8("\xC3\xA9t\xC3\xA9")
+                          << QString::fromUtf8("E\xCC\x81TE\xCC\x81");
+}
+
+void tst_PublishList::prune_announcedInAnotherSpelling_isLeftAlone()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, announced);
+    QVERIFY(QDir().rename(m_output + "/3.9.0", m_output + "/" + folder));
+    WriteFile(
+        m_output + "/update.json",
+        ReadFile(m_output + "/update.json").replace("\"3.11.0\"", '"' + announced.toUtf8() + '"'));
+    const ToolRun list = run({"--list", m_output});
+    QCOMPARE(list.exitCode, 1);
+    QCOMPARE(QString::fromUtf8(list.errors),
+             QStringLiteral("publish_update: update.json: it announces \"%1\", and the folder is "
+                            "\"%2\".\n")
+                 .arg(announced, folder));
+
+    const ToolRun prune = run({"--prune", "1", m_output});
+    QCOMPARE(prune.exitCode, 0);
+    QCOMPARE(QString::fromUtf8(prune.errors),
+             QStringLiteral("publish_update: warning: \"%1\" is left alone: update.json announces "
+                            "\"%2\".\n")
+                 .arg(folder, announced));
+    QCOMPARE(folders(), QStringList({"3.11.0", folder}));
+}
+
 void tst_PublishList::prune_killed_isFinishedByTheNextRun()
 {
     // What such a run leaves: a release that is hidden and not removed yet.
@@ -361,6 +401,26 @@ void tst_PublishList::output_inUse_isRefused()
     QCOMPARE(run({"--list", m_output}).exitCode, 0); // only reads
     QCOMPARE(::close(other), 0);
     QCOMPARE(FilesBelow(m_output), before);
+}
+
+void tst_PublishList::result_cannotBeWritten_isAFailure_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("--list") << QStringList{"--list", "OUTPUT"};
+    QTest::newRow("--verify") << QStringList{"--verify", "OUTPUT"};
+    QTest::newRow("--announce") << QStringList{"--announce", "3.9.0", "OUTPUT"};
+    QTest::newRow("--prune") << QStringList{"--prune", "1", "OUTPUT"};
+    QTest::newRow("--help") << QStringList{"--help"};
+    QTest::newRow("--version") << QStringList{"--version"};
+}
+
+void tst_PublishList::result_cannotBeWritten_isAFailure()
+{
+    QFETCH(QStringList, arguments);
+    arguments.replaceInStrings("OUTPUT", m_output);
+    const ToolRun full = RunPublish(arguments, {"sh", "-c", R"(exec "$0" "$@" > /dev/full)"});
+    QCOMPARE(full.exitCode, 1);
+    QCOMPARE(full.errors, QByteArray("publish_update: Standard output cannot be written.\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_PublishList)

@@ -8,24 +8,67 @@
 #include <csignal>
 #include <dlfcn.h>
 #include <spawn.h>
+#include <sys/wait.h>
+#include <utility>
 
 namespace {
 
 int SignalAtStart = 0; // to this process, right after the command's process was made
+int SignalAtEnd = 0;   // right after the command's end is known
+int SignalAtReap = 0;  // right after the command's process is gone
+bool IsGone = false;
+int KillsOfTheGone = 0;
+volatile sig_atomic_t Received = 0; // by this process itself
+
+void Receive(int signal)
+{
+    Received = signal;
+}
+
+/// Raises a signal once.
+void Strike(int &signal)
+{
+    if (signal != 0) {
+        (void)std::raise(std::exchange(signal, 0));
+    }
+}
 
 } // namespace
 
-/// Replaces the system's function in this program.
+/// These replace the system's functions in this program.
 extern "C" int posix_spawn(pid_t *pid, const char *path, const posix_spawn_file_actions_t *actions,
                            const posix_spawnattr_t *attrp, char *const *argv, char *const *envp)
 {
     static const auto system =
         reinterpret_cast<decltype(&posix_spawn)>(::dlsym(RTLD_NEXT, "posix_spawn"));
     const int error = system(pid, path, actions, attrp, argv, envp);
-    if (SignalAtStart != 0) {
-        (void)std::raise(SignalAtStart);
-    }
+    IsGone = false;
+    Strike(SignalAtStart);
     return error;
+}
+
+extern "C" int waitid(idtype_t type, id_t id, siginfo_t *info, int options)
+{
+    static const auto system = reinterpret_cast<decltype(&waitid)>(::dlsym(RTLD_NEXT, "waitid"));
+    const int result = system(type, id, info, options);
+    Strike(SignalAtEnd);
+    return result;
+}
+
+extern "C" pid_t waitpid(pid_t process, int *status, int options)
+{
+    static const auto system = reinterpret_cast<decltype(&waitpid)>(::dlsym(RTLD_NEXT, "waitpid"));
+    const pid_t result = system(process, status, options);
+    IsGone = true;
+    Strike(SignalAtReap);
+    return result;
+}
+
+extern "C" int kill(pid_t process, int signal)
+{
+    static const auto system = reinterpret_cast<decltype(&kill)>(::dlsym(RTLD_NEXT, "kill"));
+    KillsOfTheGone += IsGone ? 1 : 0;
+    return system(process, signal);
 }
 
 /// Commands that are run in the shell, and the signals that reach them.
@@ -36,6 +79,9 @@ private slots:
     void command_ends_isJudgedByItsExitCode();
     void signal_atTheStart_reachesTheCommand_data();
     void signal_atTheStart_reachesTheCommand();
+    void signal_afterTheCommand_reachesTheProgram_data();
+    void signal_afterTheCommand_reachesTheProgram();
+    void signal_thatTheCommandIgnores_reachesTheProgram();
     void command_blocksNoSignal();
 };
 
@@ -58,9 +104,44 @@ void tst_ShellCommand::signal_atTheStart_reachesTheCommand()
     QFETCH(int, signal);
     SignalAtStart = signal;
     const QString reason = RunShellCommand(QStringLiteral("exec sleep 20 #"), QString(), false);
-    SignalAtStart = 0;
     QVERIFY2(reason.startsWith(QStringLiteral("it was ended by signal %1 (").arg(signal)),
              qPrintable(reason));
+}
+
+void tst_ShellCommand::signal_afterTheCommand_reachesTheProgram_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<bool>("isReaped");
+    QTest::newRow("SIGTERM at its end") << SIGTERM << false;
+    QTest::newRow("SIGHUP at its end") << SIGHUP << false;
+    QTest::newRow("SIGTERM when it is gone") << SIGTERM << true;
+    QTest::newRow("SIGHUP when it is gone") << SIGHUP << true;
+}
+
+void tst_ShellCommand::signal_afterTheCommand_reachesTheProgram()
+{
+    QFETCH(int, signal);
+    QFETCH(bool, isReaped);
+    const auto before = std::signal(signal, Receive);
+    Received = 0;
+    KillsOfTheGone = 0;
+    (isReaped ? SignalAtReap : SignalAtEnd) = signal;
+    const QString reason = RunShellCommand(QStringLiteral("true"), QString(), false);
+    (void)std::signal(signal, before);
+    QCOMPARE(reason, QString());
+    QCOMPARE(static_cast<int>(Received), signal);
+    QCOMPARE(KillsOfTheGone, 0);
+}
+
+void tst_ShellCommand::signal_thatTheCommandIgnores_reachesTheProgram()
+{
+    const auto before = std::signal(SIGTERM, Receive);
+    Received = 0;
+    const QString reason =
+        RunShellCommand(QStringLiteral("trap '' TERM; kill -TERM $PPID; :"), QString(), false);
+    (void)std::signal(SIGTERM, before);
+    QCOMPARE(reason, QString());
+    QCOMPARE(static_cast<int>(Received), SIGTERM);
 }
 
 void tst_ShellCommand::command_blocksNoSignal()

@@ -24,7 +24,7 @@ QStringList FailingCalls::wrapper(int number, int error, bool isOnwards)
     const QString asan = qEnvironmentVariable("ASAN_OPTIONS");
     return {QStringLiteral("env"),
             variable("ASAN_OPTIONS", asan + QStringLiteral(":verify_asan_link_order=0")),
-            variable("LD_PRELOAD", QStringLiteral(FAILING_CALLS_LIBRARY)),
+            variable("LD_PRELOAD", QStringLiteral(FAILING_CALLS_LIBRARY " ") + m_library),
             variable("FAILING_CALLS_FOLDER", m_notes.path()),
             variable("FAILING_CALLS_UNDER", m_folder),
             variable("FAILING_CALLS_KINDS", m_kinds),

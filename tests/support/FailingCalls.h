@@ -32,6 +32,9 @@ public:
     explicit FailingCalls(QString folder, const QStringList &kinds = {});
     Q_DISABLE_COPY(FailingCalls)
 
+    /// Another library to preload, which gets the calls that do not fail here.
+    void preload(const QString &library) { m_library = library; }
+
     // Each begins a new count and returns what to put before the program's command line.
 
     QStringList letThrough() { return wrapper(0, 0, false); }
@@ -58,5 +61,6 @@ private:
 
     const QString m_folder;
     const QString m_kinds;
+    QString m_library;
     QTemporaryDir m_notes;
 };
