@@ -16,8 +16,9 @@ Decision DecideByNumber(const Candidate &candidate, const InstalledRelease &inst
     }
     const bool isNumberOfManifest = installed.hasManifest && installed.manifest.isComplete &&
                                     installed.manifest.version == candidate.version;
+    const bool isSame = installed.hasManifest && installed.content == candidate.content;
     const bool isOldInstalled = installed.hasManifest && !installed.manifest.isComplete;
-    if (isNumberOfManifest && withKeys) {
+    if (isNumberOfManifest && !isSame && withKeys) {
         return Decision::SameNumber; // but its bytes differ
     }
     if (withKeys && highest) {
@@ -40,7 +41,7 @@ Decision DecideByNumber(const Candidate &candidate, const InstalledRelease &inst
 Decision Decide(const Candidate &candidate, const InstalledRelease &installed,
                 const std::optional<HighestNumber> &highest, bool withKeys, bool allowOlder)
 {
-    if (installed.hasManifest && installed.content == candidate.content) {
+    if (installed.hasManifest && installed.isOf(candidate.content)) {
         return Decision::UpToDate;
     }
     const Decision decision = DecideByNumber(candidate, installed, highest, withKeys);

@@ -47,7 +47,7 @@ Takeover TakeoverOf(const RunParts &parts, bool isBundle)
         takeover.manifest = parts.candidate.content;
         takeover.signature = parts.candidate.signature;
     }
-    if (!parts.layout.isManifestInside(parts.installed.isBundle)) {
+    if (!parts.layout.isManifestInside(parts.installed.isBundle) && !parts.installed.isReplaced) {
         takeover.former = parts.installed.content;
         takeover.formerSignature = parts.installed.signature;
     }

@@ -27,8 +27,8 @@ FetchEstimate EstimateFetch(const QString &install, const Candidate &candidate,
                             const InstalledRelease &installed)
 {
     QHash<QString, QByteArray> known;
-    if (installed.hasManifest) {
-        for (const ManifestFile &file : installed.manifest.files) {
+    if (const ReleaseManifest *listed = installed.known()) {
+        for (const ManifestFile &file : listed->files) {
             known.insert(file.path, file.md5 + file.sha256);
         }
     }

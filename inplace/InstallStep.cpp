@@ -43,7 +43,7 @@ Outcome LeaveReady(const RunParts &parts)
 Outcome Exchange(const RunParts &parts, const NewTree &tree)
 {
     const InstalledRelease &installed = parts.installed;
-    const bool isSame = installed.hasManifest && installed.content == parts.candidate.content;
+    const bool isSame = installed.hasManifest && installed.isOf(parts.candidate.content);
     return ExchangeFor(parts, TakeoverOf(parts, tree.isBundle()),
                        isSame ? End::Repaired : End::Updated);
 }

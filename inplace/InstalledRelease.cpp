@@ -6,12 +6,15 @@
 #include "platform/InfoPlist.h"
 #include "platform/VersionNumber.h"
 #include "release/Descriptor.h"
+#include "release/FileDigests.h"
 #include "release/ReleaseSignature.h"
 #include "release/SystemCalls.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QObject>
 
+#include <algorithm>
 #include <cerrno>
 #include <sys/stat.h>
 
@@ -28,6 +31,40 @@ void ReadPropertyList(const QString &install, InstalledRelease &installed)
         installed.listNumber = VersionNumber(list.version->c_str());
         installed.versionString = QString::fromStdString(*list.version);
     }
+}
+
+/// Returns the number in the first line of a manifest; 0 if it is an old one.
+int NumberIn(const QByteArray &content)
+{
+    static const QByteArray beginning("@release\t");
+    const int from = beginning.size();
+    return content.startsWith(beginning)
+               ? content.mid(from, content.indexOf('\t', from) - from).toInt()
+               : 0;
+}
+
+/// Finds out whether somebody has put another release there by hand, as users do with a bundle: its
+/// manifest, which is elsewhere, then says nothing about these files. The property list must have
+/// both another number and another content than the manifest's.
+void LookForReplacement(const QString &install, InstalledRelease &installed)
+{
+    const int number = NumberIn(installed.content);
+    const QString list = install + BundleList;
+    ReleaseManifest manifest;
+    if (number == 0 || !installed.listNumber || *installed.listNumber == number ||
+        QFileInfo(list).isSymLink() || !ReadManifest(installed.content, manifest).isEmpty()) {
+        return;
+    }
+    FileDigests digests;
+    const QString reason = ReadDigests(list, DigestKinds::Sha256, digests);
+    if (!reason.isEmpty()) {
+        installed.unreadable = QObject::tr("%1无法读取:%2").arg(list, reason);
+        return;
+    }
+    installed.isReplaced =
+        std::none_of(manifest.files.cbegin(), manifest.files.cend(), [&](const ManifestFile &file) {
+            return file.path == BundleList.mid(1) && file.sha256 == digests.sha256;
+        });
 }
 
 } // namespace
@@ -74,6 +111,9 @@ InstalledRelease FindInstalled(const Layout &layout)
     }
     if (!installed.isBundle && installed.unreadable.isEmpty()) {
         installed.unreadable = DoubtAboutKind(layout.install);
+    }
+    if (installed.isBundle && !layout.isManifestInside(true)) {
+        LookForReplacement(layout.install, installed);
     }
     return installed;
 }

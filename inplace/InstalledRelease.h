@@ -19,17 +19,26 @@ struct InstalledRelease {
     QByteArray content;       ///< of the installed manifest
     QByteArray signature;     ///< beside it; may be empty
     ReleaseManifest manifest; ///< with hasManifest
+    bool isReplaced = false;  ///< somebody has put another release there since the manifest's
     QString unreadable;       ///< why something that is there could not be read; usually empty
 
     /// The higher of the two version numbers, if any is known.
     std::optional<int> number() const;
     /// The installed manifest, or null if it is unknown which files are the release's.
-    const ReleaseManifest *known() const { return hasManifest ? &manifest : nullptr; }
+    const ReleaseManifest *known() const
+    {
+        return hasManifest && !isReplaced ? &manifest : nullptr;
+    }
+    /// Whether the release with this manifest is installed. Its files are not looked at.
+    bool isOf(const QByteArray &manifestContent) const
+    {
+        return !isReplaced && content == manifestContent;
+    }
 };
 
 /// Reads what \a layout names. Anything missing or unusable counts as unknown. If the system fails
 /// to read something, `unreadable` says why, and nothing must be concluded from the result. Of the
-/// installed manifest only the bytes are read; ReadInstalledManifest() does the rest.
+/// installed manifest usually only the bytes are read; ReadInstalledManifest() does the rest.
 InstalledRelease FindInstalled(const Layout &layout);
 
 /// Reads what the installed manifest says.

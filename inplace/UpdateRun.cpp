@@ -37,7 +37,8 @@ Problem Fetch(RunParts &parts)
     const UpdateOptions &options = parts.options;
     parts.installed = FindInstalled(parts.layout);
     // The same release is up to date, whatever it lists; only a repair needs its list.
-    const QByteArray known = options.task == Task::Repair ? QByteArray() : parts.installed.content;
+    const bool isListNeeded = options.task == Task::Repair || parts.installed.isReplaced;
+    const QByteArray known = isListNeeded ? QByteArray() : parts.installed.content;
     Candidate &candidate = parts.candidate;
     Problem problem =
         options.task == Task::ApplyOnly

@@ -188,7 +188,7 @@ QString RunShellCommand(const QString &command, const QString &argument, bool ou
     if (!hasEnded || ::waitpid(process, &status, 0) < 0) {
         return QStringLiteral("its end cannot be waited for: %1").arg(SystemError());
     }
-    const QString reason = EndReason(status);
+    QString reason = EndReason(status);
     if (reason.isEmpty() && PassedOn != 0) {
         (void)::raise(PassedOn); // it came too late for the command, or was ignored
     }

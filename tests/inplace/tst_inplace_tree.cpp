@@ -50,6 +50,11 @@ private slots:
     void bundle_sealStaysWhole();
     void bundle_withoutManifest_nothingElseStays();
     void bundle_withoutItsStaging_nothingElseStays();
+    void bundle_replacedByHand_nothingElseStays();
+    void bundle_notReplaced_keepsTheUsersOwn_data();
+    void bundle_notReplaced_keepsTheUsersOwn();
+    void bundle_replacedByAFormerOne_isUpdatedAgain_data();
+    void bundle_replacedByAFormerOne_isUpdatedAgain();
     void names_inOtherCase_areTheReleases();
     void names_longAndOfManyLetters();
     void users_inTheWay_giveWay();
@@ -155,6 +160,68 @@ void tst_InplaceTree::bundle_withoutItsStaging_nothingElseStays()
     QCOMPARE(stage.differences(ManyKinds(3, 40)), QString());
     QVERIFY(QFile::exists(stage.parent + QStringLiteral("/.Sample.app#previous/Contents/mine")));
     QVERIFY(QFile::exists(stage.staging + QLatin1Char('/') + LOCAL_MD5_FILENAME));
+}
+
+/// A newer release dragged over the installed one: its files are not the user's.
+void tst_InplaceTree::bundle_replacedByHand_nothingElseStays()
+{
+    InplaceStage stage;
+    stage.lay(ManyKinds(1, 40));
+    QVERIFY(QDir(stage.install).removeRecursively());
+    LayNodes(stage.install, ManyKinds(2, 40).tree);
+    stage.publish(ManyKinds(3, 40));
+    QCOMPARE(stage.run(), QStringLiteral("updated"));
+    QCOMPARE(stage.differences(ManyKinds(3, 40)), QString());
+    QCOMPARE(stage.run({QStringLiteral("--undo")}), QStringLiteral("undone"));
+    QCOMPARE(stage.differences(ManyKinds(2, 40)), QString());
+}
+
+void tst_InplaceTree::bundle_notReplaced_keepsTheUsersOwn_data()
+{
+    QTest::addColumn<int>("version");
+    QTest::addColumn<QByteArray>("added"); // to the property list after it was installed
+    QTest::newRow("its list has another number") << 1015000 << QByteArray();
+    QTest::newRow("its list was edited") << ManyKinds(1, 20).version << QByteArray("<!-- -->\n");
+}
+
+void tst_InplaceTree::bundle_notReplaced_keepsTheUsersOwn()
+{
+    QFETCH(int, version);
+    QFETCH(QByteArray, added);
+    TestRelease former = ManyKinds(1, 20);
+    former.version = version;
+    InplaceStage stage;
+    stage.lay(former);
+    const QString list = stage.install + QStringLiteral("/Contents/Info.plist");
+    WriteFile(list, ReadFile(list) + added);
+    const Tree users{{QStringLiteral("Contents/mine"), File("my own")}};
+    LayNodes(stage.install, users);
+    stage.publish(ManyKinds(2, 20));
+    QCOMPARE(stage.run(), QStringLiteral("updated"));
+    QCOMPARE(stage.differences(ManyKinds(2, 20), users), QString());
+}
+
+void tst_InplaceTree::bundle_replacedByAFormerOne_isUpdatedAgain_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("code");
+    QTest::newRow("update") << QStringList() << "updated";
+    QTest::newRow("repair") << QStringList{QStringLiteral("--repair")} << "updated";
+    QTest::newRow("check") << QStringList{QStringLiteral("--check")} << "available";
+}
+
+void tst_InplaceTree::bundle_replacedByAFormerOne_isUpdatedAgain()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, code);
+    InplaceStage stage;
+    stage.lay(ManyKinds(2, 40));
+    QVERIFY(QDir(stage.install).removeRecursively());
+    LayNodes(stage.install, ManyKinds(1, 40).tree);
+    stage.publish(ManyKinds(2, 40));
+    QCOMPARE(stage.run(arguments), code);
+    const int edition = code == QLatin1String("updated") ? 2 : 1;
+    QCOMPARE(stage.differences(ManyKinds(edition, 40)), QString());
 }
 
 void tst_InplaceTree::names_inOtherCase_areTheReleases()

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "app/FileNames.h"
+#include "inplace/FetchStep.h"
 #include "tests/inplace/InplaceStage.h"
 #include "tests/inplace/Samples.h"
 #include "tests/support/SigningKey.h"
@@ -19,11 +20,14 @@ private slots:
     void signed_byOneOfSeveralKeys_isInstalled();
     void refused_data();
     void refused();
+    void page_isTheSignedOne_data();
+    void page_isTheSignedOne();
     void file_ofOtherBytes_endsAtTheVerification();
     void number_lower_isNoUpdate();
     void number_lower_isInstalledWhenAllowed();
     void number_same_otherBytes_isRefused();
     void number_installedOnce_isRemembered();
+    void bundle_replacedByAFormerOne_getsNoOlder();
     void application_other_isRefused_data();
     void application_other_isRefused();
     void applyOnly_checksWithItsOwnKeys();
@@ -136,6 +140,48 @@ void tst_InplaceTrust::refused()
 }
 
 /// An attacker can make a file with the listed MD5; here the list gets the file's MD5 instead.
+void tst_InplaceTrust::page_isTheSignedOne_data()
+{
+    QTest::addColumn<QString>("announced");
+    QTest::addColumn<QString>("signer"); // empty: no key is demanded
+    QTest::addColumn<bool>("isOld");
+    QTest::addColumn<QString>("page");
+    const QString other = QStringLiteral("https://other.example/");
+    QTest::newRow("signed") << other << "ours" << false << TestRelease().page;
+    QTest::newRow("signed by another key") << other << "another" << false << "";
+    QTest::newRow("without a key") << other << "" << false << TestRelease().page;
+    QTest::newRow("old, without a key") << other << "" << true << other;
+    QTest::newRow("old, not https") << "http://other.example/"
+                                    << "" << true << "";
+    QTest::newRow("old, a file") << "file:///bin/sh"
+                                 << "" << true << "";
+}
+
+/// The page that a failure offers to open.
+void tst_InplaceTrust::page_isTheSignedOne()
+{
+    QFETCH(QString, announced);
+    QFETCH(QString, signer);
+    QFETCH(bool, isOld);
+    TestRelease release = m_release;
+    release.isComplete = !isOld;
+    FileMap files = signedFiles(release, signer == QLatin1String("another") ? m_other : m_key);
+    release.page = announced;
+    files[UPDATE_DESCRIBE_FILENAME] = release.published().value(UPDATE_DESCRIBE_FILENAME);
+    for (auto file = files.cbegin(); file != files.cend(); ++file) {
+        WriteFile(m_stage->temporary.filePath(QStringLiteral("site/") + file.key()), *file);
+    }
+    UpdateOptions options;
+    if (!signer.isEmpty()) {
+        options.keys.resize(1);
+        QCOMPARE(ReadPublicKey(m_key.publicKey(), options.keys[0]), QString());
+    }
+    Candidate candidate;
+    (void)ReadCandidate(m_stage->temporary.filePath(QStringLiteral("site")), options, {},
+                        candidate); // a page that is refused may end it
+    QTEST(candidate.page, "page");
+}
+
 void tst_InplaceTrust::file_ofOtherBytes_endsAtTheVerification()
 {
     const QString path = QStringLiteral("Contents/MacOS/Sample");
@@ -205,6 +251,27 @@ void tst_InplaceTrust::number_installedOnce_isRemembered()
     QCOMPARE(run(), QStringLiteral("same-number"));
     publish(ManyKinds(4, 20));
     QCOMPARE(run(), QStringLiteral("updated"));
+}
+
+/// A former release that the user has dragged over the installed one lets in nothing older than
+/// that.
+void tst_InplaceTrust::bundle_replacedByAFormerOne_getsNoOlder()
+{
+    m_release = ManyKinds(3, 20);
+    publish(m_release);
+    QCOMPARE(run(), QStringLiteral("updated"));
+    QVERIFY(QDir(m_stage->install).removeRecursively());
+    LayNodes(m_stage->install, ManyKinds(1, 20).tree);
+    publish(ManyKinds(2, 20));
+    QCOMPARE(run(), QStringLiteral("older"));
+    QCOMPARE(m_stage->differences(ManyKinds(1, 20)), QString());
+    TestRelease other = m_release;
+    other.tree.insert(QStringLiteral("Contents/other"), File("of the same number"));
+    publish(other);
+    QCOMPARE(run(), QStringLiteral("same-number"));
+    publish(m_release);
+    QCOMPARE(run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(m_release), QString());
 }
 
 void tst_InplaceTrust::application_other_isRefused_data()

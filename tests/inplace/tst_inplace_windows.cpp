@@ -29,6 +29,8 @@ private slots:
     void ask_nothingNew_showsNothing();
     void failure_isShown_retryHelps();
     void failure_givenUp_startsTheHost();
+    void progress_endedByTheUser_isResumed_data();
+    void progress_endedByTheUser_isResumed();
     void failure_page_isOpened();
     void failure_atTheFolders_isShown();
     void signal_endsTheDialog();
@@ -160,6 +162,53 @@ void tst_InplaceWindows::failure_givenUp_startsTheHost()
     QVERIFY(program->waitForEnd());
     QCOMPARE(program->exitCode(), 1);
     QTRY_VERIFY(isHostStarted());
+}
+
+void tst_InplaceWindows::progress_endedByTheUser_isResumed_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::newRow("the button") << QString();
+    QTest::newRow("Escape") << "Escape";
+}
+
+void tst_InplaceWindows::progress_endedByTheUser_isResumed()
+{
+    QFETCH(QString, key);
+    const FileMap files = InplaceStage::newRelease().published();
+    const QString last = QStringLiteral("/1.1.0/z");
+    m_stage->serve([&](ScriptedConnection &connection, const QByteArray &request) {
+        if (RequestedPath(request) == last) {
+            connection.hang();
+            return;
+        }
+        ServeFiles(files)(connection, request);
+    });
+    const auto program = start({});
+    const QString window = m_desktop.waitForWindowOf(QStringLiteral("inplace_update"));
+    QVERIFY(!window.isEmpty());
+    QTRY_VERIFY(m_stage->requested().contains(last));
+    if (key.isEmpty()) {
+        m_desktop.click(window, QPoint(500, 322));
+    } else {
+        m_desktop.press(window, key);
+    }
+    QVERIFY(program->waitForEnd(10000));
+    QCOMPARE(program->exitCode(), 1);
+    QVERIFY(program->errors().contains("已取消"));
+    QCOMPARE(m_stage->differences(InplaceStage::oldRelease()), QString());
+    QTRY_VERIFY(isHostStarted());
+
+    const QStringList before = m_stage->requested();
+    m_stage->publish(InplaceStage::newRelease());
+    QCOMPARE(m_stage->run(), QStringLiteral("updated"));
+    QCOMPARE(m_stage->differences(InplaceStage::newRelease()), QString());
+    QStringList after = m_stage->requested();
+    QVERIFY(before.size() > 3 && after.removeAll(last) == 1);
+    for (const QString &path : qAsConst(after)) { // the others were there
+        QVERIFY2(path.endsWith(QLatin1String("update.json")) ||
+                     path.endsWith(QLatin1String("update_md5.info")),
+                 qPrintable(path));
+    }
 }
 
 void tst_InplaceWindows::failure_page_isOpened()

@@ -47,28 +47,28 @@ extern "C" int posix_spawn(pid_t *pid, const char *path, const posix_spawn_file_
     return error;
 }
 
-extern "C" int waitid(idtype_t type, id_t id, siginfo_t *info, int options)
+extern "C" int waitid(idtype_t idtype, id_t id, siginfo_t *infop, int options)
 {
     static const auto system = reinterpret_cast<decltype(&waitid)>(::dlsym(RTLD_NEXT, "waitid"));
-    const int result = system(type, id, info, options);
+    const int result = system(idtype, id, infop, options);
     Strike(SignalAtEnd);
     return result;
 }
 
-extern "C" pid_t waitpid(pid_t process, int *status, int options)
+extern "C" pid_t waitpid(pid_t pid, int *stat_loc, int options)
 {
     static const auto system = reinterpret_cast<decltype(&waitpid)>(::dlsym(RTLD_NEXT, "waitpid"));
-    const pid_t result = system(process, status, options);
+    const pid_t result = system(pid, stat_loc, options);
     IsGone = true;
     Strike(SignalAtReap);
     return result;
 }
 
-extern "C" int kill(pid_t process, int signal)
+extern "C" int kill(pid_t pid, int sig)
 {
     static const auto system = reinterpret_cast<decltype(&kill)>(::dlsym(RTLD_NEXT, "kill"));
     KillsOfTheGone += IsGone ? 1 : 0;
-    return system(process, signal);
+    return system(pid, sig);
 }
 
 /// Commands that are run in the shell, and the signals that reach them.

@@ -59,27 +59,27 @@ QProcessEnvironment Desktop::shownIn(QProcessEnvironment environment) const
     return environment;
 }
 
-QString Desktop::waitForWindow(const QString &title)
+QString Desktop::waitForWindow(const QString &title) const
 {
-    QString window;
-    (void)Await([&] {
-        window = find(title);
-        return !window.isEmpty();
-    });
-    return window;
+    return await(QStringLiteral("--name"), title);
 }
 
-bool Desktop::waitForNoWindow(const QString &title)
+QString Desktop::waitForWindowOf(const QString &program) const
+{
+    return await(QStringLiteral("--class"), program);
+}
+
+bool Desktop::waitForNoWindow(const QString &title) const
 {
     return Await([&] { return !hasWindow(title); });
 }
 
-bool Desktop::hasWindow(const QString &title)
+bool Desktop::hasWindow(const QString &title) const
 {
-    return !find(title).isEmpty();
+    return !find(QStringLiteral("--name"), title).isEmpty();
 }
 
-QRect Desktop::geometry(const QString &window)
+QRect Desktop::geometry(const QString &window) const
 {
     const QString text = QString::fromLatin1(
         xdotool({QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), window}));
@@ -90,20 +90,20 @@ QRect Desktop::geometry(const QString &window)
     return {number("\\bX"), number("\\bY"), number("WIDTH"), number("HEIGHT")};
 }
 
-void Desktop::click(const QString &window, QPoint position)
+void Desktop::click(const QString &window, QPoint position) const
 {
     xdotool({QStringLiteral("mousemove"), QStringLiteral("--window"), window,
              QString::number(position.x()), QString::number(position.y()), QStringLiteral("click"),
              QStringLiteral("1")});
 }
 
-void Desktop::press(const QString &window, const QString &key)
+void Desktop::press(const QString &window, const QString &key) const
 {
     xdotool({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window, QStringLiteral("key"),
              key});
 }
 
-bool Desktop::close(const QString &window)
+bool Desktop::close(const QString &window) const
 {
     QProcess tool;
     tool.setProcessEnvironment(shownIn(QProcessEnvironment::systemEnvironment()));
@@ -111,7 +111,7 @@ bool Desktop::close(const QString &window)
     return tool.waitForFinished(PatienceMs) && tool.exitCode() == 0;
 }
 
-bool Desktop::screenshot(const QString &path)
+bool Desktop::screenshot(const QString &path) const
 {
     return QProcess::execute(QStringLiteral("import"),
                              {QStringLiteral("-display"), m_display, QStringLiteral("-window"),
@@ -129,7 +129,7 @@ void Desktop::tellDensity(int dpi) const
          QStringLiteral("RESOURCE_MANAGER"), QStringLiteral("Xft.dpi:\t%1\n").arg(dpi)});
 }
 
-QByteArray Desktop::xdotool(const QStringList &arguments)
+QByteArray Desktop::xdotool(const QStringList &arguments) const
 {
     QProcess tool;
     tool.setProcessEnvironment(shownIn(QProcessEnvironment::systemEnvironment()));
@@ -139,10 +139,19 @@ QByteArray Desktop::xdotool(const QStringList &arguments)
     return tool.readAllStandardOutput();
 }
 
-QString Desktop::find(const QString &title)
+QString Desktop::find(const QString &property, const QString &value) const
 {
-    const QByteArray windows =
-        xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                 QStringLiteral("--name"), QStringLiteral("^%1$").arg(title)});
+    const QByteArray windows = xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                        property, QStringLiteral("^%1$").arg(value)});
     return QString::fromLatin1(windows).section(QLatin1Char('\n'), 0, 0);
+}
+
+QString Desktop::await(const QString &property, const QString &value) const
+{
+    QString window;
+    (void)Await([&] {
+        window = find(property, value);
+        return !window.isEmpty();
+    });
+    return window;
 }
