@@ -54,9 +54,9 @@ Takeover TakeoverOf(const RunParts &parts, bool isBundle)
     return takeover;
 }
 
-Problem MakeDurable(const Layout &layout)
+Problem MakeDurable(const Layout &layout, const std::vector<QByteArray> &paths)
 {
-    QString reason = SyncTree(layout.next);
+    QString reason = SyncTree(layout.next, paths);
     if (reason.isEmpty() && !SyncFolder(layout.parent)) {
         reason = QStringLiteral("%1: %2").arg(layout.parent, SystemError());
     }

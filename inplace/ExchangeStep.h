@@ -13,7 +13,9 @@
 Takeover TakeoverOf(const RunParts &parts, bool isBundle);
 
 /// Waits until the new tree and its name will survive a power loss.
-Problem MakeDurable(const Layout &layout);
+///
+/// \a paths  its files and folders that may not be on the disk yet.
+Problem MakeDurable(const Layout &layout, const std::vector<QByteArray> &paths);
 
 /// Exchanges the new tree, which must be durable, for the installation.
 ///

@@ -66,7 +66,7 @@ Outcome BuildAndUse(const RunParts &parts, NewTree &tree)
             RemoveLeftovers(parts.layout);
             return OutcomeOf(parts.candidate, End::UpToDate, QObject::tr("没有需要修复的文件"));
         }
-        problem = MakeDurable(parts.layout);
+        problem = MakeDurable(parts.layout, tree.unwritten());
         if (problem) {
             return OutcomeOf(parts.candidate, problem);
         }

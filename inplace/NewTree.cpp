@@ -4,34 +4,22 @@
 #include "inplace/NewTree.h"
 
 #include "app/FileNames.h"
-#include "inplace/FileCopy.h"
 #include "inplace/Preconditions.h"
 #include "inplace/Staging.h"
 #include "inplace/TreeBuild.h"
+#include "inplace/TreeChange.h"
 #include "inplace/TreeSettle.h"
 #include "inplace/TreeVerify.h"
 #include "inplace/Worker.h"
 #include "release/DurableFile.h"
+#include "release/FileCalls.h"
 
 #include <QFile>
 #include <QObject>
 
-#include <algorithm>
 #include <unistd.h>
 
 namespace {
-
-/// Whether nothing was added, removed or replaced.
-bool IsSameTree(const TreeEntries &one, const TreeEntries &other)
-{
-    return std::equal(one.cbegin(), one.cend(), other.cbegin(), other.cend(),
-                      [](const TreeEntry &left, const TreeEntry &right) {
-                          return left.path == right.path && left.kind == right.kind &&
-                                 left.about.st_ino == right.about.st_ino &&
-                                 left.about.st_mode == right.about.st_mode &&
-                                 left.target == right.target;
-                      });
-}
 
 /// Whether the volume finds one entry under both paths.
 bool IsSameEntry(const QByteArray &one, const QByteArray &other)
@@ -170,17 +158,22 @@ Problem NewTree::putManifest() const
 
 bool NewTree::isCurrent() const
 {
-    const QByteArray install = QFile::encodeName(m_layout.install);
-    const QByteArray next = QFile::encodeName(m_layout.next);
-    TreeEntries now;
-    if (!ListTree(install, now).isEmpty() || !IsSameTree(m_there, now)) {
-        return false;
+    return IsUnchangedSince({QFile::encodeName(m_layout.next), m_plan, m_hashed,
+                             QFile::encodeName(m_layout.install), m_there});
+}
+
+std::vector<QByteArray> NewTree::unwritten() const
+{
+    std::vector<QByteArray> paths;
+    for (const PlannedEntry &entry : m_plan) {
+        const bool isShared = WritesVolumes && entry.file && entry.there &&
+                              m_hashed.isShared(entry.path, entry.there->about);
+        const bool isKind = entry.kind == EntryKind::File || entry.kind == EntryKind::Folder;
+        if (isKind && !isShared) {
+            paths.push_back(entry.path);
+        }
     }
-    // Where files cannot be linked, the user may have changed one since it was copied.
-    return std::all_of(m_plan.cbegin(), m_plan.cend(), [&](const PlannedEntry &entry) {
-        return entry.from != PlannedEntry::From::User || entry.kind != EntryKind::File ||
-               IsUpToDate(next + '/' + entry.path, install + '/' + entry.path);
-    });
+    return paths;
 }
 
 bool NewTree::isAsInstalled()

@@ -27,6 +27,10 @@ public:
     /// from.
     bool isCurrent() const;
 
+    /// The paths of the files and folders that may not be on the disk yet. Files that the
+    /// installation has too are, once the volume is written.
+    std::vector<QByteArray> unwritten() const;
+
     /// Whether the installation equals the tree, file by file.
     bool isAsInstalled();
 

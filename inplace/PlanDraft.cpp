@@ -23,7 +23,8 @@ PlannedEntry &PlanDraft::add(const QByteArray &path, EntryKind kind, const TreeE
         entry.user = around.user;
         entry.group = around.group;
     }
-    return m_entries[path] = entry;
+    // A release is sorted, so most entries come last.
+    return m_entries.insert_or_assign(m_entries.end(), path, entry)->second;
 }
 
 PlannedEntry *PlanDraft::find(const QByteArray &path)

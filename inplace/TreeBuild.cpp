@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -163,10 +164,11 @@ Problem TreeBuild::makeFolders() const
     return {};
 }
 
-/// Reads placed files and removes those that are not right; the others are no longer missing.
-Problem TreeBuild::keepRight(const std::vector<const PlannedEntry *> &placed)
+/// Places and reads files, and removes those that are not right; the others are no longer missing.
+Problem TreeBuild::keepRight(const std::vector<const PlannedEntry *> &files,
+                             const PlaceFileMaker &placer)
 {
-    const std::vector<const PlannedEntry *> wrong = WrongFiles(m_root, placed, m_hashed);
+    const std::vector<const PlannedEntry *> wrong = WrongFiles(m_root, files, m_hashed, placer);
     if (StopSignals::isWanted()) {
         return CancelledProblem();
     }
@@ -200,20 +202,14 @@ Problem TreeBuild::takeFrom(const QByteArray &source, Take take)
 
 Problem TreeBuild::put(const QByteArray &source, Take take, const MayBeThere &mayBeThere)
 {
-    FolderChain from(source);
-    FolderChain to(m_root);
-    if (from.open({}) < 0) {
+    if (FolderChain(source).open({}) < 0) {
         return {}; // it contains nothing
     }
-    std::vector<const PlannedEntry *> placed;
-    for (const PlannedEntry *entry : m_missing) {
-        if (StopSignals::isWanted()) {
-            return CancelledProblem();
-        }
-        // A real obstacle shows when the file is fetched.
-        if (mayBeThere(from, *entry) && Place(from, to, *entry, take)) {
-            placed.push_back(entry);
-        }
-    }
-    return keepRight(placed);
+    return keepRight(m_missing, [&]() -> PlaceFile {
+        const auto from = std::make_shared<FolderChain>(source);
+        return [&mayBeThere, take, from](FolderChain &tree, const PlannedEntry &entry) {
+            // A real obstacle shows when the file is fetched.
+            return mayBeThere(*from, entry) && Place(*from, tree, entry, take);
+        };
+    });
 }

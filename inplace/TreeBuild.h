@@ -52,7 +52,8 @@ private:
     Problem makeRoot() const;
     Problem prune();
     Problem makeFolders() const;
-    Problem keepRight(const std::vector<const PlannedEntry *> &placed);
+    Problem keepRight(const std::vector<const PlannedEntry *> &files,
+                      const PlaceFileMaker &placer = {});
     Problem put(const QByteArray &source, Take take, const MayBeThere &mayBeThere);
 
     const QByteArray m_root;

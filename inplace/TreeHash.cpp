@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr int MostPlacing = 8; // each one has the folders of two trees open
+
 bool IsSame(const timespec &one, const timespec &other)
 {
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
@@ -30,15 +32,26 @@ bool IsRight(int folder, const QByteArray &name, const ManifestFile &file, struc
            static_cast<quint64>(about.st_size) == file.size && HasContent(open.number(), file);
 }
 
+int ThreadsFor(std::size_t files, bool arePlaced)
+{
+    const int threads = files > 1 ? QThread::idealThreadCount() : 0;
+    return arePlaced ? qMin(threads, MostPlacing) : threads;
+}
+
 } // namespace
 
 bool HashedFiles::isKnown(const QByteArray &path, const struct stat &about) const
 {
     const struct stat *const known = find(path);
-    return known && known->st_dev == about.st_dev && known->st_ino == about.st_ino &&
-           known->st_size == about.st_size &&
+    return isShared(path, about) && known->st_size == about.st_size &&
            IsSame(ModificationTime(*known), ModificationTime(about)) &&
            IsSame(ChangeTime(*known), ChangeTime(about));
+}
+
+bool HashedFiles::isShared(const QByteArray &path, const struct stat &other) const
+{
+    const struct stat *const known = find(path);
+    return known && known->st_dev == other.st_dev && known->st_ino == other.st_ino;
 }
 
 const struct stat *HashedFiles::find(const QByteArray &path) const
@@ -54,9 +67,10 @@ void HashedFiles::remember(const QByteArray &path, const struct stat &about)
 
 std::vector<const PlannedEntry *> WrongFiles(const QByteArray &root,
                                              const std::vector<const PlannedEntry *> &entries,
-                                             HashedFiles &right)
+                                             HashedFiles &right, const PlaceFileMaker &placer)
 {
     struct Result {
+        bool isThere = false;
         bool isRight = false;
         struct stat about = {};
     };
@@ -64,23 +78,25 @@ std::vector<const PlannedEntry *> WrongFiles(const QByteArray &root,
     Tickets tickets(static_cast<int>(entries.size()));
     const auto work = [&] {
         FolderChain chain(root);
+        const PlaceFile place = placer ? placer() : PlaceFile();
         for (int ticket = tickets.take(); ticket >= 0 && !StopSignals::isWanted();
              ticket = tickets.take()) {
             const PlannedEntry &entry = *entries[static_cast<std::size_t>(ticket)];
             Result &result = results[static_cast<std::size_t>(ticket)];
-            const int folder = chain.openParent(entry.path);
+            result.isThere = !place || place(chain, entry);
+            const int folder = result.isThere ? chain.openParent(entry.path) : -1;
             result.isRight =
                 folder >= 0 && IsRight(folder, NameOf(entry.path), *entry.file, result.about);
         }
     };
-    RunWorkers(entries.size() > 1 ? QThread::idealThreadCount() : 0, work, [] {});
+    RunWorkers(ThreadsFor(entries.size(), placer != nullptr), work, [] {});
 
     std::vector<const PlannedEntry *> wrong;
     for (std::size_t index = 0; index < entries.size(); ++index) {
-        if (!results[index].isRight) {
-            wrong.push_back(entries[index]);
-        } else {
+        if (results[index].isRight) {
             right.remember(entries[index]->path, results[index].about);
+        } else if (results[index].isThere) {
+            wrong.push_back(entries[index]);
         }
     }
     return wrong;

@@ -3,10 +3,13 @@
 
 #include "inplace/TreeList.h"
 
+#include "inplace/FolderChain.h"
 #include "release/SystemCalls.h"
+#include "release/Workers.h"
 
 #include <QFile>
 #include <QObject>
+#include <QThread>
 
 #include <algorithm>
 #include <array>
@@ -16,6 +19,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
+#include <mutex>
 #include <unistd.h>
 
 namespace {
@@ -24,15 +28,15 @@ struct FolderCloser {
     void operator()(DIR *folder) const { (void)::closedir(folder); }
 };
 
-EntryKind KindOf(const struct stat &about)
+EntryKind KindOf(mode_t mode)
 {
-    if (S_ISREG(about.st_mode)) {
+    if (S_ISREG(mode)) {
         return EntryKind::File;
     }
-    if (S_ISDIR(about.st_mode)) {
+    if (S_ISDIR(mode)) {
         return EntryKind::Folder;
     }
-    return S_ISLNK(about.st_mode) ? EntryKind::Link : EntryKind::Other;
+    return S_ISLNK(mode) ? EntryKind::Link : EntryKind::Other;
 }
 
 bool IsDots(const char *name)
@@ -40,9 +44,15 @@ bool IsDots(const char *name)
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
+/// Whether an entry has disappeared: a running application's own files may, at any time.
+bool HasGone()
+{
+    return errno == ENOENT || errno == ENOTDIR;
+}
+
 class Lister {
 public:
-    explicit Lister(TreeEntries &entries) : m_entries(entries) {}
+    explicit Lister(TreeNames &names) : m_names(names) {}
 
     /// Lists the open folder and closes it. False with the reason in errno; then bad() is the path
     /// that cannot be read.
@@ -51,9 +61,9 @@ public:
 
 private:
     /// False with the reason in errno.
-    bool add(int folder, const char *name, const QByteArray &path);
+    bool add(int folder, const dirent &found, const QByteArray &path);
 
-    TreeEntries &m_entries;
+    TreeNames &m_names;
     QByteArray m_bad;
 };
 
@@ -66,9 +76,7 @@ bool Lister::list(int handle, const QByteArray &prefix)
     }
     errno = 0;
     while (const dirent *found = ::readdir(folder.get())) {
-        // A running application's own files may disappear meanwhile.
-        if (!IsDots(found->d_name) && !add(handle, found->d_name, prefix + found->d_name) &&
-            errno != ENOENT) {
+        if (!IsDots(found->d_name) && !add(handle, *found, prefix + found->d_name) && !HasGone()) {
             return false;
         }
         errno = 0;
@@ -76,47 +84,114 @@ bool Lister::list(int handle, const QByteArray &prefix)
     return errno == 0;
 }
 
-bool Lister::add(int folder, const char *name, const QByteArray &path)
+bool Lister::add(int folder, const dirent &found, const QByteArray &path)
 {
-    TreeEntry entry;
-    entry.path = path;
     m_bad = path;
-    if (::fstatat(folder, name, &entry.about, AT_SYMLINK_NOFOLLOW) != 0) {
-        return false;
-    }
-    entry.kind = KindOf(entry.about);
-    if (entry.kind == EntryKind::Link) {
-        std::array<char, PATH_MAX> target{};
-        const ssize_t length = ::readlinkat(folder, name, target.data(), target.size());
-        if (length < 0) {
+    mode_t type = DTTOIF(found.d_type);
+    if (found.d_type == DT_UNKNOWN) { // a volume that does not tell
+        struct stat about {};
+        if (::fstatat(folder, found.d_name, &about, AT_SYMLINK_NOFOLLOW) != 0) {
             return false;
         }
-        entry.target = QByteArray(target.data(), static_cast<int>(length));
+        type = about.st_mode;
     }
-    const bool isFolder = entry.kind == EntryKind::Folder;
-    m_entries.push_back(std::move(entry));
-    if (!isFolder) {
+    const EntryKind kind = KindOf(type);
+    m_names.push_back({path, kind, found.d_ino});
+    if (kind != EntryKind::Folder) {
         return true;
     }
-    const int below = ::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    const int below =
+        ::openat(folder, found.d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     return below >= 0 && list(below, path + '/');
+}
+
+QString ListProblem(const QByteArray &root, const QByteArray &path)
+{
+    const QString reason = SystemError();
+    return QObject::tr("%1无法读取:%2").arg(QFile::decodeName(root + '/' + path), reason);
+}
+
+/// Asks for all entries with all processors; those that have gone become paths without text.
+/// Returns why that cannot be done, or empty text.
+QString LookAtAll(const QByteArray &root, TreeEntries &entries)
+{
+    constexpr std::size_t AtOnce = 64;
+    Tickets tickets(static_cast<int>((entries.size() + AtOnce - 1) / AtOnce));
+    std::mutex mutex;
+    QString problem;
+    const auto work = [&] {
+        FolderChain chain(root);
+        for (int ticket = tickets.take(); ticket >= 0; ticket = tickets.take()) {
+            const std::size_t begin = static_cast<std::size_t>(ticket) * AtOnce;
+            const std::size_t end = std::min(begin + AtOnce, entries.size());
+            for (std::size_t index = begin; index < end; ++index) {
+                if (LookAt(chain, entries[index])) {
+                    continue;
+                }
+                if (!HasGone()) {
+                    const std::lock_guard<std::mutex> lock(mutex);
+                    problem = ListProblem(root, entries[index].path);
+                    tickets.stop();
+                }
+                entries[index].path.clear();
+            }
+        }
+    };
+    RunWorkers(entries.size() > AtOnce ? QThread::idealThreadCount() : 0, work, [] {});
+    return problem;
 }
 
 } // namespace
 
+QString ListNames(const QByteArray &root, TreeNames &names)
+{
+    names.clear();
+    const int handle = ::open(root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    Lister lister(names);
+    if (!lister.list(handle, {})) {
+        return ListProblem(root, lister.bad());
+    }
+    std::sort(names.begin(), names.end(),
+              [](const TreeName &one, const TreeName &other) { return one.path < other.path; });
+    return {};
+}
+
 QString ListTree(const QByteArray &root, TreeEntries &entries)
 {
     entries.clear();
-    const int handle = ::open(root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    Lister lister(entries);
-    if (!lister.list(handle, {})) {
-        const QString reason = SystemError();
-        return QObject::tr("%1无法读取:%2")
-            .arg(QFile::decodeName(root + '/' + lister.bad()), reason);
+    TreeNames names;
+    QString reason = ListNames(root, names);
+    if (!reason.isEmpty()) {
+        return reason;
     }
-    std::sort(entries.begin(), entries.end(),
-              [](const TreeEntry &one, const TreeEntry &other) { return one.path < other.path; });
-    return {};
+    entries.resize(names.size());
+    for (std::size_t index = 0; index < names.size(); ++index) {
+        entries[index].path = names[index].path;
+    }
+    reason = LookAtAll(root, entries);
+    entries.erase(std::remove_if(entries.begin(), entries.end(),
+                                 [](const TreeEntry &entry) { return entry.path.isEmpty(); }),
+                  entries.end());
+    return reason;
+}
+
+bool LookAt(FolderChain &tree, TreeEntry &entry)
+{
+    const QByteArray name = NameOf(entry.path);
+    const int folder = tree.openParent(entry.path);
+    if (folder < 0 || ::fstatat(folder, name.constData(), &entry.about, AT_SYMLINK_NOFOLLOW) != 0) {
+        return false;
+    }
+    entry.kind = KindOf(entry.about.st_mode);
+    if (entry.kind != EntryKind::Link) {
+        return true;
+    }
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = ::readlinkat(folder, name.constData(), target.data(), target.size());
+    if (length >= 0) {
+        entry.target = QByteArray(target.data(), static_cast<int>(length));
+    }
+    return length >= 0;
 }
 
 const TreeEntry *FindEntry(const TreeEntries &entries, const QByteArray &path)

@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <vector>
 
+class FolderChain;
+
 /// The kind of an entry.
 enum class EntryKind { File, Folder, Link, Other };
 
@@ -22,11 +24,27 @@ struct TreeEntry {
 
 using TreeEntries = std::vector<TreeEntry>;
 
+/// What a folder tells of an entry without asking for the entry itself.
+struct TreeName {
+    QByteArray path; ///< as in TreeEntry
+    EntryKind kind = EntryKind::Other;
+    ino_t inode = 0; ///< on some volumes another number than st_ino, which then says nothing
+};
+
+using TreeNames = std::vector<TreeName>;
+
+/// Lists the names of everything below \a root, far faster than ListTree() and otherwise as it.
+QString ListNames(const QByteArray &root, TreeNames &names);
+
 /// Lists everything below \a root, sorted by the bytes of the paths, so that a folder comes before
 /// what is in it. Follows no link.
 ///
 /// Returns why that cannot be done, or empty text. Callable on any thread.
 QString ListTree(const QByteArray &root, TreeEntries &entries);
+
+/// Asks the disk for the entry at \a entry.path, and fills in the rest. Follows no link below the
+/// root of \a tree. False with the reason in errno.
+bool LookAt(FolderChain &tree, TreeEntry &entry);
 
 /// Returns the entry at \a path, or null.
 const TreeEntry *FindEntry(const TreeEntries &entries, const QByteArray &path);

@@ -53,7 +53,7 @@ Outcome RebuildFormer(const RunParts &parts)
     NewTree tree(parts);
     Problem problem = tree.make(NewTree::Source::Previous);
     if (!problem) {
-        problem = MakeDurable(parts.layout);
+        problem = MakeDurable(parts.layout, tree.unwritten());
     }
     return problem ? OutcomeOf(parts.candidate, problem) : GoBack(parts, tree.isBundle());
 }

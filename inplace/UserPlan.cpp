@@ -9,6 +9,8 @@
 
 #include <QSet>
 
+#include <algorithm>
+
 namespace {
 
 /// All paths of a release: those it lists, and the folders above them.
@@ -44,6 +46,7 @@ public:
 
 private:
     static ReleaseSpelling::IsSame SameNames(const PlanSources &sources);
+    std::vector<const TreeEntry *> otherEntries() const;
     bool isTaken(const QByteArray &path) const;
     void addUser(const TreeEntry &entry, const QByteArray &path);
     void addFormerFolders(const TreeEntry &entry, const QByteArray &path);
@@ -69,22 +72,40 @@ void UserPlanner::plan()
     if (!m_sources.installed && m_sources.isBundle) {
         return;
     }
-    const QSet<QByteArray> known =
-        m_sources.installed ? PathsOf(*m_sources.installed) : QSet<QByteArray>();
+    const std::vector<const TreeEntry *> others = otherEntries();
+    if (others.empty()) {
+        return;
+    }
     for (const auto &[path, entry] : m_draft.entries()) {
         m_spelling.add(path);
     }
     m_spelling.add(LOCAL_MD5_FILENAME.toUtf8());
     m_spelling.add(SIGNATURE_FILENAME.toUtf8());
-    for (const TreeEntry &entry : m_sources.there) {
-        if (known.contains(entry.path)) {
-            continue;
-        }
-        const QByteArray path = m_spelling.of(entry.path);
+    for (const TreeEntry *entry : others) {
+        const QByteArray path = m_spelling.of(entry->path);
         if (!IsManifestName(path) && !isTaken(path)) {
-            addUser(entry, path);
+            addUser(*entry, path);
         }
     }
+}
+
+/// What neither the release nor the installed one has, as it is spelled.
+std::vector<const TreeEntry *> UserPlanner::otherEntries() const
+{
+    std::vector<const TreeEntry *> others;
+    for (const TreeEntry &entry : m_sources.there) {
+        if (!IsManifestName(entry.path) && !m_draft.find(entry.path)) {
+            others.push_back(&entry);
+        }
+    }
+    if (m_sources.installed && !others.empty()) {
+        const QSet<QByteArray> known = PathsOf(*m_sources.installed);
+        const auto isKnown = [&known](const TreeEntry *entry) {
+            return known.contains(entry->path);
+        };
+        others.erase(std::remove_if(others.begin(), others.end(), isKnown), others.end());
+    }
+    return others;
 }
 
 /// Whether the release has this path, or something other than a folder above it.

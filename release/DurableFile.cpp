@@ -6,16 +6,16 @@
 #include "release/Descriptor.h"
 #include "release/FileCalls.h"
 #include "release/SystemCalls.h"
+#include "release/Workers.h"
 
 #include <QFileInfo>
+#include <QThread>
 
 #include <cerrno>
 #include <fcntl.h>
-#include <filesystem>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -24,6 +24,11 @@ constexpr mode_t WhileWriting = 0600;
 QString WriteReason(const QString &path)
 {
     return QStringLiteral("\"%1\" cannot be written: %2").arg(path, SystemError());
+}
+
+QString SyncReason(const QString &path)
+{
+    return QStringLiteral("\"%1\" cannot be synced: %2").arg(path, SystemError());
 }
 
 /// Returns whether the \a sync of a folder succeeded or was not needed.
@@ -51,24 +56,43 @@ bool WriteScratch(const char *scratch, const QByteArray &content, int mode)
            SyncThroughDisk(file.number()) && file.close();
 }
 
-/// Syncs one entry of a tree, of whatever type.
-bool SyncEntry(const fs::directory_entry &entry)
+/// Syncs one file or folder of a tree.
+bool SyncEntry(int tree, const QByteArray &path)
 {
-    std::error_code error;
-    // What the folder tells of its entries is asked, which spares a call for each of them.
-    const bool isLink = entry.is_symlink(error);
-    const bool isFolder = !error && !isLink && entry.is_directory(error);
-    const bool isFile = !error && !isLink && !isFolder && entry.is_regular_file(error);
-    if (error) {
-        errno = error.value();
-        return false;
-    }
-    if (!isFolder && !isFile) {
-        return true; // a link is synced with its folder
-    }
     const Descriptor here(
-        OpenToSync(entry.path().c_str(), O_NOFOLLOW | (isFolder ? O_DIRECTORY : 0)));
-    return here.isOpen() && (SyncInTree(here.number()) || (isFolder && IsFolderSynced(false)));
+        ::openat(tree, path.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+    if (!here.isOpen()) {
+        return errno == ENOENT;
+    }
+    if (SyncInTree(here.number())) {
+        return true;
+    }
+    const int error = errno;
+    struct stat about {};
+    const bool isFolder = ::fstat(here.number(), &about) == 0 && S_ISDIR(about.st_mode);
+    errno = error;
+    return IsFolderSynced(false) && isFolder;
+}
+
+/// Syncs the entries of a tree with all processors. Returns why one cannot be synced, or empty
+/// text.
+QString SyncEntries(const QString &folder, int tree, const std::vector<QByteArray> &paths)
+{
+    Tickets tickets(static_cast<int>(paths.size()));
+    std::mutex mutex;
+    QString reason;
+    const auto work = [&] {
+        for (int ticket = tickets.take(); ticket >= 0; ticket = tickets.take()) {
+            const QByteArray &path = paths[static_cast<std::size_t>(ticket)];
+            if (!SyncEntry(tree, path)) {
+                const std::lock_guard<std::mutex> lock(mutex);
+                reason = SyncReason(folder + QLatin1Char('/') + QFile::decodeName(path));
+                tickets.stop();
+            }
+        }
+    };
+    RunWorkers(paths.size() > 1 ? QThread::idealThreadCount() : 0, work, [] {});
+    return reason;
 }
 
 } // namespace
@@ -102,30 +126,17 @@ bool SyncFolder(const QString &path)
     return folder.isOpen() && IsFolderSynced(SyncThroughDisk(folder.number()));
 }
 
-QString SyncTree(const QString &folder)
+QString SyncTree(const QString &folder, const std::vector<QByteArray> &paths)
 {
-    const auto reason = [](const QString &path, const QString &error) {
-        return QStringLiteral("\"%1\" cannot be synced: %2").arg(path, error);
-    };
     const Descriptor top(OpenToSync(QFile::encodeName(folder).constData(), O_DIRECTORY));
-    if (!top.isOpen()) {
-        return reason(folder, SystemError());
+    // Earlier write errors are only reported entry by entry.
+    if (!top.isOpen() || !SyncVolume(top.number())) {
+        return SyncReason(folder);
     }
-    // Earlier write errors are only reported file by file, below.
-    if (!SyncVolume(top.number())) {
-        return reason(folder, SystemError());
-    }
-    std::error_code error;
-    fs::recursive_directory_iterator at(QFile::encodeName(folder).toStdString(), error);
-    for (; !error && at != fs::recursive_directory_iterator(); at.increment(error)) {
-        if (!SyncEntry(*at)) {
-            return reason(QFile::decodeName(at->path().c_str()), SystemError());
-        }
-    }
-    if (error) {
-        return reason(folder, QString::fromStdString(error.message()));
+    const QString reason = SyncEntries(folder, top.number(), paths);
+    if (!reason.isEmpty()) {
+        return reason;
     }
     // This last sync empties the disk's cache for all of them.
-    return IsFolderSynced(SyncThroughDisk(top.number())) ? QString()
-                                                         : reason(folder, SystemError());
+    return IsFolderSynced(SyncThroughDisk(top.number())) ? QString() : SyncReason(folder);
 }

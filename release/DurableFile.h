@@ -6,6 +6,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <vector>
+
 /// \file
 /// Files and names that survive a power loss. Nothing here is buffered: success means that the
 /// system has confirmed it. Callable on any thread.
@@ -33,8 +35,12 @@ bool SyncFile(const QString &path);
 /// folder. Returns whether that succeeded; SystemError() says why not.
 bool SyncFolder(const QString &path);
 
-/// Waits until all files, links and folders below \a folder, and the folder itself, will survive a
-/// power loss. Does not follow links, and does not wait for the folder's own name.
+/// Waits until a tree will survive a power loss: the files and folders of \a paths, and \a folder
+/// itself, but not its own name. A link is synced with its folder.
 ///
+/// \a paths  relative, as the system takes them; none is a link, and those that are not there are
+///           passed over. Where the system can write a whole
+///           volume, everything else in the tree is written too; only an earlier failure to write
+///           it is then not noticed.
 /// Returns why that failed, naming what could not be synced, or empty text.
-QString SyncTree(const QString &folder);
+QString SyncTree(const QString &folder, const std::vector<QByteArray> &paths);

@@ -16,6 +16,9 @@
 /// too.
 bool SyncThroughDisk(int descriptor);
 
+/// Whether SyncVolume() does something on this system.
+extern const bool WritesVolumes;
+
 /// Writes a whole volume at once if the system can, which is far faster than file by file.
 ///
 /// \a descriptor  anything open on the volume.

@@ -14,6 +14,8 @@ bool SyncThroughDisk(int descriptor)
     return ::fsync(descriptor) == 0;
 }
 
+const bool WritesVolumes = true;
+
 bool SyncVolume(int descriptor)
 {
     return ::syncfs(descriptor) == 0;

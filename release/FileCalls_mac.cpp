@@ -13,6 +13,8 @@ bool SyncThroughDisk(int descriptor)
     return ::fcntl(descriptor, F_FULLFSYNC) == 0 || ::fsync(descriptor) == 0;
 }
 
+const bool WritesVolumes = false;
+
 bool SyncVolume(int)
 {
     return true;

@@ -276,7 +276,8 @@ void tst_InplaceProgram::server_textOfItsOwn_isMadeHarmless()
     QCOMPARE(m_stage->run(), QStringLiteral("description"));
     for (const QByteArray &said : {m_stage->program().output(), m_stage->program().errors()}) {
         QVERIFY(said.size() < 10000);
-        QVERIFY(!said.contains('\x1b') && !said.contains("\\u001b") && !said.contains("\u202e"));
+        QVERIFY(!said.contains('\x1b') && !said.contains("\\u001b") &&
+                !said.contains("\xE2\x80\xAE"));
     }
 }
 

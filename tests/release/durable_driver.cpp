@@ -9,8 +9,8 @@
 
 #include <cstdio>
 
-/// durable_driver write PATH SCRATCH CONTENT, sync FOLDER, or digest FILE: makes one call and
-/// prints its result.
+/// durable_driver write PATH SCRATCH CONTENT, sync FOLDER PATH..., or digest FILE: makes one call
+/// and prints its result.
 int main(int argc, char *argv[])
 {
     QStringList arguments;
@@ -22,7 +22,11 @@ int main(int argc, char *argv[])
         reason =
             WriteDurably(arguments.value(1), arguments.value(2), arguments.value(3).toUtf8(), 0644);
     } else if (arguments.value(0) == QLatin1String("sync")) {
-        reason = SyncTree(arguments.value(1));
+        std::vector<QByteArray> paths;
+        for (const QString &path : arguments.mid(2)) {
+            paths.push_back(QFile::encodeName(path));
+        }
+        reason = SyncTree(arguments.value(1), paths);
     } else if (arguments.value(0) == QLatin1String("digest")) {
         FileDigests digests;
         reason = ReadDigests(arguments.value(1), DigestKinds::Sha256AndMd5, digests);

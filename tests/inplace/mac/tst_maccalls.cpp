@@ -112,6 +112,7 @@ void tst_MacCalls::syncThroughDisk_volumeKnowsNoFullSync_syncsAsUsual()
 void tst_MacCalls::syncInTree_file_leavesTheDiskItsCache()
 {
     const Files files;
+    QVERIFY(!WritesVolumes);
     QVERIFY(SyncVolume(files.from.handle()));
     QVERIFY(SyncInTree(files.from.handle()));
     QCOMPARE(MacCalls::it().fullSyncs, 0);
