@@ -33,6 +33,8 @@ private slots:
     static void readManifest_links_areFollowedAsAFileSystemDoes();
     static void readManifest_chainOfLinks_mayBe32Long();
     static void readManifest_manyPaths_areAMillionAtMost();
+    static void readManifestHead_content_isReadUpToThePaths_data();
+    static void readManifestHead_content_isReadUpToThePaths();
     static void manifestRecord_file_isWhatTheParserGives();
     static void modeReason_mode_isAsExpected_data();
     static void modeReason_mode_isAsExpected();
@@ -611,6 +613,44 @@ void tst_ReleaseManifest::readManifest_manyPaths_areAMillionAtMost()
         folders += File(QByteArray::number(number + 1000) + QByteArray("/a").repeated(500));
     }
     QCOMPARE(Reason(folders), QString("line 4005: it has more than 1000000 folders"));
+}
+
+void tst_ReleaseManifest::readManifestHead_content_isReadUpToThePaths_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("isRead");
+    QTest::newRow("a release") << Head + File("a") + Link("l", "a") << true;
+    QTest::newRow("no more than the head") << Head << true;
+    QTest::newRow("an unknown line") << Head + "@later\tx\n" + File("a") << true;
+    QTest::newRow("a path that is refused") << Head + File("../a") << true;
+    QTest::newRow("nothing") << QByteArray() << false;
+    QTest::newRow("an old manifest") << Md5 + "\t1\ta\n" << false;
+    QTest::newRow("an unknown line that matters") << Head + "@!later\tx\n" + File("a") << false;
+    QTest::newRow("a number that is none") << QByteArray(Head).replace("3100025", "x") << false;
+    QTest::newRow("a folder outside") << QByteArray(Head).replace("\t3.10.25\t", "\t..\t") << false;
+    QTest::newRow("a page that is no address")
+        << QByteArray(Head).replace("https", "file") << false;
+    QTest::newRow("cut in its first line") << Head.left(12) << false;
+}
+
+void tst_ReleaseManifest::readManifestHead_content_isReadUpToThePaths()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(bool, isRead);
+    ReleaseManifest manifest;
+    manifest.files.resize(1); // of another one
+    QCOMPARE(ReadManifestHead(content, manifest), isRead);
+    if (!isRead) {
+        return;
+    }
+    QVERIFY(manifest.isComplete);
+    QCOMPARE(manifest.version, 3100025);
+    QCOMPARE(manifest.folder, QStringLiteral("3.10.25"));
+    QCOMPARE(manifest.versionString, QStringLiteral("3.10.25"));
+    QCOMPARE(manifest.application, QStringLiteral("com.example.sample"));
+    QCOMPARE(manifest.minVersion, 3000000);
+    QCOMPARE(manifest.page, QStringLiteral("https://www.example.com/"));
+    QVERIFY(manifest.files.empty() && manifest.links.empty() && manifest.folders.empty());
 }
 
 void tst_ReleaseManifest::manifestRecord_file_isWhatTheParserGives()
