@@ -13,6 +13,19 @@ FailingCalls::FailingCalls(QString folder, const QStringList &kinds)
 {
 }
 
+/// The options of a sanitizer, as a variable for a program with the library.
+static QString SanitizerOptions(const char *name)
+{
+    // It would make the folder of its reports too early for the library to take a call.
+    QStringList options = qEnvironmentVariable(name).split(QLatin1Char(':'));
+    options.erase(std::remove_if(options.begin(), options.end(),
+                                 [](const QString &option) {
+                                     return option.startsWith(QStringLiteral("log_path="));
+                                 }),
+                  options.end());
+    return QString::fromLatin1(name) + QLatin1Char('=') + options.join(QLatin1Char(':'));
+}
+
 QStringList FailingCalls::wrapper(int number, int error, bool isOnwards)
 {
     WriteFile(m_notes.filePath(QStringLiteral("count")), QByteArray(sizeof(long), '\0'));
@@ -20,11 +33,10 @@ QStringList FailingCalls::wrapper(int number, int error, bool isOnwards)
     const auto variable = [](const char *name, const QString &value) {
         return QString::fromLatin1(name) + QLatin1Char('=') + value;
     };
-    // The address sanitizer wants to be loaded first, but does not need it.
-    const QString asan = qEnvironmentVariable("ASAN_OPTIONS");
     return {QStringLiteral("env"),
-            variable("ASAN_OPTIONS", asan + QStringLiteral(":verify_asan_link_order=0")),
-            variable("LD_PRELOAD", QStringLiteral(FAILING_CALLS_LIBRARY " ") + m_library),
+            SanitizerOptions("ASAN_OPTIONS"),
+            SanitizerOptions("UBSAN_OPTIONS"),
+            variable("LD_PRELOAD", QStringLiteral(FAILING_CALLS_LIBRARY)),
             variable("FAILING_CALLS_FOLDER", m_notes.path()),
             variable("FAILING_CALLS_UNDER", m_folder),
             variable("FAILING_CALLS_KINDS", m_kinds),

@@ -28,6 +28,8 @@ report="log_path=$root/reports/report"
 # Data that Qt hands from one thread to another looks like a race, because QMutex is not instrumented. Such accesses
 # by library functions are ignored; our own locks and threads are not.
 tsan="ignore_interceptors_accesses=1:suppressions=$support/tsan.supp:print_suppressions=0"
+# The address sanitizer wants to be loaded first, but does not need it: some tests preload a library of theirs.
+asan="fast_unwind_on_malloc=0:verify_asan_link_order=0"
 env -i \
   PATH="$PATH" \
   HOME="$root/home" \
@@ -35,7 +37,7 @@ env -i \
   XDG_RUNTIME_DIR="$root/run" \
   LC_ALL=C.UTF-8 \
   QT_QPA_PLATFORM=offscreen \
-  ASAN_OPTIONS="${ASAN_OPTIONS-fast_unwind_on_malloc=0:$report}" \
+  ASAN_OPTIONS="${ASAN_OPTIONS-$asan:$report}" \
   LSAN_OPTIONS="${LSAN_OPTIONS-suppressions=$support/lsan.supp:print_suppressions=0}" \
   ${UPDATER_SEED:+UPDATER_SEED="$UPDATER_SEED"} \
   GCOV_ERROR_FILE="${GCOV_ERROR_FILE-}" \
