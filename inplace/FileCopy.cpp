@@ -10,7 +10,6 @@
 
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -62,13 +61,6 @@ bool CopyFile(int fromFolder, const char *name, int toFolder, const char *newNam
     return to.close();
 }
 
-bool CopyLink(int from, int to, const char *name)
-{
-    std::array<char, PATH_MAX> target{};
-    const ssize_t length = ::readlinkat(from, name, target.data(), target.size() - 1);
-    return length >= 0 && ::symlinkat(target.data(), to, name) == 0;
-}
-
 } // namespace
 
 bool PutEntry(int from, int to, const char *name)
@@ -85,9 +77,6 @@ bool PutEntry(int from, int to, const char *name)
     }
     if (S_ISREG(about.st_mode)) {
         return CopyFile(from, name, to, name, true);
-    }
-    if (S_ISLNK(about.st_mode)) {
-        return CopyLink(from, to, name);
     }
     errno = error;
     return false;

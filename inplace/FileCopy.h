@@ -6,12 +6,12 @@
 #include <QByteArray>
 
 /// \file
-/// Adds files and links to a second tree. Folders are open handles, names single components.
+/// Adds files to a second tree. Folders are open handles, names single components.
 /// A false result leaves the reason in errno. Callable on any thread.
 
-/// Puts the regular file, link or special file \a name of the folder \a from into the folder \a to
-/// under the same name, which must be free: as a hard link, or as a copy if the volume or the
-/// system refuses that.
+/// Puts the file \a name of the folder \a from into the folder \a to under the same name, which
+/// must be free: as a hard link, or, if the volume or the system refuses that and it is a regular
+/// file, as a copy.
 bool PutEntry(int from, int to, const char *name);
 
 /// Whether the regular file \a put, made by PutEntry() from \a original, still has its content: it

@@ -36,7 +36,7 @@ QStringList FailingCalls::wrapper(int number, int error, bool isOnwards)
     return {QStringLiteral("env"),
             SanitizerOptions("ASAN_OPTIONS"),
             SanitizerOptions("UBSAN_OPTIONS"),
-            variable("LD_PRELOAD", QStringLiteral(FAILING_CALLS_LIBRARY)),
+            variable("LD_PRELOAD", QStringLiteral(FAILING_CALLS_LIBRARY " ") + m_library),
             variable("FAILING_CALLS_FOLDER", m_notes.path()),
             variable("FAILING_CALLS_UNDER", m_folder),
             variable("FAILING_CALLS_KINDS", m_kinds),
