@@ -12,8 +12,6 @@
 
 #include <QThread>
 
-#include <fcntl.h>
-
 namespace {
 
 constexpr int MostPlacing = 8; // each one has the folders of two trees open
@@ -26,8 +24,7 @@ bool IsSame(const timespec &one, const timespec &other)
 /// Reads one file of a folder; \a about receives its state when it was opened.
 bool IsRight(int folder, const QByteArray &name, const ManifestFile &file, struct stat &about)
 {
-    const Descriptor open(
-        ::openat(folder, name.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor open(OpenToRead(folder, name.constData()));
     return open.isOpen() && ::fstat(open.number(), &about) == 0 && S_ISREG(about.st_mode) &&
            static_cast<quint64>(about.st_size) == file.size && HasContent(open.number(), file);
 }

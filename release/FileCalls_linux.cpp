@@ -14,6 +14,13 @@ bool SyncThroughDisk(int descriptor)
     return ::fsync(descriptor) == 0;
 }
 
+int OpenToRead(int folder, const char *name)
+{
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const int file = ::openat(folder, name, flags | O_NOATIME);
+    return file < 0 && errno == EPERM ? ::openat(folder, name, flags) : file; // somebody else's
+}
+
 const bool WritesVolumes = true;
 
 bool SyncVolume(int descriptor)

@@ -13,6 +13,11 @@ bool SyncThroughDisk(int descriptor)
     return ::fcntl(descriptor, F_FULLFSYNC) == 0 || ::fsync(descriptor) == 0;
 }
 
+int OpenToRead(int folder, const char *name)
+{
+    return ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+}
+
 const bool WritesVolumes = false;
 
 bool SyncVolume(int)

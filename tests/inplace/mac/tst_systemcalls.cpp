@@ -4,6 +4,7 @@
 #include "inplace/VolumeCalls.h"
 #include "platform/ForkedMemory.h"
 #include "release/FileCalls.h"
+#include "tests/support/OrdinaryUser.h"
 
 #include <QtTest>
 
@@ -12,6 +13,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -34,6 +36,7 @@ private slots:
     void sync_openEntry_succeeds();
     void sync_nothingOpen_isNoSuccess();
     void listAttributes_link_isNotFollowed();
+    void openToRead_entries_areToldApart();
     void times_file_areItsOwn();
     void keepFromChildren_memory_isNotInherited_data();
     void keepFromChildren_memory_isNotInherited();
@@ -226,6 +229,30 @@ void tst_SystemCalls::listAttributes_link_isNotFollowed()
     QVERIFY(!QByteArray(names.data(), static_cast<int>(ofLink)).contains("user.sample"));
     QCOMPARE(ListAttributes(path("missing").constData(), nullptr, 0), ssize_t(-1));
     QCOMPARE(errno, ENOENT);
+}
+
+void tst_SystemCalls::openToRead_entries_areToldApart()
+{
+    Write(path("file"), "content");
+    QVERIFY(QFile::link(QStringLiteral("file"), m_folder->filePath(QStringLiteral("link"))));
+    QCOMPARE(::mkfifo(path("pipe").constData(), 0600), 0);
+    const Open folder(path("."));
+    const auto read = [&folder](const char *name) {
+        std::array<char, 16> content{};
+        const int file = OpenToRead(folder.number(), name);
+        const ssize_t length = file < 0 ? -1 : ::read(file, content.data(), content.size());
+        (void)::close(file);
+        return length < 0 ? QByteArray() : QByteArray(content.data(), static_cast<int>(length));
+    };
+    QCOMPARE(read("file"), QByteArray("content"));
+    QVERIFY(read("pipe").isEmpty()); // nobody is waited for
+    QCOMPARE(OpenToRead(folder.number(), "link"), -1);
+    QCOMPARE(OpenToRead(folder.number(), "missing"), -1);
+    QCOMPARE(errno, ENOENT);
+    QCOMPARE(::chmod(path("file").constData(), 0644), 0);
+    QCOMPARE(::chmod(path(".").constData(), 0755), 0);
+    const OrdinaryUser somebodyElse;
+    QCOMPARE(read("file"), QByteArray("content"));
 }
 
 void tst_SystemCalls::times_file_areItsOwn()
