@@ -16,8 +16,8 @@
 /// too.
 bool SyncThroughDisk(int descriptor);
 
-/// Opens a file of an open folder to read it. Follows no link, does not wait, and leaves the time of
-/// the last access alone where the system allows that: a new one would have to be written to the
+/// Opens a file of an open folder to read it. Follows no link, does not wait, and leaves the time
+/// of the last access alone where the system allows that: a new one would have to be written to the
 /// disk. Returns a descriptor of the caller's, or -1.
 int OpenToRead(int folder, const char *name);
 
