@@ -133,7 +133,7 @@ QString SyncTree(const QString &folder, const std::vector<QByteArray> &paths)
     if (!top.isOpen() || !SyncVolume(top.number())) {
         return SyncReason(folder);
     }
-    const QString reason = SyncEntries(folder, top.number(), paths);
+    QString reason = SyncEntries(folder, top.number(), paths);
     if (!reason.isEmpty()) {
         return reason;
     }
