@@ -27,6 +27,8 @@ private slots:
     void read_oldManifest_isTakenAsEver();
     void read_oldManifest_isRefusedWithAKey();
     void read_signed_nothingUnsignedDecides();
+    void read_knownManifest_isChecked_data();
+    void read_knownManifest_isChecked();
     void read_releaseWithAFault_isRefused_data();
     void read_releaseWithAFault_isRefused();
     void read_answerOfTheServer_isRefused_data();
@@ -48,7 +50,7 @@ private slots:
 private:
     QMap<QByteArray, QByteArray> signedPages(const QByteArray &manifest) const;
     ReleaseFault readPages(const QMap<QByteArray, QByteArray> &pages, bool withKey,
-                           PublishedRelease &release) const;
+                           PublishedRelease &release, const QByteArray &known = QByteArray()) const;
 
     std::unique_ptr<SigningKey> m_signer;
     PublicKey m_key;
@@ -120,7 +122,8 @@ QMap<QByteArray, QByteArray> tst_PublishedRelease::signedPages(const QByteArray 
 
 /// Reads the pages as files of a folder.
 ReleaseFault tst_PublishedRelease::readPages(const QMap<QByteArray, QByteArray> &pages,
-                                             bool withKey, PublishedRelease &release) const
+                                             bool withKey, PublishedRelease &release,
+                                             const QByteArray &known) const
 {
     const QTemporaryDir folder;
     for (auto page = pages.cbegin(); page != pages.cend(); ++page) {
@@ -128,7 +131,7 @@ ReleaseFault tst_PublishedRelease::readPages(const QMap<QByteArray, QByteArray> 
     }
     FolderSource source(folder.path());
     return ReadPublishedRelease(source, withKey ? QVector<PublicKey>{m_key} : QVector<PublicKey>(),
-                                release);
+                                release, known);
 }
 
 void tst_PublishedRelease::read_release_givesWhatIsPublished_data()
@@ -215,6 +218,52 @@ void tst_PublishedRelease::read_signed_nothingUnsignedDecides()
     QCOMPARE(release.description.versionString, QString("by the manifest"));
     QCOMPARE(release.description.minVersion, 3000000);
     QCOMPARE(release.description.downloadUrl, QString("https://h/manifest"));
+}
+
+void tst_PublishedRelease::read_knownManifest_isChecked_data()
+{
+    QTest::addColumn<QByteArray>("known");
+    QTest::addColumn<QByteArray>("description");
+    QTest::addColumn<QByteArray>("signedContent"); // what the signature is of; empty: no key
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<bool>("isKnown");
+    const QByteArray manifest = Manifest();
+    const QByteArray other =
+        DescriptionContent({3100026, "another", "3.10.26", 7, "https://h/update.json"})
+            .replace("3.10.26", "3.10.25"); // in the same folder
+    QTest::newRow("the same") << manifest << Description() << QByteArray() << Kind::None << true;
+    QTest::newRow("the same, signed")
+        << manifest << Description() << manifest << Kind::None << true;
+    QTest::newRow("another") << Manifest(19) << Description() << QByteArray() << Kind::None
+                             << false;
+    QTest::newRow("a part") << manifest.left(manifest.size() - 1) << Description() << QByteArray()
+                            << Kind::None << false;
+    QTest::newRow("none") << QByteArray() << Description() << QByteArray() << Kind::None << false;
+    QTest::newRow("the same, another's signature")
+        << manifest << Description() << Manifest(19) << Kind::Signature << false;
+    QTest::newRow("the same, another release announced")
+        << manifest << other << QByteArray() << Kind::Mismatch << true;
+}
+
+void tst_PublishedRelease::read_knownManifest_isChecked()
+{
+    QFETCH(QByteArray, known);
+    QFETCH(QByteArray, description);
+    QFETCH(QByteArray, signedContent);
+    QFETCH(Kind, kind);
+    QFETCH(bool, isKnown);
+    auto pages = signedPages(Manifest());
+    pages[DescriptionName] = description;
+    pages[SignatureName] = m_signer->signature(signedContent);
+    PublishedRelease release;
+    QCOMPARE(readPages(pages, !signedContent.isEmpty(), release, known).kind, kind);
+    QCOMPARE(release.isKnown, isKnown);
+    if (kind == Kind::None) {
+        QCOMPARE(release.manifestContent, Manifest());
+        QCOMPARE(release.description.version, 3100025);
+        QCOMPARE(release.manifest.version, 3100025);
+        QCOMPARE(release.manifest.files.size(), isKnown ? std::size_t(0) : std::size_t(20));
+    }
 }
 
 void tst_PublishedRelease::read_releaseWithAFault_isRefused_data()
