@@ -11,6 +11,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -54,18 +55,12 @@ StopSignals::StopSignals()
     }
 }
 
+// The handlers stay: whatever comes now is too late to change how the program ends.
 StopSignals::~StopSignals()
 {
-    for (const int one : Signals) {
-        struct sigaction action {};
-        if (::sigaction(one, nullptr, &action) == 0 && action.sa_handler == &WantStop) {
-            (void)std::signal(one, SIG_DFL);
-        }
-    }
     m_notifier.reset();
     for (int &end : Pipe) {
-        (void)::close(end);
-        end = -1;
+        (void)::close(std::exchange(end, -1));
     }
 }
 

@@ -9,8 +9,8 @@
 
 class QSocketNotifier;
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a stop request that the program polls, as long as this
-/// object lives. One object at a time per process.
+/// Turns SIGINT, SIGTERM and SIGHUP into a stop request that the program polls. One object at a
+/// time per process; after it, these signals do nothing.
 ///
 /// Long work checks isWanted() now and then; event loops end on wanted(). A signal that was ignored
 /// before, as SIGHUP is by nohup, stays ignored. Exceeding the process's limit on file sizes
