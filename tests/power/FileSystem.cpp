@@ -50,7 +50,8 @@ FileSystem FileSystemNamed(const QString &name)
          "commit=1",
          "",
          {"btrfs", "rescue", "super-recover", "-y"},
-         2},
+         2,
+         true}, // only the first of the copies says where the log is
     };
     for (const FileSystem &one : all) {
         if (one.name == name) {

@@ -75,6 +75,7 @@ QString Judged(const PowerScene &scene, const PowerCut &cut, const QStringList &
 {
     std::vector<std::unique_ptr<LoopMount>> mounts;
     QStringList tops;
+    const int repairedBefore = tally.repaired;
     for (const QString &image : images) {
         mounts.push_back(MountAgain(image, fileSystem, tally));
         const QString reason = mounts.back()->reason();
@@ -89,7 +90,8 @@ QString Judged(const PowerScene &scene, const PowerCut &cut, const QStringList &
         }
         tops << mounts.back()->folder();
     }
-    QString finding = scene.judge(tops, cut.marks > 1);
+    const bool isLogLost = fileSystem.losesLog && tally.repaired > repairedBefore;
+    QString finding = scene.judge(tops, cut.marks > 1 && !isLogLost);
     for (const auto &mount : mounts) {
         const QString reason = mount->unmount();
         finding = finding.isEmpty() ? reason : finding;
