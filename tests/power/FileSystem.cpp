@@ -50,8 +50,7 @@ FileSystem FileSystemNamed(const QString &name)
          "commit=1",
          "",
          {"btrfs", "rescue", "super-recover", "-y"},
-         2,
-         true}, // only the first of the copies says where the log is
+         2},
     };
     for (const FileSystem &one : all) {
         if (one.name == name) {

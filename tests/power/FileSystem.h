@@ -14,7 +14,6 @@ struct FileSystem {
     QByteArray afterwards; ///< mount options after the power is back
     QStringList repair;    ///< the command that repairs its first block; the disk is appended
     int repaired = 0;      ///< the exit code of that command after a repair
-    bool losesLog = false; ///< a repair loses what was confirmed since the last commit
 };
 
 /// Returns the file system of this name; one without a name if it is unknown.

@@ -75,7 +75,6 @@ QString Judged(const PowerScene &scene, const PowerCut &cut, const QStringList &
 {
     std::vector<std::unique_ptr<LoopMount>> mounts;
     QStringList tops;
-    const int repairedBefore = tally.repaired;
     for (const QString &image : images) {
         mounts.push_back(MountAgain(image, fileSystem, tally));
         const QString reason = mounts.back()->reason();
@@ -90,8 +89,7 @@ QString Judged(const PowerScene &scene, const PowerCut &cut, const QStringList &
         }
         tops << mounts.back()->folder();
     }
-    const bool isLogLost = fileSystem.losesLog && tally.repaired > repairedBefore;
-    QString finding = scene.judge(tops, cut.marks > 1 && !isLogLost);
+    QString finding = scene.judge(tops, cut.marks > 1);
     for (const auto &mount : mounts) {
         const QString reason = mount->unmount();
         finding = finding.isEmpty() ? reason : finding;
